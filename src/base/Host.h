@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// What the core asks of the program around it. The windows, the command line and the tests
+// each bring their own.
+#pragma once
+
+#include <string>
+
+namespace brindle {
+
+enum class MessageIcon { None, Information, Question, Exclamation, Critical };
+enum class MessageButtons { Ok, YesNo, YesNoCancel };
+enum class MessageAnswer { Ok, Yes, No, Cancel };
+
+class Host {
+public:
+    virtual ~Host() = default;
+
+    // Shows a text and waits for the answer. Texts are UTF-8.
+    virtual MessageAnswer showMessage(const std::string& text, MessageIcon icon,
+                                      MessageButtons buttons) = 0;
+
+    // Lets pending user-interface events run. Called between documents and folders, and now
+    // and then inside a large document.
+    virtual void processEvents() = 0;
+};
+
+}  // namespace brindle

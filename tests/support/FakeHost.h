@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// A host that answers as told and remembers what it was asked.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "base/Host.h"
+
+namespace brindle::test {
+
+class FakeHost : public Host {
+public:
+    struct Message {
+        std::string text;
+        MessageIcon icon;
+        MessageButtons buttons;
+    };
+
+    MessageAnswer showMessage(const std::string& text, MessageIcon icon,
+                              MessageButtons buttons) override {
+        messages.push_back({text, icon, buttons});
+        return answer;
+    }
+    void processEvents() override {
+        ++eventRounds;
+        if (onEvents) onEvents();
+    }
+
+    MessageAnswer answer = MessageAnswer::Ok;
+    std::vector<Message> messages;
+    int eventRounds = 0;
+    std::function<void()> onEvents;
+};
+
+}  // namespace brindle::test

@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: MIT
+#include "project/ProjectFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <functional>
+
+#include "base/Error.h"
+#include "project/Application.h"
+#include "ScopedEnvironment.h"
+#include "TempDir.h"
+
+namespace brindle {
+namespace {
+
+int numberOf(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const Error& error) {
+        return error.number();
+    }
+    return 0;
+}
+
+std::string stringOf(std::span<const std::byte> bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+Application sampleProject() {
+    Application app;
+    clsProjExcel& project = app.CurrentProject;
+    project.BackupMode = true;
+    project.GetFilenamesFromTextFile = "/data/list \xFF.txt";
+    project.LoadsearchFilePath = "C:\\lists\\a.csv";
+    project.IsScanFolder = true;
+    project.Password = "gehëim";
+    project.SpreadsheetTypeToExamine = "*.xls;*.xl;*.xlt;";
+    project.StartFolder = "/data/";
+    app.Items->Add("one", "1", 0, true, false, "Item-17");
+    app.Items->Add("two", "2", 6, false, true, "");
+    app.Items->Add("", "", 99, true, true, "Item-1");
+    return app;
+}
+
+clsProjExcel optionsOf(const PropertyBag& bag) {
+    clsProjExcel project;
+    for (const ProjectOption& option : projectOptions()) readProjectOption(bag, option, project);
+    return project;
+}
+
+class ProjectFile : public testing::Test {
+protected:
+    std::string path() const { return mDir.path("a project.tvl"); }
+    std::string bytes() const { return mDir.read("a project.tvl"); }
+
+    test::TempDir mDir;
+    test::ScopedEnvironment mHome{"BRINDLE_HOME", mDir.path("home")};
+};
+
+TEST_F(ProjectFile, BringsBackOptionsAndEntries) {
+    const Application saved = sampleProject();
+    writeProjectFile(path(), projectBag(saved.CurrentProject, *saved.Items));
+    const PropertyBag bag = readProjectFile(path());
+    const clsProjExcel project = optionsOf(bag);
+    for (const ProjectOption& option : projectOptions()) {
+        if (option.text) {
+            EXPECT_EQ(project.*option.text, saved.CurrentProject.*option.text) << option.name;
+        } else {
+            EXPECT_EQ(project.*option.flag, saved.CurrentProject.*option.flag) << option.name;
+        }
+    }
+    Entries entries;
+    std::int32_t counter = 1;
+    std::string shown;
+    readProjectEntries(bag, entries, counter,
+                       [&](Entry& e) { shown += e.Key + "=" + e.FindWhat + ";"; });
+    EXPECT_EQ(shown, "Item-1=one;Item-2=two;Item-3=;");
+    EXPECT_EQ(counter, 4);
+    ASSERT_EQ(entries.Count(), 3);
+    for (std::int32_t i = 1; i <= 3; ++i) {
+        const Entry& old = *saved.Items->Item(i);
+        const Entry& read = *entries.Item(i);
+        EXPECT_EQ(read.ReplaceWith, old.ReplaceWith);
+        EXPECT_EQ(read.Look_In, old.Look_In);
+        EXPECT_EQ(read.MatchCase, old.MatchCase);
+        EXPECT_EQ(read.MatchEntireCellContents, old.MatchEntireCellContents);
+    }
+}
+
+TEST_F(ProjectFile, HoldsTheValuesInTheirOrder) {
+    const Application app = sampleProject();
+    PropertyBag expected;
+    expected.WriteProperty("BackupMode", true);
+    expected.WriteProperty("GetFilenamesFromTextFile", "/data/list \xFF.txt");
+    expected.WriteProperty("LoadsearchFilePath", "C:\\lists\\a.csv");
+    expected.WriteProperty("IsGrid", false);
+    expected.WriteProperty("IncludeSubFolders", false);
+    expected.WriteProperty("IsScanFolder", true);
+    expected.WriteProperty("KeepTheOriginalFileDate", false);
+    expected.WriteProperty("Password", "gehëim");
+    expected.WriteProperty("SpreadsheetTypeToExamine", "*.xls;*.xl;*.xlt;");
+    expected.WriteProperty("StartFolder", "/data/");
+    expected.WriteProperty("Count", std::int32_t{3});
+    for (std::int32_t i = 1; i <= 3; ++i)
+        expected.WriteProperty("Item" + std::to_string(i), app.Items->Item(i)->GetItemClip());
+    EXPECT_EQ(projectBag(app.CurrentProject, *app.Items).Contents(), expected.Contents());
+}
+
+TEST_F(ProjectFile, IsOneRecordFromTheFirstByte) {
+    PropertyBag bag;
+    bag.WriteProperty("Count", std::int32_t{0});
+    writeProjectFile(path(), bag);
+    const std::string content = stringOf(bag.Contents());
+    ASSERT_LT(content.size(), 256U);
+    const std::string header{'\x11', '\x20', '\x01', '\0', static_cast<char>(content.size()),
+                             '\0',   '\0',   '\0',   '\0', '\0',
+                             '\0',   '\0'};
+    EXPECT_EQ(bytes(), header + content);
+}
+
+TEST_F(ProjectFile, AShorterRecordLeavesTheOldEnd) {
+    PropertyBag longer;
+    longer.WriteProperty("StartFolder", std::string(5000, 'x') + "the old end");
+    writeProjectFile(path(), longer);
+    const std::string old = bytes();
+    writeProjectFile(path(), projectBag({}, Entries()));
+    const std::string now = bytes();
+    EXPECT_EQ(now.size(), old.size());
+    EXPECT_TRUE(now.ends_with("the old end"));
+    EXPECT_EQ(optionsOf(readProjectFile(path())).StartFolder, "");
+    writeProjectFile(path(), longer);
+    EXPECT_EQ(bytes(), old);
+}
+
+TEST_F(ProjectFile, IsNewForItsUserAloneAndKeepsAnOldMode) {
+    writeProjectFile(path(), PropertyBag());
+    struct stat status {};
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600U);
+    ASSERT_EQ(chmod(path().c_str(), 0640), 0);
+    writeProjectFile(path(), PropertyBag());
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0640U);
+}
+
+TEST_F(ProjectFile, TheDefaultProjectIsInTheApplicationFolder) {
+    EXPECT_EQ(defaultProjectPath(), mDir.path("home/default.dat"));
+}
+
+TEST_F(ProjectFile, EveryTruncationIsRefused) {
+    const Application app = sampleProject();
+    writeProjectFile(path(), projectBag(app.CurrentProject, *app.Items));
+    const std::string whole = bytes();
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        const auto part = std::as_bytes(std::span(whole).first(length));
+        ASSERT_EQ(numberOf([&] { projectBagOf(part); }), 321) << length;
+    }
+    mDir.write("a project.tvl", whole.substr(0, whole.size() - 1));
+    EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 321);
+}
+
+TEST_F(ProjectFile, AForeignHeaderIsRefused) {
+    writeProjectFile(path(), PropertyBag());
+    const std::string good = bytes();
+    ASSERT_NO_THROW(projectBagOf(std::as_bytes(std::span(good))));
+    for (std::size_t i = 0; i < 12; ++i) {
+        std::string bad = good;
+        bad[i] = static_cast<char>(bad[i] ^ 0x40);
+        mDir.write("a project.tvl", bad);
+        EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 321) << i;
+        EXPECT_EQ(numberOf([&] { projectBagOf(std::as_bytes(std::span(bad))); }), 321) << i;
+    }
+}
+
+TEST_F(ProjectFile, AMissingFileHasItsOwnNumber) {
+    EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 53);
+}
+
+TEST_F(ProjectFile, AbsentOptionsAreEmpty) {
+    clsProjExcel project = sampleProject().CurrentProject;
+    for (const ProjectOption& option : projectOptions())
+        readProjectOption(PropertyBag(), option, project);
+    EXPECT_EQ(project.StartFolder + project.Password + project.SpreadsheetTypeToExamine, "");
+    EXPECT_FALSE(project.BackupMode || project.IsScanFolder);
+}
+
+TEST_F(ProjectFile, ItemsThatAreNotThereUseUpNoKey) {
+    Entry entry;
+    entry.FindWhat = "a";
+    PropertyBag bag;
+    bag.WriteProperty("Count", std::int32_t{5});
+    bag.WriteProperty("Item1", entry.GetItemClip());
+    bag.WriteProperty("Item3", "no bytes");
+    bag.WriteProperty("Item4", PropertyValue::Bytes{});  // damaged
+    bag.WriteProperty("Item5", entry.GetItemClip());
+    bag.WriteProperty("Item6", entry.GetItemClip());  // beyond the count
+    Entries entries;
+    std::int32_t counter = 1;
+    std::string shown;
+    readProjectEntries(bag, entries, counter, [&](Entry& e) { shown += e.Key + ";"; });
+    EXPECT_EQ(shown, "Item-1;Item-3;");
+    EXPECT_EQ(counter, 4);
+    EXPECT_NE(mDir.read("home/Errors.Log")
+                  .find("Error 321 (Invalid file format) in procedure "
+                        "AddItemFromByteArray"),
+              std::string::npos);
+}
+
+struct CountCase {
+    PropertyValue count;
+    int number;
+};
+
+TEST_F(ProjectFile, TheCountHas16Bits) {
+    const CountCase rows[] = {{std::int32_t{32767}, 0},
+                              {std::int32_t{32768}, 6},
+                              {std::int32_t{-1}, 0},
+                              {PropertyValue(), 0},
+                              {"many", 13},
+                              {PropertyValue::Bytes{}, 13}};
+    for (const CountCase& row : rows) {
+        PropertyBag bag;
+        bag.WriteProperty("Count", row.count);
+        Entries entries;
+        std::int32_t counter = 1;
+        EXPECT_EQ(numberOf([&] { readProjectEntries(bag, entries, counter); }), row.number);
+        EXPECT_EQ(counter, 1);
+    }
+}
+
+TEST_F(ProjectFile, ItemsEndAt32767) {
+    Application app;
+    for (int i = 0; i < 32767; ++i) app.Items->Add("x", "", 0, false, false, "");
+    writeProjectFile(path(), projectBag(app.CurrentProject, *app.Items));
+    Entries entries;
+    std::int32_t counter = 1;
+    readProjectEntries(readProjectFile(path()), entries, counter);
+    EXPECT_EQ(entries.Count(), 32767);
+    app.Items->Add("one too many", "", 0, false, false, "");
+    EXPECT_EQ(numberOf([&] { projectBag(app.CurrentProject, *app.Items); }), 6);
+}
+
+TEST_F(ProjectFile, ContentThatCouldNotBeReadBackIsNotWritten) {
+    PropertyBag bag;
+    bag.WriteProperty("Password", std::string(std::size_t{256} << 20, 'x'));
+    EXPECT_EQ(numberOf([&] { writeProjectFile(path(), bag); }), 6);
+    EXPECT_FALSE(mDir.has("a project.tvl"));
+}
+
+}  // namespace
+}  // namespace brindle
