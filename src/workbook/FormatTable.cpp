@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/FormatTable.h"
+
+#include <algorithm>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "workbook/ooxml/OoxmlFormat.h"
+#include "workbook/text/TextFormat.h"
+
+namespace brindle::workbook {
+
+namespace {
+
+constexpr std::size_t kHeadSize = 4096;
+
+const std::vector<FormatRow>& rows() {
+    static const std::vector<FormatRow> table = {
+        {"Excel workbook (Office Open XML)",
+         {".xlsx", ".xlsm", ".xltx", ".xltm"},
+         {.cells = true},
+         ooxml::probe,
+         ooxml::open},
+        {"Delimited text",
+         {".csv", ".txt", ".tab", ".prn"},
+         {.cells = true},
+         textfile::probe,
+         textfile::open},
+    };
+    return table;
+}
+
+std::string extensionOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::size_t dot = path.rfind('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+    return text::lowerAscii(std::string_view(path).substr(dot));
+}
+
+// Signatures of files that carry a spreadsheet's extension but that we do not open. Without
+// this, one of them under a text extension would be taken for text.
+bool isForeign(std::string_view head) {
+    return head.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1");
+}
+
+const FormatRow* bestRow(std::string_view head, std::string_view extension) {
+    const FormatRow* best = nullptr;
+    Claim strongest = Claim::None;
+    for (const FormatRow& row : rows()) {
+        const Claim claim = row.probe(head, extension);
+        if (claim > strongest) {
+            strongest = claim;
+            best = &row;
+        }
+    }
+    return best;
+}
+
+}  // namespace
+
+std::span<const FormatRow> formatTable() {
+    return rows();
+}
+
+std::unique_ptr<Document> openDocument(const std::string& path, const OpenOptions& options) {
+    auto file = std::make_unique<InputFile>(path);
+    try {
+        char bytes[kHeadSize];
+        const auto size =
+            static_cast<std::size_t>(std::min<std::uint64_t>(file->size(), kHeadSize));
+        file->readAt(0, std::as_writable_bytes(std::span(bytes, size)));
+        const std::string_view head(bytes, size);
+        const FormatRow* row = isForeign(head) ? nullptr : bestRow(head, extensionOf(path));
+        if (!row) {
+            throw Error(ErrorKind::Unsupported, error_number::kApplicationDefined,
+                        "The file is not in a recognizable format");
+        }
+        return row->open(std::move(file), options);
+    } catch (Error& error) {
+        throw error.inFile(path);
+    }
+}
+
+}  // namespace brindle::workbook

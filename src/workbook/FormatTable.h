@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// One row per format. The only place that names the format folders.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/FileIo.h"
+#include "workbook/Document.h"
+
+namespace brindle::workbook {
+
+struct Abilities {
+    bool cells = false;
+    bool hyperlinks = false;
+    bool headers = false;
+    bool shapes = false;
+    bool properties = false;
+    bool password = false;
+};
+
+// How strongly a format claims a file. A signature beats an extension.
+enum class Claim { None, Extension, Content };
+
+struct FormatRow {
+    const char* name;                     // for people: "Excel workbook (Office Open XML)"
+    std::vector<std::string> extensions;  // lower case, with the dot
+    Abilities abilities;
+    // Looks at the first bytes (up to 4 KiB) and the lower-case extension; never throws.
+    Claim (*probe)(std::string_view head, std::string_view extension);
+    std::unique_ptr<Document> (*open)(std::unique_ptr<InputFile> file, const OpenOptions& options);
+};
+
+std::span<const FormatRow> formatTable();
+
+// Opens a document by content first, by extension only where content has no signature.
+// Throws Error: NotFound, System, Unsupported ("The file is not in a recognizable format"),
+// Damaged, WrongPassword, TooLarge; always naming the file.
+std::unique_ptr<Document> openDocument(const std::string& path, const OpenOptions& options);
+
+}  // namespace brindle::workbook

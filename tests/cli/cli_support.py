@@ -1,0 +1,208 @@
+# SPDX-License-Identifier: MIT
+"""What the tests of the command line share: a folder for each test, calls of the built program,
+and documents made from scratch."""
+
+import json
+import os
+import shutil
+import struct
+import subprocess
+import tempfile
+import unittest
+import zipfile
+
+TARVELLO = os.environ.get("TARVELLO", "tarvello")
+
+SCOPES = ["cells", "hyperlinks", "headers", "footers", "shapes", "builtin", "custom"]
+
+
+class Call:
+    """The outcome of one call."""
+
+    def __init__(self, code, out, err):
+        self.code, self.out, self.err = code, out, err
+
+    @property
+    def objects(self):
+        return [json.loads(line) for line in self.out.decode().splitlines()]
+
+    @property
+    def documents(self):
+        return [item for item in self.objects if item["type"] == "document"]
+
+    @property
+    def summary(self):
+        last = self.objects[-1]
+        assert last["type"] == "summary", last
+        return last
+
+
+class CliTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.dir = tempfile.mkdtemp(prefix="tarvello test ")
+        self.home = tempfile.mkdtemp(prefix="tarvello home ")
+        self.environment = dict(os.environ, BRINDLE_HOME=self.home, XDG_CONFIG_HOME=self.home,
+                                LC_ALL="C.UTF-8")
+
+    def tearDown(self):
+        shutil.rmtree(self.dir, ignore_errors=True)
+        shutil.rmtree(self.home, ignore_errors=True)
+
+    def start(self, *arguments, **options):
+        options.setdefault("stdin", subprocess.DEVNULL)
+        options.setdefault("stdout", subprocess.PIPE)
+        options.setdefault("stderr", subprocess.PIPE)
+        return subprocess.Popen([TARVELLO, *arguments], cwd=self.dir, env=self.environment,
+                                **options)
+
+    def call(self, *arguments, feed=None, **options):
+        if feed is not None:
+            options["stdin"] = subprocess.PIPE
+        process = self.start(*arguments, **options)
+        out, err = process.communicate(feed, timeout=120)
+        return Call(process.returncode, out, err)
+
+    def path(self, name):
+        if isinstance(name, bytes):
+            return os.path.join(os.fsencode(self.dir), name)
+        return os.path.join(self.dir, name)
+
+    def write(self, name, content):
+        path = self.path(name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(content if isinstance(content, bytes) else content.encode())
+        return path
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def log(self):
+        path = os.path.join(self.home, "Errors.Log")
+        if not os.path.exists(path):
+            return []
+        with open(path, "rb") as file:
+            return file.read().decode().splitlines()
+
+
+def column(*values):
+    """A text document with one value a line, quoted so that no value is taken for a number."""
+    return "".join('"%s"\r\n' % value for value in values)
+
+
+# --- a workbook with the text "apple" in every scope ---------------------------------------------
+
+CONTENT_TYPES = """<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
+<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">\
+<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>\
+<Default Extension="xml" ContentType="application/xml"/>\
+<Override PartName="/xl/workbook.xml" ContentType="application/vnd.openxmlformats-officedocument.\
+spreadsheetml.sheet.main+xml"/>\
+<Override PartName="/xl/worksheets/sheet1.xml" ContentType="application/vnd.openxmlformats-\
+officedocument.spreadsheetml.worksheet+xml"/>\
+<Override PartName="/xl/drawings/drawing1.xml" ContentType="application/vnd.openxmlformats-\
+officedocument.drawing+xml"/>\
+<Override PartName="/docProps/core.xml" ContentType="application/vnd.openxmlformats-package.\
+core-properties+xml"/>\
+<Override PartName="/docProps/custom.xml" ContentType="application/vnd.openxmlformats-\
+officedocument.custom-properties+xml"/></Types>"""
+
+OFFICE = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
+PACKAGE = "http://schemas.openxmlformats.org/package/2006/relationships"
+MAIN = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
+DRAWING = "http://schemas.openxmlformats.org/drawingml/2006"
+
+
+def relationships(*rows):
+    items = "".join('<Relationship Id="%s" Type="%s" Target="%s"%s/>' % row for row in rows)
+    return '<Relationships xmlns="%s">%s</Relationships>' % (PACKAGE, items)
+
+
+def workbook_parts(word):
+    anchor = ('<xdr:twoCellAnchor><xdr:from><xdr:col>1</xdr:col><xdr:colOff>0</xdr:colOff>'
+              '<xdr:row>1</xdr:row><xdr:rowOff>0</xdr:rowOff></xdr:from><xdr:to>'
+              '<xdr:col>3</xdr:col><xdr:colOff>0</xdr:colOff><xdr:row>4</xdr:row>'
+              '<xdr:rowOff>0</xdr:rowOff></xdr:to><xdr:sp macro="" textlink=""><xdr:nvSpPr>'
+              '<xdr:cNvPr id="2" name="Box"/><xdr:cNvSpPr txBox="1"/></xdr:nvSpPr><xdr:spPr/>'
+              '<xdr:txBody><a:bodyPr/><a:p><a:r><a:t>%s</a:t></a:r></a:p></xdr:txBody></xdr:sp>'
+              '<xdr:clientData/></xdr:twoCellAnchor>' % word)
+    return {
+        "[Content_Types].xml": CONTENT_TYPES,
+        "_rels/.rels": relationships(
+            ("r1", OFFICE + "/officeDocument", "xl/workbook.xml", ""),
+            ("r2", PACKAGE + "/metadata/core-properties", "docProps/core.xml", ""),
+            ("r3", OFFICE + "/custom-properties", "docProps/custom.xml", "")),
+        "xl/workbook.xml":
+            '<workbook xmlns="%s" xmlns:r="%s"><sheets><sheet name="First" sheetId="1" r:id="r1"/>'
+            '</sheets></workbook>' % (MAIN, OFFICE),
+        "xl/_rels/workbook.xml.rels": relationships(
+            ("r1", OFFICE + "/worksheet", "worksheets/sheet1.xml", "")),
+        "xl/worksheets/sheet1.xml":
+            '<worksheet xmlns="%s" xmlns:r="%s"><sheetData><row r="1"><c r="A1" t="inlineStr"><is>'
+            '<t>%s pie</t></is></c></row></sheetData><hyperlinks><hyperlink ref="A1" r:id="r1"/>'
+            '</hyperlinks><headerFooter><oddHeader>&amp;L%s</oddHeader><oddFooter>&amp;R%s'
+            '</oddFooter></headerFooter><drawing r:id="r2"/></worksheet>'
+            % (MAIN, OFFICE, word, word, word),
+        "xl/worksheets/_rels/sheet1.xml.rels": relationships(
+            ("r1", OFFICE + "/hyperlink", "http://example.org/%s" % word,
+             ' TargetMode="External"'),
+            ("r2", OFFICE + "/drawing", "../drawings/drawing1.xml", "")),
+        "xl/drawings/drawing1.xml":
+            '<xdr:wsDr xmlns:xdr="%s/spreadsheetDrawing" xmlns:a="%s/main">%s</xdr:wsDr>'
+            % (DRAWING, DRAWING, anchor),
+        "docProps/core.xml":
+            '<cp:coreProperties xmlns:cp="http://schemas.openxmlformats.org/package/2006/metadata/'
+            'core-properties" xmlns:dc="http://purl.org/dc/elements/1.1/"><dc:title>%s</dc:title>'
+            '</cp:coreProperties>' % word,
+        "docProps/custom.xml":
+            '<Properties xmlns="http://schemas.openxmlformats.org/officeDocument/2006/'
+            'custom-properties" xmlns:vt="http://schemas.openxmlformats.org/officeDocument/2006/'
+            'docPropsVTypes"><property fmtid="{D5CDD505-2E9C-101B-9397-08002B2CF9AE}" pid="2" '
+            'name="Fruit"><vt:lpwstr>%s</vt:lpwstr></property></Properties>' % word,
+    }
+
+
+def write_workbook(path, word="apple"):
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as package:
+        for name, text in workbook_parts(word).items():
+            package.writestr(name, text)
+
+
+# --- project files ---------------------------------------------------------------------------
+
+def bag(values):
+    """The bytes of a property bag, from names and values."""
+    out = b"BPB\x01" + struct.pack("<I", len(values))
+    for name, value in values.items():
+        encoded = name.encode()
+        out += struct.pack("<H", len(encoded)) + encoded
+        if isinstance(value, bool):
+            out += b"\x04" + bytes([value])
+        elif isinstance(value, int):
+            out += b"\x03" + struct.pack("<i", value)
+        elif isinstance(value, bytes):
+            out += b"\x05" + struct.pack("<I", len(value)) + value
+        else:
+            text = os.fsencode(value)
+            out += b"\x01" + struct.pack("<I", len(text)) + text
+    return out
+
+
+def project(entries=(), **options):
+    """A project file. Entries are (find, with, scope) rows."""
+    values = {"BackupMode": False, "GetFilenamesFromTextFile": "", "LoadsearchFilePath": "",
+              "IsGrid": True, "IncludeSubFolders": False, "IsScanFolder": True,
+              "KeepTheOriginalFileDate": False, "Password": "",
+              "SpreadsheetTypeToExamine": "*.csv;", "StartFolder": ""}
+    assert set(options) <= set(values), options
+    values.update(options)
+    values["Count"] = len(entries)
+    for number, (find, replacement, scope) in enumerate(entries, 1):
+        values["Item%d" % number] = bag({"FindWhat": find, "ReplaceWith": replacement,
+                                         "Look_In": scope, "MatchCase": False,
+                                         "MatchEntireCellContents": False, "Key": "any"})
+    content = bag(values)
+    return struct.pack("<HHIi", 0x2011, 1, len(content), 0) + content
