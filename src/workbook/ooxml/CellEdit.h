@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// A changed cell: what it was in the file and what it will be.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "workbook/CellEntry.h"
+#include "workbook/ooxml/Fragment.h"
+#include "workbook/ooxml/SheetIndex.h"
+
+namespace brindle::workbook::ooxml {
+
+// What a cell holds, in the form in which it is changed and written.
+struct CellContent {
+    EnteredCell::Kind kind = EnteredCell::Kind::Blank;
+    std::string text;            // as the edit line shows it
+    std::string item;            // Text: content of an si or is element
+    bool isInline = false;       // Text: written into the cell, not into the shared strings
+    std::string formula;         // Formula: as stored, not escaped
+    std::string arrayReference;  // Formula: of an array formula in this one cell
+    double number = 0;
+    bool boolean = false;
+    std::uint32_t style = 0;
+};
+
+struct CellEdit {
+    Candidate cell;  // where it stands in the file
+    std::string oldText;
+    EnteredCell::Kind oldKind = EnteredCell::Kind::Blank;
+    std::optional<std::uint32_t> oldSharedFormula;
+    bool wasSharedMaster = false;
+    CellContent content;
+    // Set when saving: the shared string that the content became; none when the string itself
+    // was changed and the cell stays as it is.
+    std::uint32_t sharedString = Candidate::kNoString;
+    bool isInPlace = false;
+};
+
+// The c element of a changed cell. `raw` is the old element; `context` the part's root.
+std::string cellXml(const FragmentContext& context, std::string_view raw, const CellEdit& edit);
+
+}  // namespace brindle::workbook::ooxml

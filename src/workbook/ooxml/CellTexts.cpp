@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/ooxml/CellTexts.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+#include "base/Error.h"
+#include "workbook/ooxml/IsoDate.h"
+#include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ooxml/Xstring.h"
+#include "workbook/package/XmlScanner.h"
+
+namespace brindle::workbook::ooxml {
+
+namespace {
+
+bool holdsCharacter(std::string_view text, char c) {
+    return !text.empty() && std::memchr(text.data(), c, text.size()) != nullptr;
+}
+
+std::string formulaText(const ScannedCell& cell) {
+    return holdsCharacter(cell.formula, '&') || holdsCharacter(cell.formula, '\r')
+               ? package::xmlText(cell.formula)
+               : std::string(cell.formula);
+}
+
+bool isShownAsStored(std::string_view formula) {
+    return !holdsCharacter(formula, '[') && formula.find("_x") == std::string_view::npos;
+}
+
+bool parsePosition(std::string_view& text, CellPosition& position) {
+    std::size_t i = 0;
+    std::int32_t column = 0;
+    const auto skipDollar = [&] {
+        if (i < text.size() && text[i] == '$') ++i;
+    };
+    skipDollar();
+    for (int letters = 0; i < text.size() && letters < 3; ++i, ++letters) {
+        const char upper = static_cast<char>(text[i] & ~0x20);
+        if (upper < 'A' || upper > 'Z') break;
+        column = column * 26 + (upper - 'A' + 1);
+    }
+    skipDollar();
+    std::int32_t row = 0;
+    const char* const begin = text.data() + i;
+    const auto [end, error] = std::from_chars(begin, text.data() + text.size(), row);
+    if (error != std::errc() || column < 1 || column > kMaxColumn || row < 1 || row > kMaxRow) {
+        return false;
+    }
+    position = {row, column};
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return true;
+}
+
+// What the edit line shows in every cell of a what-if table, without the braces.
+std::string dataTableText(std::string_view attributes) {
+    const std::string first(rawAttribute(attributes, "r1"));
+    const std::string second(rawAttribute(attributes, "r2"));
+    const auto isTrue = [&](const char* name) {
+        const std::string_view value = rawAttribute(attributes, name);
+        return value == "1" || value == "true";
+    };
+    if (isTrue("dt2D")) return "=TABLE(" + first + "," + second + ")";
+    return isTrue("dtr") ? "=TABLE(" + first + ",)" : "=TABLE(," + first + ")";
+}
+
+TextClass classOf(NumberFormatKind kind) {
+    return kind == NumberFormatKind::Percent ? TextClass::Percent : TextClass::Number;
+}
+
+bool isDateKind(NumberFormatKind kind) {
+    return kind == NumberFormatKind::Date || kind == NumberFormatKind::Time;
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> sharedFormulaIndex(const ScannedCell& cell) {
+    if (cell.formulaAttributes.empty()) return std::nullopt;
+    if (rawAttribute(cell.formulaAttributes, "t") != "shared") return std::nullopt;
+    const std::string_view raw = rawAttribute(cell.formulaAttributes, "si");
+    std::uint32_t index = 0;
+    const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), index);
+    if (error != std::errc() || end != raw.data() + raw.size()) return std::nullopt;
+    return index;
+}
+
+std::optional<CellRange> parseRange(std::string_view text) {
+    CellPosition first;
+    if (!parsePosition(text, first)) return std::nullopt;
+    CellPosition last = first;
+    if (!text.empty()) {
+        if (text.front() != ':') return std::nullopt;
+        text.remove_prefix(1);
+        if (!parsePosition(text, last) || !text.empty()) return std::nullopt;
+    }
+    return CellRange{first.row, first.column, last.row, last.column};
+}
+
+std::uint32_t sharedStringIndex(const ScannedCell& cell) {
+    std::uint32_t index = 0;
+    const std::string_view raw = cell.value;
+    const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), index);
+    if (error != std::errc() || end != raw.data() + raw.size()) return UINT32_MAX;
+    return index;
+}
+
+void CellTexts::restart() {
+    mShared.clear();
+    mBlocks.clear();
+    mOpenBlocks.clear();
+    mHasFormulas = false;
+}
+
+void CellTexts::learn(const ScannedCell& cell, const PatternSet& patterns) {
+    if (cell.hasFormula) {
+        mHasFormulas = true;
+        if (!cell.formulaAttributes.empty()) learnFormula(cell, patterns);
+    }
+    while (!mOpenBlocks.empty() && mBlocks[mOpenBlocks.front()].range.lastRow < cell.position.row) {
+        mOpenBlocks.erase(mOpenBlocks.begin());
+    }
+}
+
+void CellTexts::learnFormula(const ScannedCell& cell, const PatternSet& patterns) {
+    const std::string_view type = rawAttribute(cell.formulaAttributes, "t");
+    if (const auto index = sharedFormulaIndex(cell)) {
+        if (cell.formula.empty() || mShared.count(*index)) return;
+        formula::SharedFormula shared(formulaText(cell), cell.position);
+        const PatternMask possible = patterns.possibleWithLetterRuns(shared.fixedText());
+        mShared.emplace(*index, Shared{std::move(shared), cell.position, possible});
+    } else if (type == "array") {
+        std::string shown = "=";
+        appendShown(shown, formulaText(cell));
+        learnBlock(cell, std::move(shown), false, patterns);
+    } else if (type == "dataTable") {
+        learnBlock(cell, dataTableText(cell.formulaAttributes), true, patterns);
+    }
+}
+
+void CellTexts::learnBlock(const ScannedCell& cell, std::string shown, bool isDataTable,
+                           const PatternSet& patterns) {
+    const auto range = parseRange(rawAttribute(cell.formulaAttributes, "ref"));
+    if (!range) return;
+    const bool isOneCell =
+        range->firstRow == range->lastRow && range->firstColumn == range->lastColumn;
+    // A formula in a block of one cell is entered like any other; a what-if table never is.
+    if (isOneCell && !isDataTable) return;
+    const PatternMask mask = patterns.matching(shown);
+    mOpenBlocks.push_back(mBlocks.size());
+    mBlocks.push_back({*range, std::move(shown), isDataTable, mask});
+    std::sort(mOpenBlocks.begin(), mOpenBlocks.end(), [this](std::size_t a, std::size_t b) {
+        return mBlocks[a].range.lastRow < mBlocks[b].range.lastRow;
+    });
+}
+
+const FormulaBlock* CellTexts::blockAt(CellPosition position) const {
+    for (const FormulaBlock& block : mBlocks) {
+        if (block.holds(position)) return &block;
+    }
+    return nullptr;
+}
+
+std::optional<std::string> CellTexts::sharedFormulaAt(std::uint32_t index,
+                                                      CellPosition position) const {
+    const auto shared = mShared.find(index);
+    if (shared == mShared.end()) return std::nullopt;
+    std::string text;
+    shared->second.formula.appendTextAt(text, position);
+    return text;
+}
+
+std::optional<CellPosition> CellTexts::sharedMaster(std::uint32_t index) const {
+    const auto shared = mShared.find(index);
+    if (shared == mShared.end()) return std::nullopt;
+    return shared->second.master;
+}
+
+void CellTexts::appendShown(std::string& out, std::string_view stored) const {
+    if (isShownAsStored(stored)) {
+        out += stored;
+    } else {
+        out += formula::shownText(stored, mWorkbook.externalBooks);
+    }
+}
+
+void CellTexts::appendFormula(std::string& out, const ScannedCell& cell) const {
+    if (!cell.formula.empty()) {
+        out += '=';
+        if (holdsCharacter(cell.formula, '&') || holdsCharacter(cell.formula, '\r')) {
+            appendShown(out, package::xmlText(cell.formula));
+        } else {
+            appendShown(out, cell.formula);
+        }
+        return;
+    }
+    const auto index = sharedFormulaIndex(cell);
+    const auto shared = index ? mShared.find(*index) : mShared.end();
+    if (shared == mShared.end()) return;
+    out += '=';
+    const std::size_t begin = out.size();
+    shared->second.formula.appendTextAt(out, cell.position);
+    if (const std::string_view stored = std::string_view(out).substr(begin);
+        !isShownAsStored(stored)) {
+        const std::string copy(stored);
+        out.resize(begin);
+        appendShown(out, copy);
+    }
+}
+
+void CellTexts::appendNumber(std::string& out, const ScannedCell& cell) const {
+    const NumberFormatKind kind = mWorkbook.styles.style(cell.style).kind;
+    if (cell.type == CellType::Date) {
+        const auto serial = serialOfIsoDate(cell.value, mWorkbook.date1904);
+        if (serial) {
+            out += editText(*serial, kind, mWorkbook.date1904);
+        } else {
+            out += xstring(cell.value);
+        }
+        return;
+    }
+    if (kind == NumberFormatKind::Plain || kind == NumberFormatKind::Text) {
+        if (!appendNumberText(out, cell.value)) out += xstring(cell.value);
+        return;
+    }
+    const auto value = parseDecimal(cell.value);
+    if (value) {
+        out += editText(*value, kind, mWorkbook.date1904);
+    } else {
+        out += xstring(cell.value);
+    }
+}
+
+std::string CellTexts::textOf(const ScannedCell& cell) {
+    std::string out;
+    if (const FormulaBlock* block = mBlocks.empty() ? nullptr : blockAt(cell.position)) {
+        return block->shown;
+    }
+    if (cell.hasFormula) {
+        appendFormula(out, cell);
+        return out;
+    }
+    switch (cell.type) {
+        case CellType::SharedString:
+            if (cell.value.empty()) return {};
+            return mWorkbook.strings.item(sharedStringIndex(cell)).text();
+        case CellType::InlineString:
+            if (!cell.hasInlineItem) return {};
+            return RichText(mContext, cell.inlineItem).text();
+        case CellType::Boolean:
+            if (cell.value.empty()) return {};
+            return cell.value == "1" || cell.value == "true" ? "TRUE" : "FALSE";
+        case CellType::String:
+        case CellType::Error:
+            return xstring(cell.value);
+        case CellType::Number:
+        case CellType::Date:
+            if (!cell.value.empty()) appendNumber(out, cell);
+            return out;
+    }
+    return out;
+}
+
+PatternMask CellTexts::formulaMask(const ScannedCell& cell, const PatternSet& patterns) {
+    PatternMask among = ~PatternMask{0};
+    if (cell.formula.empty()) {
+        const auto index = sharedFormulaIndex(cell);
+        const auto shared = index ? mShared.find(*index) : mShared.end();
+        if (shared == mShared.end() || shared->second.possible == 0) return 0;
+        among = shared->second.possible;
+    }
+    mScratch.clear();
+    appendFormula(mScratch, cell);
+    return patterns.matching(mScratch, among);
+}
+
+PatternMask CellTexts::numberMask(const ScannedCell& cell, const PatternSet& patterns) {
+    if (cell.value.empty()) return 0;
+    const NumberFormatKind kind = mWorkbook.styles.style(cell.style).kind;
+    PatternMask among = patterns.possible(classOf(kind));
+    if (isDateKind(kind)) among |= patterns.possible(TextClass::Date);
+    if (among == 0) return 0;
+    mScratch.clear();
+    appendNumber(mScratch, cell);
+    return patterns.matching(mScratch, among);
+}
+
+PatternMask CellTexts::maskOf(const ScannedCell& cell, const PatternSet& patterns) {
+    for (const std::size_t open : mOpenBlocks) {
+        if (mBlocks[open].holds(cell.position)) return mBlocks[open].mask;
+    }
+    if (cell.hasFormula) return formulaMask(cell, patterns);
+    switch (cell.type) {
+        case CellType::SharedString:
+            return cell.value.empty() ? 0 : mWorkbook.strings.mask(sharedStringIndex(cell));
+        case CellType::Number:
+        case CellType::Date:
+            return numberMask(cell, patterns);
+        case CellType::Boolean: {
+            const PatternMask among = patterns.possible(TextClass::Boolean);
+            return among == 0 ? 0 : patterns.matching(textOf(cell), among);
+        }
+        case CellType::Error: {
+            const PatternMask among = patterns.possible(TextClass::Error);
+            return among == 0 ? 0 : patterns.matching(textOf(cell), among);
+        }
+        case CellType::String:
+        case CellType::InlineString:
+            return patterns.matching(textOf(cell));
+    }
+    return 0;
+}
+
+}  // namespace brindle::workbook::ooxml

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/ooxml/OoxmlDocument.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "base/Error.h"
+#include "workbook/ooxml/CalcChain.h"
+#include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ReadOnlyState.h"
+
+namespace brindle::workbook::ooxml {
+
+namespace {
+
+std::string partOfType(const Package& package, const WorkbookPart& workbook,
+                       std::string_view type) {
+    const Relationship* relationship = package.relationshipByType(workbook.partName, type);
+    if (!relationship || !package.hasPart(relationship->partName)) return {};
+    return relationship->partName;
+}
+
+StyleSheet readStyles(const Package& package, const std::string& partName) {
+    if (partName.empty()) return {};
+    try {
+        return StyleSheet(package.read(partName).view());
+    } catch (Error& error) {
+        throw error.inMember(partName);
+    }
+}
+
+}  // namespace
+
+OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
+    : mOptions(options),
+      mPackage(std::move(file)),
+      mWorkbook(readWorkbookPart(mPackage)),
+      mStyles(readStyles(mPackage, partOfType(mPackage, mWorkbook, kStylesType))),
+      mStrings(mPackage, partOfType(mPackage, mWorkbook, kSharedStringsType)),
+      mTexts{mStyles, mStrings, mWorkbook.externalBooks, mWorkbook.date1904} {
+    for (std::size_t i = 0; i < mWorkbook.sheets.size(); ++i) {
+        const SheetEntry& sheet = mWorkbook.sheets[i];
+        if (!sheet.isWorksheet) continue;
+        if (i == mWorkbook.activeTab) mActiveSheet = mWorksheets.size();
+        mWorksheets.push_back(std::make_unique<OoxmlWorksheet>(*this, sheet));
+    }
+    if (options.expectedPatterns && !options.expectedPatterns->empty()) {
+        mPatterns = PatternSet(*options.expectedPatterns);
+        // Now rather than when first asked: damage found on the way fails the opening.
+        for (const auto& sheet : mWorksheets) sheet->lookThrough(mPatterns.patterns().front());
+    }
+}
+
+ReadOnlyReason OoxmlDocument::readOnlyReason() const {
+    return workbook::readOnlyReason(mPackage.file().path());
+}
+
+const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
+    const bool isKnown = mPatterns.bitOf(match).mask != 0;
+    if (!isKnown) {
+        std::vector<CellMatch> patterns = mPatterns.patterns();
+        patterns.push_back(match);
+        mPatterns = PatternSet(std::move(patterns));
+    }
+    if (!isKnown || mGeneration == 0) {
+        try {
+            mStrings.look(mPatterns);
+        } catch (Error& error) {
+            throw error.inMember(mStrings.partName());
+        }
+        ++mGeneration;
+    }
+    return mPatterns;
+}
+
+bool OoxmlDocument::isChanged() const {
+    return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                                    [](const auto& sheet) { return sheet->isChanged(); });
+}
+
+// A string that all of its cells exchange for the same new one is changed where it stands, and
+// the sheets stay as they are stored.
+bool OoxmlDocument::placeInPlace(std::uint32_t index, const std::vector<CellEdit*>& edits,
+                                 std::size_t references) {
+    const CellEdit& first = *edits.front();
+    const bool same = std::all_of(edits.begin(), edits.end(), [&](const CellEdit* edit) {
+        return edit->content.kind == EnteredCell::Kind::Text && !edit->content.isInline &&
+               edit->content.style == edit->cell.style && edit->content.item == first.content.item;
+    });
+    if (!same || edits.size() != references) return false;
+    mStrings.setItem(index, first.content.item);
+    for (CellEdit* edit : edits) edit->isInPlace = true;
+    return true;
+}
+
+void OoxmlDocument::placeStrings() {
+    std::unordered_map<std::uint32_t, std::vector<CellEdit*>> byString;
+    for (const auto& sheet : mWorksheets) {
+        for (CellEdit* edit : sheet->edits()) {
+            if (edit->cell.sharedString != Candidate::kNoString) {
+                byString[edit->cell.sharedString].push_back(edit);
+            }
+        }
+    }
+    // Cells of sheets that were not looked through may use any string.
+    const bool allSeen = mWorksheets.size() == mWorkbook.sheets.size() &&
+                         std::all_of(mWorksheets.begin(), mWorksheets.end(),
+                                     [](const auto& sheet) { return sheet->isIndexed(); });
+    std::unordered_map<std::uint32_t, std::size_t> references;
+    for (const auto& sheet : mWorksheets) {
+        if (!allSeen || byString.empty()) break;
+        for (const Candidate& candidate : sheet->index().candidates()) {
+            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
+        }
+    }
+    for (auto& [index, edits] : byString) {
+        if (allSeen) placeInPlace(index, edits, references[index]);
+    }
+    for (const auto& sheet : mWorksheets) {
+        for (CellEdit* edit : sheet->edits()) {
+            if (edit->isInPlace) continue;
+            const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
+            const bool isShared =
+                edit->content.kind == EnteredCell::Kind::Text && !edit->content.isInline;
+            if (isShared) edit->sharedString = mStrings.add(edit->content.item);
+            mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
+        }
+    }
+}
+
+void OoxmlDocument::changeCalculation() {
+    FormulaCells lost;
+    bool hasFormulas = false;
+    for (const auto& sheet : mWorksheets) {
+        hasFormulas = hasFormulas || sheet->hasFormulas();
+        for (const CellEdit* edit : sheet->edits()) {
+            const bool isFormula = edit->content.kind == EnteredCell::Kind::Formula;
+            const bool wasFormula = edit->oldKind == EnteredCell::Kind::Formula;
+            if (wasFormula && !isFormula)
+                lost.insert({sheet->entry().sheetId, edit->cell.position});
+            hasFormulas = hasFormulas || isFormula;
+        }
+    }
+    const std::string chain = partOfType(mPackage, mWorkbook, kCalcChainType);
+    if (!chain.empty() && !lost.empty()) {
+        const PartText part = mPackage.read(chain);
+        if (const auto text = withoutCells(part.view(), lost)) {
+            mPackage.replacePart(chain, *text);
+        } else {
+            mPackage.removePart(chain, mWorkbook.partName);
+        }
+    }
+    // Results that depend on the changed cells are out of date.
+    if (hasFormulas || !chain.empty()) {
+        const PartText part = mPackage.read(mWorkbook.partName);
+        const std::string changed = withFullCalculation(part.view());
+        if (changed != part.view()) mPackage.replacePart(mWorkbook.partName, changed);
+    }
+}
+
+void OoxmlDocument::changeParts() {
+    placeStrings();
+    for (const auto& sheet : mWorksheets) {
+        if (!sheet->isChanged()) continue;
+        const package::Buffer part = sheet->changedPart();
+        if (part.size() > 0) mPackage.replacePart(sheet->entry().partName, part.view());
+        for (const auto& [name, text] : sheet->changedTables()) mPackage.replacePart(name, text);
+    }
+    if (mStrings.isChanged()) {
+        mPackage.replacePart(mStrings.partName(), mStrings.changedPart().view());
+    }
+    if (mStyles.isChanged()) {
+        mPackage.replacePart(partOfType(mPackage, mWorkbook, kStylesType), mStyles.changedPart());
+    }
+    changeCalculation();
+}
+
+void OoxmlDocument::save() {
+    if (!isChanged()) return;
+    mIsSaved = true;
+    changeParts();
+    ReplaceOptions options;
+    options.expected = &mPackage.file().status();
+    options.allowInPlace = mOptions.allowInPlace;
+    replaceFile(
+        mPackage.file().path(), options, [this](OutputFile& out) { mPackage.writeTo(out); },
+        [this](const std::string& temporary) { mPackage.verify(temporary); });
+}
+
+}  // namespace brindle::workbook::ooxml

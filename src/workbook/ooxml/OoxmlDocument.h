@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Workbooks in the Office Open XML formats .xlsx, .xlsm, .xltx and .xltm.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "workbook/Document.h"
+#include "workbook/ooxml/OoxmlWorksheet.h"
+#include "workbook/ooxml/Package.h"
+#include "workbook/ooxml/PatternSet.h"
+#include "workbook/ooxml/SharedStrings.h"
+#include "workbook/ooxml/StyleSheet.h"
+#include "workbook/ooxml/WorkbookPart.h"
+
+namespace brindle::workbook::ooxml {
+
+class OoxmlDocument final : public Document {
+public:
+    OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions& options);
+
+    ReadOnlyReason readOnlyReason() const override;
+    std::size_t worksheetCount() override { return mWorksheets.size(); }
+    Worksheet& worksheet(std::size_t index) override { return *mWorksheets.at(index); }
+    std::size_t activeSheet() override { return mActiveSheet; }
+    bool isChanged() const override;
+    void save() override;
+
+    // --- what the worksheets share -----------------------------------------------------------
+    const Package& package() const { return mPackage; }
+    const WorkbookPart& workbook() const { return mWorkbook; }
+    const OpenOptions& options() const { return mOptions; }
+    WorkbookTexts& texts() { return mTexts; }
+    // The patterns that the next pass over a sheet looks for, `match` among them; the shared
+    // strings have been looked through for them. Changes the generation when it changes.
+    const PatternSet& patternsFor(const CellMatch& match);
+    const PatternSet& patterns() const { return mPatterns; }
+    unsigned generation() const { return mGeneration; }
+
+private:
+    void placeStrings();
+    bool placeInPlace(std::uint32_t index, const std::vector<CellEdit*>& edits,
+                      std::size_t references);
+    void changeParts();
+    void changeCalculation();
+
+    OpenOptions mOptions;
+    Package mPackage;
+    WorkbookPart mWorkbook;
+    StyleSheet mStyles;
+    SharedStrings mStrings;
+    WorkbookTexts mTexts;
+    PatternSet mPatterns;
+    unsigned mGeneration = 0;
+    std::size_t mActiveSheet = 0;
+    bool mIsSaved = false;
+    std::vector<std::unique_ptr<OoxmlWorksheet>> mWorksheets;
+};
+
+}  // namespace brindle::workbook::ooxml

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "base/FileIo.h"
+#include "workbook/Document.h"
+#include "workbook/FormatTable.h"
+
+namespace brindle::workbook::ooxml {
+
+// A zip archive is taken for a workbook of ours; opening finds out.
+Claim probe(std::string_view head, std::string_view extension);
+
+std::unique_ptr<Document> open(std::unique_ptr<InputFile> file, const OpenOptions& options);
+
+}  // namespace brindle::workbook::ooxml

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/ooxml/OoxmlWorksheet.h"
+
+#include "base/Error.h"
+#include "workbook/ooxml/OoxmlDocument.h"
+#include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ooxml/SheetWriter.h"
+#include "workbook/ooxml/Xstring.h"
+#include "workbook/package/XmlScanner.h"
+
+namespace brindle::workbook::ooxml {
+
+using package::XmlScanner;
+using package::XmlToken;
+
+OoxmlWorksheet::OoxmlWorksheet(OoxmlDocument& document, const SheetEntry& entry)
+    : mDocument(document), mEntry(entry) {}
+
+bool OoxmlWorksheet::isIndexed() const {
+    return mIndex && mIndexGeneration == mDocument.generation();
+}
+
+SheetIndex& OoxmlWorksheet::indexFor(const CellMatch& match) {
+    mDocument.patternsFor(match);
+    if (!isIndexed()) buildIndex();
+    return *mIndex;
+}
+
+void OoxmlWorksheet::buildIndex() {
+    const PatternSet& patterns = mDocument.patterns();
+    mTexts = std::make_unique<CellTexts>(mDocument.texts());
+    mIndex = std::make_unique<SheetIndex>(*mTexts, patterns);
+    mIndexGeneration = mDocument.generation();
+    const Package& package = mDocument.package();
+    const std::size_t member = package.memberOf(mEntry.partName);
+    try {
+        mFrame = scanSheet(package.archive(), member, *mIndex, [this] { mIndex->restart(); });
+    } catch (...) {
+        mIndex.reset();
+        throw;
+    }
+    mIndex->finish();
+    for (const auto& [position, edit] : mEdits) {
+        mIndex->setMask(edit.cell, patterns.matching(edit.content.text));
+    }
+}
+
+std::optional<CellPosition> OoxmlWorksheet::findCell(const CellMatch& match, CellPosition after) {
+    SheetIndex& index = indexFor(match);
+    const PatternSet::Bit bit = mDocument.patterns().bitOf(match);
+    const std::vector<Candidate>& candidates = index.candidates();
+    const std::size_t start = index.placeBehind(after);
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        const std::size_t place =
+            start + i < candidates.size() ? start + i : start + i - candidates.size();
+        const Candidate& candidate = candidates[place];
+        if ((candidate.mask & bit.mask) == 0) continue;
+        if (!bit.isExact && !match.matches(currentText(candidate))) continue;
+        index.remember(place);
+        return candidate.position;
+    }
+    return std::nullopt;
+}
+
+std::string OoxmlWorksheet::currentText(const Candidate& candidate) {
+    const auto edit = mEdits.find(candidate.position);
+    if (edit != mEdits.end()) return edit->second.content.text;
+    return stateInFile(candidate).content.text;
+}
+
+std::string_view OoxmlWorksheet::part() {
+    if (!mPart) mPart.emplace(mDocument.package().read(mEntry.partName));
+    return mPart->view();
+}
+
+namespace {
+
+// Passes the one cell of a piece of a sheet on, at the place where it really stands.
+template <typename Use>
+class OneCell final : public CellSink {
+public:
+    OneCell(CellPosition position, const Use& use) : mPosition(position), mUse(use) {}
+    void cell(const ScannedCell& cell) override {
+        ScannedCell placed = cell;
+        placed.position = mPosition;
+        mUse(placed);
+    }
+
+private:
+    CellPosition mPosition;
+    const Use& mUse;
+};
+
+}  // namespace
+
+template <typename Use>
+void OoxmlWorksheet::withScanned(const Candidate& candidate, const Use& use) {
+    const std::string& prefix = mTexts->context().prefix();
+    std::string piece = "<" + prefix + "sheetData><" + prefix + "row>";
+    piece += part().substr(candidate.begin, candidate.length);
+    piece += "</" + prefix + "row></" + prefix + "sheetData>";
+    OneCell<Use> sink(candidate.position, use);
+    scanSheetText(mTexts->context().wrapped(piece), sink);
+}
+
+OoxmlWorksheet::State OoxmlWorksheet::stateOf(const Candidate& candidate) {
+    const auto edit = mEdits.find(candidate.position);
+    if (edit == mEdits.end()) return stateInFile(candidate);
+    State state;
+    state.content = edit->second.content;
+    state.sharedFormula = edit->second.oldSharedFormula;
+    state.isSharedMaster = edit->second.wasSharedMaster;
+    return state;
+}
+
+OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
+    State state;
+    CellContent& content = state.content;
+    content.style = candidate.style;
+    SharedStrings& strings = mDocument.texts().strings;
+    if (candidate.sharedString != Candidate::kNoString) {
+        const RichText item = strings.item(candidate.sharedString);
+        content.kind = EnteredCell::Kind::Text;
+        content.text = item.text();
+        content.item = item.content();
+        return state;
+    }
+    withScanned(candidate, [&](const ScannedCell& cell) {
+        content.text = mTexts->textOf(cell);
+        state.sharedFormula = cell.hasFormula ? sharedFormulaIndex(cell) : std::nullopt;
+        state.isSharedMaster = state.sharedFormula && !cell.formula.empty() &&
+                               mTexts->sharedMaster(*state.sharedFormula) == cell.position;
+        if (cell.hasFormula) {
+            content.kind = EnteredCell::Kind::Formula;
+            if (!cell.formula.empty()) {
+                content.formula = package::xmlText(cell.formula);
+            } else if (state.sharedFormula) {
+                content.formula =
+                    mTexts->sharedFormulaAt(*state.sharedFormula, cell.position).value_or("");
+            }
+            if (rawAttribute(cell.formulaAttributes, "t") == "array") {
+                content.arrayReference = rawAttribute(cell.formulaAttributes, "ref");
+            }
+        } else if (cell.type == CellType::InlineString) {
+            content.kind = EnteredCell::Kind::Text;
+            content.item = cell.inlineItem;
+            content.isInline = true;
+        } else if (cell.type == CellType::String) {
+            content.kind = EnteredCell::Kind::Text;
+            content.isInline = !strings.exists();
+            const FragmentContext& context =
+                content.isInline ? mTexts->context() : strings.context();
+            content.item = RichText::plain(context, content.text);
+        } else if (cell.type == CellType::Boolean) {
+            content.kind = EnteredCell::Kind::Boolean;
+        } else if (cell.type == CellType::Error) {
+            content.kind = EnteredCell::Kind::Error;
+        } else {
+            content.kind = EnteredCell::Kind::Number;
+        }
+    });
+    return state;
+}
+
+void OoxmlWorksheet::readFrame() {
+    if (mIsFrameRead) return;
+    std::vector<std::string> tables;
+    XmlScanner scanner(mFrame.text);
+    for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
+        if (token != XmlToken::StartElement) continue;
+        if (scanner.localName() == "sheetProtection" && scanner.depth() == 2) {
+            const auto* sheet = scanner.attribute("sheet");
+            mIsProtected = sheet && (sheet->rawValue == "1" || sheet->rawValue == "true");
+        } else if (scanner.localName() == "tablePart" && scanner.depth() == 3) {
+            const auto* id = scanner.attribute("id");
+            const Relationship* table =
+                id ? mDocument.package().relationshipById(mEntry.partName, id->rawValue) : nullptr;
+            if (table && !table->isExternal) tables.push_back(table->partName);
+        }
+    }
+    mTables = std::make_unique<TableParts>(mDocument.package(), tables);
+    mIsFrameRead = true;
+}
+
+std::vector<CellEdit*> OoxmlWorksheet::edits() {
+    std::vector<CellEdit*> list;
+    for (auto& [position, edit] : mEdits) list.push_back(&edit);
+    return list;
+}
+
+package::Buffer OoxmlWorksheet::changedPart() {
+    std::vector<const CellEdit*> written;
+    for (const auto& [position, edit] : mEdits) {
+        if (!edit.isInPlace) written.push_back(&edit);
+    }
+    if (written.empty()) return {};
+    package::Buffer changed = changedSheet(part(), *mTexts, written);
+    mPart.reset();  // a large part should not stand in memory longer than needed
+    return changed;
+}
+
+std::map<std::string, std::string> OoxmlWorksheet::changedTables() const {
+    return mTables ? mTables->changedParts() : std::map<std::string, std::string>();
+}
+
+}  // namespace brindle::workbook::ooxml

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+// The half of OoxmlWorksheet that changes cells.
+#include <algorithm>
+
+#include "base/Error.h"
+#include "workbook/formula/Formula.h"
+#include "workbook/ooxml/OoxmlDocument.h"
+#include "workbook/ooxml/OoxmlWorksheet.h"
+
+namespace brindle::workbook::ooxml {
+
+using Kind = EnteredCell::Kind;
+
+void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
+                                   std::string_view replacement) {
+    SheetIndex& index = indexFor(match);
+    const Candidate* found = index.find(position);
+    if (!found) return;
+    const Candidate cell = *found;
+    const State state = stateOf(cell);
+    const std::vector<TextSpan> spans = match.spans(state.content.text);
+    if (spans.empty()) return;
+    std::string newText = replaceSpans(state.content.text, spans, replacement);
+    if (newText == state.content.text) return;
+    try {
+        checkMayChange(cell);
+        keep(cell, state, entered(state, cell, match, replacement, std::move(newText)));
+    } catch (Error& error) {
+        throw error.inMember(mEntry.name).inCell(cellName(position));
+    }
+}
+
+void OoxmlWorksheet::checkMayChange(const Candidate& cell) {
+    if (mDocument.workbook().isSigned) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
+    readFrame();
+    if (mIsProtected && mDocument.texts().styles.style(cell.style).locked) {
+        throw Error::refused(
+            "The cell or chart that you are trying to change is protected and therefore read-only");
+    }
+    if (const FormulaBlock* block = mTexts->blockAt(cell.position)) {
+        throw Error::refused(block->isDataTable ? "Cannot change part of a data table"
+                                                : "You cannot change part of an array");
+    }
+}
+
+CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
+                                    const CellMatch& match, std::string_view replacement,
+                                    std::string newText) {
+    const bool staysFormula =
+        state.content.kind == Kind::Formula && newText.size() > 1 && newText[0] == '=';
+    const bool isHeader = mTables->isHeaderCell(cell.position);
+    if (staysFormula && !isHeader) return enteredFormula(state, std::move(newText));
+
+    StyleSheet& styles = mDocument.texts().styles;
+    const CellStyle style = styles.style(state.content.style);
+    EntryContext context;
+    context.cellFormat = style.kind;
+    context.generalFormat = style.isGeneral;
+    context.staysText = style.kind == NumberFormatKind::Text || style.quotePrefix || isHeader;
+    context.date1904 = mDocument.texts().date1904;
+    context.currentYear = mDocument.options().currentYear;
+    EnteredCell result = recogniseEntry(newText, context);
+    if (result.kind == Kind::Formula) return enteredFormula(state, std::move(result.text));
+    if (isHeader) mTables->rename(cell.position, newText);
+    if (result.kind == Kind::Text) {
+        return enteredText(state, match, replacement, std::move(newText));
+    }
+
+    CellContent content;
+    content.kind = result.kind;
+    content.style = state.content.style;
+    if (!result.formatCode.empty()) {
+        content.style = styles.withFormat(content.style, result.formatCode);
+    }
+    content.number = result.number;
+    content.boolean = result.boolean;
+    content.text = std::move(result.text);
+    if (content.kind == Kind::Boolean) content.text = content.boolean ? "TRUE" : "FALSE";
+    if (content.kind == Kind::Number) {
+        content.text = editText(content.number, styles.style(content.style).kind, context.date1904);
+    }
+    return content;
+}
+
+CellContent OoxmlWorksheet::enteredFormula(const State& state, std::string newText) {
+    const auto formula = formula::Formula::parse(std::string_view(newText).substr(1));
+    for (const std::string& name : formula.sheetNames()) checkSheets(name);
+    const std::string shown = formula.print();
+    CellContent content;
+    content.kind = Kind::Formula;
+    content.style = state.content.style;
+    content.arrayReference = state.content.arrayReference;
+    content.formula =
+        formula::storedText(shown, state.content.formula, mDocument.texts().externalBooks);
+    content.text = "=" + shown;
+    return content;
+}
+
+// The application would ask for a file when a formula names a sheet that is not there.
+void OoxmlWorksheet::checkSheets(const std::string& name) const {
+    const auto& sheets = mDocument.workbook().sheets;
+    const bool isKnown = std::any_of(sheets.begin(), sheets.end(), [&](const SheetEntry& sheet) {
+        return text::equals(sheet.name, name, CaseMode::Folded);
+    });
+    if (!isKnown) throw Error::refused("The formula you typed contains an error");
+}
+
+CellContent OoxmlWorksheet::enteredText(const State& state, const CellMatch& match,
+                                        std::string_view replacement, std::string newText) {
+    SharedStrings& strings = mDocument.texts().strings;
+    CellContent content;
+    content.kind = Kind::Text;
+    content.style = state.content.style;
+    content.isInline = state.content.isInline || !strings.exists();
+    const FragmentContext& context = content.isInline ? mTexts->context() : strings.context();
+    if (state.content.kind == Kind::Text) {
+        const RichText old(context, state.content.item);
+        content.item = old.replaced(match.spans(old.text()), replacement);
+    } else {
+        content.item = RichText::plain(context, newText);
+    }
+    content.text = std::move(newText);
+    return content;
+}
+
+void OoxmlWorksheet::keep(const Candidate& cell, const State& state, CellContent content) {
+    const PatternMask mask = mDocument.patterns().matching(content.text);
+    const auto [known, isNew] = mEdits.try_emplace(cell.position);
+    CellEdit& edit = known->second;
+    if (isNew) {
+        edit.cell = cell;
+        edit.oldText = state.content.text;
+        edit.oldKind = state.content.kind;
+        edit.oldSharedFormula = state.sharedFormula;
+        edit.wasSharedMaster = state.isSharedMaster;
+    }
+    const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
+                        content.style == edit.cell.style;
+    edit.content = std::move(content);
+    mIndex->setMask(edit.cell, mask);
+    if (isBack) mEdits.erase(known);
+}
+
+}  // namespace brindle::workbook::ooxml

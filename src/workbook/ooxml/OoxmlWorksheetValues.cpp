@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// The half of OoxmlWorksheet that tells values, for the import of lists.
+#include <algorithm>
+
+#include "workbook/ooxml/OoxmlDocument.h"
+#include "workbook/ooxml/OoxmlWorksheet.h"
+
+namespace brindle::workbook::ooxml {
+
+namespace {
+
+// The last result counts for a formula: values are asked for, not their source.
+class ValueCollector final : public CellSink {
+public:
+    ValueCollector(WorkbookTexts& workbook, std::map<CellPosition, CellValue>& values)
+        : mTexts(workbook), mValues(values) {}
+
+    void root(const FragmentContext& context) override { mTexts.setContext(context); }
+
+    void cell(const ScannedCell& cell) override {
+        ScannedCell constant = cell;
+        constant.hasFormula = false;
+        CellValue value;
+        value.text = mTexts.textOf(constant);
+        if (value.text.empty()) return;
+        value.kind = kindOf(cell.type);
+        if (value.kind == CellValue::Kind::Number) {
+            const auto number = parseDecimal(cell.value);
+            if (number) value.number = *number;
+        }
+        value.boolean = value.text == "TRUE";
+        mValues[cell.position] = std::move(value);
+    }
+
+private:
+    static CellValue::Kind kindOf(CellType type) {
+        switch (type) {
+            case CellType::Number:
+            case CellType::Date:
+                return CellValue::Kind::Number;
+            case CellType::Boolean:
+                return CellValue::Kind::Boolean;
+            case CellType::Error:
+                return CellValue::Kind::Error;
+            default:
+                return CellValue::Kind::Text;
+        }
+    }
+
+    CellTexts mTexts;
+    std::map<CellPosition, CellValue>& mValues;
+};
+
+}  // namespace
+
+void OoxmlWorksheet::readValues() {
+    if (mValues) return;
+    mValues.emplace();
+    const Package& package = mDocument.package();
+    ValueCollector collector(mDocument.texts(), *mValues);
+    scanSheet(package.archive(), package.memberOf(mEntry.partName), collector,
+              [this] { mValues->clear(); });
+}
+
+CellValue OoxmlWorksheet::cellValue(CellPosition position) {
+    readValues();
+    const auto value = mValues->find(position);
+    return value == mValues->end() ? CellValue() : value->second;
+}
+
+CellRange OoxmlWorksheet::usedRange() {
+    readValues();
+    CellRange range;
+    for (const auto& [position, value] : *mValues) {
+        if (range.firstRow == 0)
+            range = {position.row, position.column, position.row, position.column};
+        range.firstColumn = std::min(range.firstColumn, position.column);
+        range.lastRow = std::max(range.lastRow, position.row);
+        range.lastColumn = std::max(range.lastColumn, position.column);
+    }
+    return range;
+}
+
+}  // namespace brindle::workbook::ooxml

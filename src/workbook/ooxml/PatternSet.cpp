@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/ooxml/PatternSet.h"
+
+namespace brindle::workbook::ooxml {
+
+namespace {
+
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+// The longest run of ASCII letters; empty unless it is longer than a column name.
+std::string_view longLetterRun(std::string_view text) {
+    std::string_view best;
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t end = i;
+        while (end < text.size() && isLetter(text[end])) ++end;
+        if (end - i > best.size()) best = text.substr(i, end - i);
+        i = end + 1;
+    }
+    return best.size() > 3 ? best : std::string_view();
+}
+
+constexpr TextClass kClasses[] = {TextClass::Number, TextClass::Percent, TextClass::Date,
+                                  TextClass::Boolean, TextClass::Error};
+
+}  // namespace
+
+PatternSet::PatternSet(std::vector<CellMatch> patterns) : mPatterns(std::move(patterns)) {
+    for (std::size_t i = 0; i < mPatterns.size(); ++i) {
+        const CellMatch& pattern = mPatterns[i];
+        mAll |= maskOf(i);
+        for (const TextClass textClass : kClasses) {
+            if (pattern.couldMatch(textClass)) {
+                mPossible[static_cast<std::size_t>(textClass)] |= maskOf(i);
+            }
+        }
+        const std::string_view run = longLetterRun(pattern.requiredLiteral());
+        mLetterRuns.emplace_back(run, pattern.caseMode());
+        mHasLetterRun.push_back(!run.empty());
+    }
+}
+
+PatternMask PatternSet::matching(std::string_view text, PatternMask among) const {
+    PatternMask found = 0;
+    for (std::size_t i = 0; i < mPatterns.size(); ++i) {
+        const PatternMask bit = maskOf(i);
+        if ((bit & among & ~found) != 0 && mPatterns[i].matches(text)) found |= bit;
+    }
+    return found;
+}
+
+PatternMask PatternSet::possibleWithLetterRuns(std::string_view fixedText) const {
+    PatternMask possible = 0;
+    for (std::size_t i = 0; i < mPatterns.size(); ++i) {
+        if (!mHasLetterRun[i] || mLetterRuns[i].isIn(fixedText)) possible |= maskOf(i);
+    }
+    return possible;
+}
+
+PatternSet::Bit PatternSet::bitOf(const CellMatch& pattern) const {
+    for (std::size_t i = 0; i < mPatterns.size(); ++i) {
+        if (mPatterns[i] == pattern) return {maskOf(i), i < kExactBits};
+    }
+    return {};
+}
+
+}  // namespace brindle::workbook::ooxml

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// The fast reader of sheetData: one forward walk over a window, for parts that are written the
+// way nearly all programs write them.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "workbook/ooxml/SheetScanner.h"
+#include "workbook/package/PartWindow.h"
+
+namespace brindle::workbook::ooxml {
+
+// Passes the cells on and returns the frame. Nothing when the part holds something unusual (a
+// prefix, a comment, an unknown element, an encoding other than UTF-8); cells passed on until
+// then do not count, and the general reader has to take over. Throws Error (Damaged) for what
+// no reader could accept.
+std::optional<SheetFrame> streamSheet(package::PartWindow& window, CellSink& sink);
+
+}  // namespace brindle::workbook::ooxml
