@@ -12,10 +12,14 @@ FolderWalk::FolderWalk(std::string startFolder, FolderWalkRules rules)
 
 std::optional<std::string> FolderWalk::next() {
     if (!std::exchange(mIsStarted, true)) enter(mStart);
+    noteIdentity(std::exchange(mLastPath, {}));
     while (!mWay.empty() && goesOn()) {
         Folder& folder = mWay.back();
         if (folder.nextFile < folder.listing.files.size()) {
-            if (auto path = nextFile(folder)) return path;
+            if (auto path = nextFile(folder)) {
+                mLastPath = *path;
+                return path;
+            }
         } else {
             enterNextSubfolder();
         }
@@ -57,6 +61,14 @@ void FolderWalk::enterNextSubfolder() {
     } else {
         mWay.pop_back();
     }
+}
+
+// A document that was saved since it was yielded is another file now, under the same name; its
+// other names lead to that one.
+void FolderWalk::noteIdentity(const std::string& path) {
+    struct stat status {};
+    if (!mRules.eachFileOnce || path.empty() || ::stat(path.c_str(), &status) != 0) return;
+    mSeenFiles.insert({status.st_dev, status.st_ino});
 }
 
 bool FolderWalk::isFirstName(const std::string& path) {

@@ -52,11 +52,13 @@ private:
     void enter(const std::string& path);
     std::optional<std::string> nextFile(Folder& folder);
     void enterNextSubfolder();
+    void noteIdentity(const std::string& path);
     bool isFirstName(const std::string& path);
 
     std::string mStart;
     FolderWalkRules mRules;
     bool mIsStarted = false;
+    std::string mLastPath;  // what next() gave last
     std::vector<Folder> mWay;  // from the start folder down to the current one
     std::set<FileIdentity> mSeenFolders;
     std::set<FileIdentity> mSeenFiles;

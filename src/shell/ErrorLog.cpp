@@ -162,7 +162,7 @@ void WriteFile(const std::string& message) {
 }
 
 std::string errorMessage(const Routine& routine, const Error& error) {
-    return "Error " + std::to_string(error.number()) + " (" + asOneLine(error.description()) +
+    return "Error " + std::to_string(error.number()) + " (" + asOneLine(error.what()) +
            ") in procedure " + routine.procedure + " at Line No. " +
            std::to_string(error.thrownAt().line()) + " of " + kindText(routine.kind) + " " +
            routine.module + suffixOf(routine);

@@ -1,0 +1,269 @@
+#!/usr/bin/env python3
+"""Runs the command line over a corpus of real workbooks and checks what it did with programs
+that are not ours.
+
+For every workbook: a search must count what truth.json says; a replacement without a match must
+leave bytes and times alone; a word that occurs is replaced and put back, and after each step the
+members that need not change must have identical compressed bytes, the package must bring up no
+repair prompt that it did not bring up before, and openpyxl (with --libreoffice LibreOffice too)
+must see exactly the expected texts.
+
+Usage: check_corpus.py --tarvello PROGRAM --corpus FOLDER [--libreoffice] [--only TEXT]
+"""
+import argparse
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import warnings
+import zipfile
+import xml.etree.ElementTree as ElementTree
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import check_package  # noqa: E402
+
+FOLDERS = ('xlsx', 'xlsm', 'xltx', 'xltm')
+MARK = 'Qvz'  # stands before the word found; no corpus file holds it
+
+
+class Checker:
+    def __init__(self, arguments):
+        self.program = arguments.tarvello
+        self.corpus = arguments.corpus
+        self.faults = []
+        self.work = tempfile.mkdtemp(prefix='corpus check ')
+        self.environment = dict(os.environ, BRINDLE_HOME=os.path.join(self.work, 'home'))
+        os.mkdir(self.environment['BRINDLE_HOME'])
+        self.converted = []
+        self.counted = self.replaced = self.cells_compared = 0
+
+    def fault(self, name, text):
+        print(f'{name}: {text}')
+        self.faults.append((name, text))
+
+    def run(self, *arguments):
+        done = subprocess.run([self.program, *arguments, '--json'], capture_output=True,
+                              env=self.environment, timeout=60)
+        return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
+
+    # --- counts ---------------------------------------------------------------------------
+    def check_counts(self, name, truth):
+        path = os.path.join(self.corpus, name)
+        for needle in truth.get('needles', []):
+            status, lines = self.run('search', '--find', needle['needle'], path)
+            document = lines[0]
+            if document['status'] == 'failed':
+                self.fault(name, f'cannot be searched: {document["error"]}')
+                return
+            count = sum(entry['count'] for entry in document['entries'])
+            if 'cells' not in needle:
+                print(f'{name}: {needle["needle"]!r}: {count}; readers disagree: '
+                      f'{json.dumps(parts_of(needle))}')
+            elif count != needle['cells']:
+                self.fault(name, f'{needle["needle"]!r}: {count}, expected {needle["cells"]} of '
+                                 f'{json.dumps(parts_of(needle))}')
+            else:
+                self.counted += 1
+        if not truth.get('needles'):
+            status, lines = self.run('search', '--find', 'no such text', path)
+            if lines[0]['status'] == 'failed':
+                self.fault(name, f'cannot be searched: {lines[0]["error"]}')
+
+    # --- no match -------------------------------------------------------------------------
+    def check_untouched(self, name):
+        copy = self.copy(name)
+        before = signature(copy)
+        self.run('replace', '--find', 'no such text 4711', '--with', 'x', copy)
+        if signature(copy) != before:
+            self.fault(name, 'changed although nothing matched')
+        os.remove(copy)
+
+    # --- there and back -------------------------------------------------------------------
+    def check_replacement(self, name, truth):
+        words = [n['needle'] for n in truth.get('needles', [])
+                 if n.get('kind') == 'word' and n['string_cells'].get('value', 0) > 0]
+        for word in words[:2]:
+            copy = self.copy(name)
+            old, new = beside(copy, 'old'), beside(copy, 'new')
+            shutil.copy2(copy, old)
+            status, lines = self.run('replace', '--find', word, '--with', MARK + word, copy)
+            document = lines[0]
+            if document['status'] == 'failed' or document.get('refused'):
+                print(f'{name}: {word!r}: {document.get("error") or document["refused"][0]}')
+                continue
+            self.compare(name, old, copy, word)
+            shutil.copy2(copy, new)
+            self.converted.append((name, old, new, word))
+            self.run('replace', '--find', MARK + word, '--with', word, copy)
+            self.compare_members(name, old, copy)
+            self.replaced += 1
+
+    def copy(self, name):
+        folder = tempfile.mkdtemp(dir=self.work)
+        target = os.path.join(folder, os.path.basename(name))
+        shutil.copy2(os.path.join(self.corpus, name), target)
+        os.chmod(target, 0o644)
+        return target
+
+    def compare(self, name, old, new, word):
+        self.compare_members(name, old, new)
+        for fault in set(check_package.faults(new)) - set(check_package.faults(old)):
+            self.fault(name, f'{word!r}: {fault}')
+        before, after = openpyxl_texts(old), openpyxl_texts(new)
+        if before is None:
+            return
+        if after is None:
+            self.fault(name, f'{word!r}: openpyxl cannot read the result')
+            return
+        for place, text in before.items():
+            expected, actual = expected_text(text, word), after.get(place)
+            self.cells_compared += 1
+            if str(expected).casefold() != str(actual).casefold():
+                self.fault(name, f'{word!r}: {place}: {actual!r} instead of {expected!r}')
+        for place in after.keys() - before.keys():
+            self.fault(name, f'{word!r}: {place} appeared')
+
+    def compare_members(self, name, old, new):
+        before, after = raw_members(old), raw_members(new)
+        may_change = re.compile(r'sharedStrings|worksheets/|workbook\.xml$|calcChain|styles\.xml$|'
+                                r'tables/|\[Content_Types\]|workbook\.xml\.rels$|sheets/', re.I)
+        if [m for m in before if m in after or not may_change.search(m)] != list(after):
+            self.fault(name, 'members were added, lost or reordered')
+        changed = [m for m in after if before.get(m) != after[m]]
+        for member in changed:
+            if not may_change.search(member):
+                self.fault(name, f'{member} changed')
+
+    # --- LibreOffice ----------------------------------------------------------------------
+    def check_libreoffice(self):
+        folder = os.path.join(self.work, 'flat')
+        for name, old, new, word in self.converted:
+            texts = [libreoffice_texts(path, folder) for path in (old, new)]
+            if texts[0] is None:
+                continue
+            if texts[1] is None:
+                self.fault(name, f'{word!r}: LibreOffice cannot read the result')
+                continue
+            expected = [expected_text(text, word) for text in texts[0]]
+            for want, have in zip(expected, texts[1]):
+                if want.casefold() != have.casefold():
+                    self.fault(name, f'{word!r}: LibreOffice sees {have!r} instead of {want!r}')
+            if len(expected) != len(texts[1]):
+                self.fault(name, f'{word!r}: LibreOffice sees another number of texts')
+
+
+def beside(path, folder):
+    target = os.path.join(os.path.dirname(path), folder)
+    os.mkdir(target)
+    return os.path.join(target, os.path.basename(path))
+
+
+def parts_of(needle):
+    return {key: value.get('value', value.get('by')) for key, value in needle.items()
+            if isinstance(value, dict)}
+
+
+def signature(path):
+    status = os.stat(path)
+    with open(path, 'rb') as file:
+        return file.read(), status.st_mtime_ns, status.st_ino, status.st_mode
+
+
+def raw_members(path):
+    members = {}
+    with zipfile.ZipFile(path) as archive, open(path, 'rb') as file:
+        for info in archive.infolist():
+            file.seek(info.header_offset + 26)
+            name_length, extra_length = (int.from_bytes(file.read(2), 'little') for _ in range(2))
+            file.seek(info.header_offset + 30 + name_length + extra_length)
+            members[info.filename] = (info.compress_type, info.date_time,
+                                      file.read(info.compress_size))
+    return members
+
+
+def expected_text(text, word):
+    if not isinstance(text, str):
+        return text
+    return re.sub(re.escape(word), lambda m: MARK + word, text, flags=re.I)
+
+
+def openpyxl_texts(path):
+    """Cells by sheet and place; None when openpyxl cannot read the file."""
+    import openpyxl
+    texts = {}
+    try:
+        with warnings.catch_warnings():
+            warnings.simplefilter('ignore')
+            workbook = openpyxl.load_workbook(path)
+        for sheet in workbook.worksheets:
+            for row in sheet.iter_rows():
+                for cell in row:
+                    if cell.value is not None:
+                        texts[sheet.title, cell.coordinate] = cell.value
+    except Exception as error:  # whatever stops the other reader says nothing about us
+        print(f'  openpyxl: {error!r}')
+        return None
+    return texts
+
+
+def libreoffice_texts(path, folder):
+    """Text constants in order, from a conversion to flat XML; None when there is none."""
+    source = os.path.join(folder, 'in' + os.path.splitext(path)[1])
+    target = os.path.join(folder, 'in.fods')
+    os.makedirs(folder, exist_ok=True)
+    shutil.copy(path, source)
+    if os.path.exists(target):
+        os.remove(target)
+    subprocess.run(['soffice', '--headless', f'-env:UserInstallation=file://{folder}/profile',
+                    '--convert-to', 'fods', '--outdir', folder, source],
+                   capture_output=True, timeout=180)
+    if not os.path.exists(target):
+        return None
+    texts = []
+    office = '{urn:oasis:names:tc:opendocument:xmlns:office:1.0}'
+    table = '{urn:oasis:names:tc:opendocument:xmlns:table:1.0}'
+    annotation = office + 'annotation'
+    for cell in ElementTree.parse(target).iter(table + 'table-cell'):
+        is_text = cell.get(office + 'value-type') == 'string' and not cell.get(table + 'formula')
+        if is_text:
+            paragraphs = [p for p in cell if p.tag != annotation]
+            texts.append('\n'.join(''.join(p.itertext()) for p in paragraphs))
+    return texts
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument('--tarvello', required=True)
+    parser.add_argument('--corpus', required=True)
+    parser.add_argument('--libreoffice', action='store_true')
+    parser.add_argument('--only', default='')
+    arguments = parser.parse_args()
+    with open(os.path.join(arguments.corpus, 'truth.json'), encoding='utf-8') as file:
+        truth = json.load(file)['files']
+    checker = Checker(arguments)
+    try:
+        for name in sorted(truth):
+            if name.split('/')[0] not in FOLDERS or arguments.only not in name:
+                continue
+            if not any(value is True for value in truth[name]['opens'].values()):
+                continue
+            checker.check_counts(name, truth[name])
+            checker.check_untouched(name)
+            checker.check_replacement(name, truth[name])
+        if arguments.libreoffice:
+            checker.check_libreoffice()
+        print(f'{checker.counted} counts agree, {checker.replaced} words there and back, '
+              f'{checker.cells_compared} cells compared, {len(checker.faults)} faults')
+        if checker.counted == 0:
+            print('no file of the corpus was checked')
+            return 1
+        return 1 if checker.faults else 0
+    finally:
+        shutil.rmtree(checker.work)
+
+
+if __name__ == '__main__':
+    sys.exit(main())

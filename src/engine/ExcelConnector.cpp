@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: MIT
+// The run and the steps of one document.
+#include "engine/ExcelConnector.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <ctime>
+#include <filesystem>
+
+#include "base/FileIo.h"
+#include "engine/excel/Application.h"
+#include "engine/excel/Workbook.h"
+#include "engine/ListSource.h"
+#include "engine/modFileDateTime.h"
+#include "lang/modINI.h"
+#include "selection/DocumentList.h"
+#include "shell/ErrorLog.h"
+
+namespace brindle {
+namespace {
+
+constexpr Routine kReplaceFile{"ReplaceFile", ModuleKind::Class, "ExcelConnector"};
+constexpr Routine kAddChangedFilePath{"AddChangedFilePath", ModuleKind::Class, "ExcelConnector"};
+constexpr Routine kCloseObjects{"closeObjects", ModuleKind::Class, "ExcelConnector"};
+
+// Given when the project has no password, so that a workbook reserved for writing opens
+// read-only instead of asking.
+constexpr const char* kNoWriteReservation = "kqv";
+
+constexpr std::chrono::milliseconds kEventInterval{50};
+
+int yearOf(std::time_t moment) {
+    std::tm local{};
+    localtime_r(&moment, &local);
+    return local.tm_year + 1900;
+}
+
+bool isEmptyFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0;
+}
+
+std::string folderOf(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+// The path with its last four characters replaced by ".bak"; empty when it has fewer.
+std::string backupPath(const std::string& path) {
+    std::size_t length = path.size();
+    for (int characters = 0; characters < 4; ++characters) {
+        if (length == 0) return {};
+        --length;
+        while (length > 0 && (static_cast<unsigned char>(path[length]) & 0xC0) == 0x80) --length;
+    }
+    return path.substr(0, length) + ".bak";
+}
+
+void makeBackup(const std::string& path) {
+    const std::string backup = backupPath(path);
+    if (backup.empty() || backup == path) return;
+    try {
+        copyFile(path, backup);
+    } catch (const Error&) {
+        // A document without a backup is processed all the same.
+    }
+}
+
+const char* readOnlyText(workbook::ReadOnlyReason reason) {
+    switch (reason) {
+        case workbook::ReadOnlyReason::Permission:
+            return "The document is read-only: there is no permission to write it";
+        case workbook::ReadOnlyReason::FileSystem:
+            return "The document is read-only: its file system cannot be written";
+        case workbook::ReadOnlyReason::InUse:
+            return "The document is read-only: another program has it open";
+        case workbook::ReadOnlyReason::WriteReserved:
+            return "The document is read-only: writing it is reserved by another password";
+        case workbook::ReadOnlyReason::Format:
+            return "The document is read-only: its format can be searched but not changed";
+        case workbook::ReadOnlyReason::None:
+            break;
+    }
+    return "The document is read-only";
+}
+
+}  // namespace
+
+ExcelConnector::ExcelConnector(Host& host, RunFlags& flags, RunOptions options,
+                               ExcelFactory factory)
+    : mHost(host), mFlags(flags), mOptions(std::move(options)), mFactory(std::move(factory)) {
+    if (!mFactory) mFactory = [] { return std::make_unique<excel::Application>(); };
+}
+
+ExcelConnector::~ExcelConnector() = default;
+
+bool ExcelConnector::begin(Entries& entries) {
+    try {
+        mExcel = mFactory();
+    } catch (...) {
+        // The message that the caller shows is all there is to say.
+    }
+    if (!mExcel) return false;
+    mCurrentYear = yearOf(std::time(nullptr));
+    mLastEvents = std::chrono::steady_clock::now();
+    collectPatterns(entries);
+    return true;
+}
+
+void ExcelConnector::StartReplace(Application& app, Entries& entries) {
+    const auto held = app.Items;  // a project loaded meanwhile must not end the list
+    if (!begin(entries)) {
+        mHost.showMessage(GetLngString("global msg", "1015"), MessageIcon::None,
+                          MessageButtons::Ok);
+        return;
+    }
+    if (app.CurrentProject.IsScanFolder)
+        scanFolder(app, entries);
+    else
+        processList(app, entries);
+    closeObjects();
+}
+
+void ExcelConnector::StartReplace(Application& app, Entries& entries, DocumentSource& source) {
+    const auto held = app.Items;
+    if (!begin(entries)) {
+        mHost.showMessage(GetLngString("global msg", "1015"), MessageIcon::None,
+                          MessageButtons::Ok);
+        return;
+    }
+    while (!mFlags.StopProcessing) {
+        const auto path = source.next();
+        if (!path) {
+            mFlags.NoFilesToProcess = mListNumber == 0;
+            break;
+        }
+        processDocument(*path, app, entries, mListNumber);
+        mHost.processEvents();
+    }
+    closeObjects();
+}
+
+void ExcelConnector::scanFolder(Application& app, Entries& entries) {
+    TotalFiles = getFilesCount(app.CurrentProject.StartFolder, app, entries);
+    mFlags.NoFilesToProcess = TotalFiles == 0;
+    if (mFlags.StopProcessing) return;
+    getFolders(app.CurrentProject.StartFolder, app, entries);
+}
+
+void ExcelConnector::processList(Application& app, Entries& entries) {
+    const auto files = GetFilePaths(app.CurrentProject.GetFilenamesFromTextFile, mHost);
+    mFlags.NoFilesToProcess = files.empty();
+    if (files.empty()) return;
+    for (const std::string& path : files)
+        if (documentLength(path) > 0) ++TotalFiles;
+    if (TotalFiles == 0) {
+        closeObjects();
+        mHost.showMessage(GetLngString("global msg", "1024"), MessageIcon::Exclamation,
+                          MessageButtons::Ok);
+        return;
+    }
+    for (const std::string& path : files) {
+        const bool isThere = documentLength(path) > 0;
+        if (mFlags.StopProcessing) return;
+        mFlags.CurrentFileFailed = false;
+        if (isThere) processDocument(path, app, entries, mListNumber);
+        mHost.processEvents();
+    }
+}
+
+void ExcelConnector::processDocument(const std::string& path, Application& app, Entries& entries,
+                                     std::int32_t& number) {
+    ++number;
+    mFlags.CurrentFileFailed = false;
+    ReplaceFile(path, app, entries, number);
+    AddChangedFilePath(path, number, entries);
+    for (std::int32_t i = 1; i <= entries.Count(); ++i)
+        if (Entry* entry = entries.Item(i)) entry->counts.ClearCounters();
+}
+
+void ExcelConnector::ReplaceFile(const std::string& vFileName, Application& app, Entries& vEntries,
+                                 std::int32_t& /*vCurFileCount*/) {
+    mDocumentError.reset();
+    mRefusals.clear();
+    const auto failure = guarded(kReplaceFile, [&] {
+        try {
+            beforeTouching(vFileName, app);
+            convertDocument(vFileName, app, vEntries);
+        } catch (Error& error) {
+            error.inFile(vFileName);
+            throw;
+        }
+    });
+    if (failure) failDocument(*failure);
+    closeWorkbook();
+}
+
+// A failed document keeps its workbook open up to here; nothing of it may reach the disk.
+void ExcelConnector::closeWorkbook() {
+    mWorksheet.reset();
+    if (mWorkbook) mWorkbook->Close(false);
+    mWorkbook = nullptr;
+}
+
+void ExcelConnector::failDocument(const Error& error) {
+    mDocumentError = error;
+    mFlags.CurrentFileFailed = true;
+}
+
+void ExcelConnector::beforeTouching(const std::string& path, Application& app) {
+    const std::string folder = folderOf(path);
+    if (!mFlags.isSearchOnly && mTidiedFolders.insert(folder).second)
+        removeStaleTemporaries(folder);
+    if (app.CurrentProject.BackupMode) makeBackup(path);
+}
+
+void ExcelConnector::convertDocument(const std::string& path, Application& app, Entries& entries) {
+    const FileDateTimes times = GetFileDateTime(path);
+    // An empty file is an empty sheet, whatever its name: there is nothing to open.
+    if (isEmptyFile(path)) return;
+    openWorkbook(path, app);
+    const auto reason = mWorkbook->readOnlyReason();
+    if (mWorkbook->ReadOnly() && !mFlags.isSearchOnly) {
+        closeWorkbook();
+        if (app.CurrentProject.KeepTheOriginalFileDate) SetFileDateTime(path, times);
+        failDocument(
+            Error(ErrorKind::Refused, error_number::kPermissionDenied, readOnlyText(reason)));
+        return;
+    }
+    mWorksheet = std::make_unique<excel::Worksheet>(mWorkbook->Worksheets().Item(1));
+    applyEntries(entries);
+    if (!mFlags.isSearchOnly) mWorkbook->Save();
+    closeWorkbook();
+    if (app.CurrentProject.KeepTheOriginalFileDate) SetFileDateTime(path, times);
+}
+
+void ExcelConnector::openWorkbook(const std::string& path, Application& app) {
+    workbook::OpenOptions options;
+    options.password = app.CurrentProject.Password;
+    options.writeResPassword = options.password.empty() ? kNoWriteReservation : options.password;
+    options.currentYear = mCurrentYear;
+    options.allowInPlace = mOptions.allowInPlace;
+    options.ansiCodePage = mOptions.ansiCodePage;
+    options.expectedPatterns = &mExpectedPatterns;
+    mWorkbook = &mExcel->Workbooks().Open(path, options);
+}
+
+// By position, so that a change of the list from outside cannot pull it away.
+void ExcelConnector::applyEntries(Entries& entries) {
+    for (std::int32_t i = 1; i <= entries.Count(); ++i) {
+        Entry* entry = entries.Item(i);
+        if (entry && !entry->FindWhat.empty()) applyEntry(*entry);
+    }
+}
+
+void ExcelConnector::applyEntry(Entry& entry) {
+    // In the order of the values of Look_In.
+    static constexpr std::array kScopes = {
+        &ExcelConnector::ReplaceCell,      &ExcelConnector::ConvertHyperlinks,
+        &ExcelConnector::Header,           &ExcelConnector::Footer,
+        &ExcelConnector::shapes,           &ExcelConnector::BuiltProperties,
+        &ExcelConnector::CustomeProperties};
+    mPlace = {};
+    const auto scope = static_cast<std::size_t>(entry.Look_In);
+    if (entry.Look_In >= 0 && scope < kScopes.size()) (this->*kScopes[scope])(entry);
+}
+
+void ExcelConnector::AddChangedFilePath(const std::string& vFilePath, std::int32_t& vCurFileCount,
+                                        Entries& vEntries) {
+    guarded(kAddChangedFilePath, [&] {
+        if (FileStatusChanged) FileStatusChanged(vFilePath, vCurFileCount, 1, vEntries);
+    });
+}
+
+void ExcelConnector::closeObjects() {
+    guarded(kCloseObjects, [&] {
+        closeWorkbook();
+        if (mExcel) mExcel->Quit();
+    });
+    mExcel.reset();
+}
+
+// Inside a document: often enough that a window never seems to hang, not so often that it
+// costs anything.
+void ExcelConnector::letEventsRun() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - mLastEvents < kEventInterval) return;
+    mHost.processEvents();
+    mLastEvents = std::chrono::steady_clock::now();
+}
+
+}  // namespace brindle

@@ -1,0 +1,422 @@
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <ctime>
+
+#include "base/FileIo.h"
+#include "engine/FolderSource.h"
+#include "engine/ListSource.h"
+#include "lang/modINI.h"
+#include "support/ConnectorRun.h"
+
+namespace brindle::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::int16_t cellsFound(const Report& report) {
+    return report.counts.at(0).CellCounter;
+}
+
+void setTimes(const std::string& path, std::time_t seconds, long nanoseconds) {
+    const struct timespec times[2] = {{seconds, nanoseconds}, {seconds + 1, nanoseconds}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+}
+
+struct stat statusOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status;
+}
+
+TEST(ExcelConnectorRun, numbersCountsAndReportsEachDocument) {
+    ConnectorRun run;
+    for (const char* name : {"a.xls", "b.xls", "sub/c.xls", "sub/deep/d.xls", "z.xls"})
+        run.addBook(name).sheets[0].cells = {{{1, 1}, "cat"}};
+    run.dir.write("note.doc", "no workbook");
+    run.addEntry("cat", "dog");
+    run.app.CurrentProject.IncludeSubFolders = true;
+    run.go();
+    EXPECT_EQ(run.totalFiles, 5);
+    EXPECT_FALSE(run.flags.NoFilesToProcess);
+    ASSERT_EQ(run.reports.size(), 5u);
+    for (std::size_t i = 0; i < run.reports.size(); ++i) {
+        EXPECT_EQ(run.reports[i].number, static_cast<std::int32_t>(i) + 1);
+        EXPECT_EQ(run.reports[i].status, 1);
+        EXPECT_EQ(cellsFound(run.reports[i]), 1) << "counters start from zero for each document";
+    }
+    EXPECT_EQ(run.app.Items->Item(1)->counts.CellCounter, 0);
+    // Files before subfolders, parents before children.
+    const Names names = run.reportedNames();
+    EXPECT_EQ(names[3], "c.xls");
+    EXPECT_EQ(names[4], "d.xls");
+    EXPECT_EQ(run.log(), "");
+}
+
+TEST(ExcelConnectorRun, staysInTheFolderUnlessToldOtherwise) {
+    ConnectorRun run;
+    run.addBook("a.xls");
+    run.addBook("sub/b.xls");
+    run.go();
+    EXPECT_EQ(run.reportedNames(), (Names{"a.xls"}));
+    EXPECT_EQ(run.totalFiles, 1);
+}
+
+TEST(ExcelConnectorRun, runWithoutEntriesStillOpensSavesAndReports) {
+    ConnectorRun run;
+    FakeBook& book = run.addBook("a.xls");
+    run.addEntry("", "x");
+    run.addEntry("cat", "x", 7);
+    run.addEntry("cat", "x", -1);
+    book.sheets[0].cells = {{{1, 1}, "cat"}};
+    run.go();
+    EXPECT_EQ(book.opened, 1);
+    EXPECT_EQ(book.saved, 1);
+    EXPECT_EQ(book.closed, 1);
+    ASSERT_EQ(run.reports.size(), 1u);
+    EXPECT_EQ(book.sheets[0].cells.at({1, 1}), "cat");
+}
+
+TEST(ExcelConnectorRun, startFolderThatIsMissingLeavesNothingToDo) {
+    ConnectorRun run;
+    run.app.CurrentProject.StartFolder = run.dir.path("missing");
+    run.go();
+    EXPECT_TRUE(run.flags.NoFilesToProcess);
+    EXPECT_TRUE(run.reports.empty());
+    EXPECT_EQ(run.linesOf("getFilesCount"), 1u) << run.log();
+    EXPECT_EQ(run.linesOf("getFolders"), 1u);
+    EXPECT_NE(run.log().find("Error 76 ("), std::string::npos);
+}
+
+TEST(ExcelConnectorRun, stopLetsTheDocumentInWorkFinish) {
+    for (const bool fromList : {false, true}) {
+        ConnectorRun run;
+        std::string list;
+        for (const char* name : {"a.xls", "b.xls", "c.xls"}) {
+            run.addBook(name).sheets[0].cells = {{{1, 1}, "cat"}};
+            list += run.dir.path(name) + "\r\n";
+        }
+        run.addBook("sub/d.xls");
+        run.addEntry("cat", "dog");
+        run.app.CurrentProject.IncludeSubFolders = true;
+        run.app.CurrentProject.IsScanFolder = !fromList;
+        run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.write("list.txt", list);
+        run.files.beforeOpening = [&](const std::string&) {
+            if (run.files.openedPaths.size() == 1) run.stop = true;
+        };
+        run.go();
+        ASSERT_EQ(run.reports.size(), 2u);
+        EXPECT_EQ(run.files.openedPaths.size(), 2u);
+        EXPECT_EQ(run.files[run.reports[1].path].saved, 1);
+    }
+}
+
+TEST(ExcelConnectorRun, applicationThatCannotBeStartedIsSaid) {
+    ConnectorRun run;
+    run.home.write("Languages/English.lng", "[global msg]\r\n1015=No application\r\n");
+    gLanguageFile = "English.lng";
+    run.addBook("a.xls");
+    const ExcelFactory factories[] = {
+        [] { return nullptr; },
+        []() -> std::unique_ptr<excel::Application> { throw std::runtime_error("no server"); }};
+    for (const ExcelFactory& factory : factories) {
+        run.host.messages.clear();
+        ExcelConnector connector(run.host, run.flags, {}, factory);
+        connector.StartReplace(run.app, *run.app.Items);
+        ASSERT_EQ(run.host.messages.size(), 1u);
+        EXPECT_EQ(run.host.messages[0].text, "No application");
+        EXPECT_EQ(run.host.messages[0].icon, MessageIcon::None);
+        EXPECT_EQ(connector.TotalFiles, 0);
+        EXPECT_EQ(run.log(), "");
+    }
+}
+
+TEST(ExcelConnectorRun, listIsProcessedInItsOrderWithRepetitions) {
+    ConnectorRun run;
+    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addBook("b.csv").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.dir.write("empty.xls", "");
+    const std::string a = run.dir.path("a.xls");
+    run.app.CurrentProject.IsScanFolder = false;
+    run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.write(
+        "list.txt", run.dir.path("b.csv") + "\r\n" + a + "\r\n" + run.dir.path("empty.xls") +
+                        "\r\n" + run.dir.path("gone.xls") + "\r\n" + run.dir.path("x.doc") +
+                        "\r\n" + a + "\r\n");
+    run.addEntry("cat", "dog");
+    run.go();
+    EXPECT_EQ(run.reportedNames(), (Names{"b.csv", "a.xls", "a.xls"}));
+    EXPECT_EQ(run.totalFiles, 3);
+    EXPECT_EQ(run.reports.back().number, 3);
+    EXPECT_EQ(cellsFound(run.reports[1]), 1);
+    EXPECT_EQ(cellsFound(run.reports[2]), 0) << "the first time replaced it";
+    EXPECT_EQ(run.log(), "");
+}
+
+struct ListRow {
+    const char* name;
+    const char* content;  // null: no list file
+    bool noFiles;
+    std::size_t messages;
+};
+
+class ExcelConnectorList : public testing::TestWithParam<ListRow> {};
+
+TEST_P(ExcelConnectorList, withoutADocument) {
+    const ListRow& row = GetParam();
+    ConnectorRun run;
+    run.home.write("Languages/English.lng", "[global msg]\r\n1024=No document\r\n");
+    gLanguageFile = "English.lng";
+    run.app.CurrentProject.IsScanFolder = false;
+    run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.path("list.txt");
+    if (row.content) run.dir.write("list.txt", row.content);
+    run.go();
+    EXPECT_EQ(run.flags.NoFilesToProcess, row.noFiles);
+    ASSERT_EQ(run.host.messages.size(), row.messages);
+    if (row.messages > 0) {
+        EXPECT_EQ(run.host.messages[0].text, "No document");
+        EXPECT_EQ(run.host.messages[0].icon, MessageIcon::Exclamation);
+    }
+    EXPECT_TRUE(run.reports.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ExcelConnectorList,
+                         testing::Values(ListRow{"empty", "", true, 0},
+                                         ListRow{"otherTypes", "a.doc\r\n", true, 0},
+                                         ListRow{"missingDocument", "/gone/a.xls\r\n", false, 1}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(ExcelConnectorRun, failedDocumentIsReportedOnceAndTheRunGoesOn) {
+    ConnectorRun run;
+    run.addBook("a.xls").password = "secret";
+    run.dir.write("b.xls", "not a workbook");
+    FakeBook& unsavable = run.addBook("c.xls");
+    unsavable.sheets[0].cells = {{{1, 1}, "cat"}};
+    unsavable.saveError = Error(ErrorKind::System, error_number::kDiskFull, "Disk full");
+    run.addBook("d.xls").sheets.clear();
+    run.addBook("e.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addEntry("cat", "dog");
+    run.go();
+    ASSERT_EQ(run.reports.size(), 5u);
+    std::map<std::string, int> errors;
+    for (const Report& report : run.reports) {
+        errors[report.path.substr(report.path.size() - 5)] = report.errorNumber;
+        EXPECT_EQ(report.failed, report.errorNumber != 0);
+    }
+    EXPECT_EQ(errors,
+              (std::map<std::string, int>{
+                  {"a.xls", 1004}, {"b.xls", 1004}, {"c.xls", 61}, {"d.xls", 9}, {"e.xls", 0}}));
+    EXPECT_EQ(run.linesOf("ReplaceFile"), 4u) << run.log();
+    EXPECT_EQ(unsavable.sheets[0].cells.at({1, 1}), "cat");
+    EXPECT_EQ(unsavable.closed, 1);
+    EXPECT_EQ(run.files[run.dir.path("e.xls")].sheets[0].cells.at({1, 1}), "dog");
+}
+
+TEST(ExcelConnectorRun, passwordsAndOptionsReachTheDocument) {
+    for (const char* password : {"", "secret"}) {
+        ConnectorRun run;
+        FakeBook& book = run.addBook("a.xls");
+        book.password = password;
+        run.app.CurrentProject.Password = password;
+        run.options.allowInPlace = true;
+        run.options.ansiCodePage = "windows-1250";
+        run.go();
+        EXPECT_FALSE(run.reports.at(0).failed);
+        EXPECT_EQ(book.openedWith.password, password);
+        EXPECT_EQ(book.openedWith.writeResPassword, *password ? password : "kqv");
+        EXPECT_TRUE(book.openedWith.allowInPlace);
+        EXPECT_EQ(book.openedWith.ansiCodePage, "windows-1250");
+        EXPECT_GT(book.openedWith.currentYear, 2020);
+    }
+}
+
+TEST(ExcelConnectorRun, readOnlyFailsOnlyARunThatReplaces) {
+    using workbook::ReadOnlyReason;
+    for (const auto reason : {ReadOnlyReason::Permission, ReadOnlyReason::FileSystem,
+                              ReadOnlyReason::InUse, ReadOnlyReason::WriteReserved}) {
+        for (const bool searchOnly : {false, true}) {
+            ConnectorRun run;
+            FakeBook& book = run.addBook("a.xls");
+            book.sheets[0].cells = {{{1, 1}, "cat"}};
+            book.readOnly = reason;
+            run.addEntry("cat", "dog");
+            run.flags.isSearchOnly = searchOnly;
+            run.go();
+            const Report& report = run.reports.at(0);
+            EXPECT_EQ(report.failed, !searchOnly);
+            EXPECT_EQ(report.errorNumber, searchOnly ? 0 : 70);
+            EXPECT_EQ(cellsFound(report), searchOnly ? 1 : 0);
+            EXPECT_EQ(book.saved, 0);
+            EXPECT_EQ(book.closed, 1);
+            EXPECT_EQ(run.log(), "") << "a read-only document is no fault";
+        }
+    }
+}
+
+struct BackupRow {
+    const char* document;
+    const char* backup;
+};
+
+TEST(ExcelConnectorRun, backupIsMadeBeforeTheDocumentIsOpened) {
+    const BackupRow rows[] = {{"book.xls", "book.bak"},
+                              {"book.xl", "boo.bak"},
+                              {"a.xls/book.xls", "a.xls/book.bak"},
+                              {"b\xC3\xBC.xl", "b.bak"},
+                              {"book.xlsx", "book..bak"}};
+    for (const BackupRow& row : rows) {
+        ConnectorRun run;
+        run.addBook(row.document);
+        run.dir.write(row.backup, "older backup");
+        run.app.CurrentProject.SpreadsheetTypeToExamine = "*.xls;*.xl;*.xlsx;";
+        run.app.CurrentProject.IncludeSubFolders = true;
+        run.app.CurrentProject.BackupMode = true;
+        std::string atOpening;
+        run.files.beforeOpening = [&](const std::string&) { atOpening = run.dir.read(row.backup); };
+        run.go();
+        EXPECT_EQ(atOpening, "workbook") << row.document;
+    }
+}
+
+TEST(ExcelConnectorRun, backupThatCannotBeMadeIsPassedOver) {
+    ConnectorRun run;
+    FakeBook& book = run.addBook("book.xls");
+    std::filesystem::create_directory(run.dir.path("book.bak"));
+    run.app.CurrentProject.BackupMode = true;
+    run.go();
+    EXPECT_FALSE(run.reports.at(0).failed);
+    EXPECT_EQ(book.saved, 1);
+    EXPECT_EQ(run.log(), "");
+}
+
+TEST(ExcelConnectorRun, originalTimesComeBackWhenAsked) {
+    for (const bool keep : {false, true}) {
+        for (const bool searchOnly : {false, true}) {
+            ConnectorRun run;
+            run.addBook("a.xls");
+            const std::string path = run.dir.path("a.xls");
+            setTimes(path, 1000000000, 123456789);
+            // Stands for the program's own reading and writing of the file.
+            run.files.beforeOpening = [](const std::string& opened) {
+                setTimes(opened, 1700000000, 0);
+            };
+            run.app.CurrentProject.KeepTheOriginalFileDate = keep;
+            run.flags.isSearchOnly = searchOnly;
+            run.go();
+            const struct stat status = statusOf(path);
+            EXPECT_EQ(status.st_atim.tv_sec, keep ? 1000000000 : 1700000000);
+            EXPECT_EQ(status.st_mtim.tv_sec, keep ? 1000000001 : 1700000001);
+            EXPECT_EQ(status.st_mtim.tv_nsec, keep ? 123456789 : 0);
+        }
+    }
+}
+
+// A crashed run leaves its half-written files behind; a search touches nothing, not even those.
+TEST(ExcelConnectorRun, leftoversOfDeadRunsGoBeforeTheFolderIsTouched) {
+    for (const bool searchOnly : {false, true}) {
+        ConnectorRun run;
+        run.addBook("sub/a.xls");
+        const std::string leftover = "sub/.tarvello-2147483646-1-1.tmp";
+        run.dir.write(leftover, "half");
+        run.app.CurrentProject.IncludeSubFolders = true;
+        run.flags.isSearchOnly = searchOnly;
+        bool isThereAtOpening = false;
+        run.files.beforeOpening = [&](const std::string&) {
+            isThereAtOpening = run.dir.has(leftover);
+        };
+        run.go();
+        EXPECT_EQ(run.reports.size(), 1u);
+        EXPECT_EQ(isThereAtOpening, searchOnly);
+    }
+}
+
+TEST(ExcelConnectorRun, emptyFileHoldsNothingAndIsNoFault) {
+    ConnectorRun run;
+    run.dir.write("empty.xls", "");
+    run.addEntry("cat", "dog");
+    run.go();
+    ASSERT_EQ(run.reports.size(), 1u) << "counted, so reported";
+    EXPECT_FALSE(run.reports[0].failed);
+    EXPECT_TRUE(run.files.openedPaths.empty());
+    EXPECT_EQ(run.log(), "");
+}
+
+TEST(ExcelConnectorRun, failureOfTheListenerDoesNotEndTheRun) {
+    ConnectorRun run;
+    run.addBook("a.xls");
+    run.addBook("b.xls");
+    run.onReport = [](const Report&) { throw std::runtime_error("listener"); };
+    run.go();
+    EXPECT_EQ(run.reports.size(), 2u);
+    EXPECT_EQ(run.linesOf("AddChangedFilePath"), 2u);
+}
+
+TEST(ExcelConnectorRun, projectLoadedMeanwhileDoesNotEndTheEntries) {
+    ConnectorRun run;
+    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addBook("b.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addEntry("cat", "dog");
+    run.onReport = [&](const Report&) { run.app.Items = std::make_shared<Entries>(); };
+    run.go();
+    ASSERT_EQ(run.reports.size(), 2u);
+    EXPECT_EQ(cellsFound(run.reports[1]), 1);
+}
+
+class TwoPaths : public DocumentSource {
+public:
+    explicit TwoPaths(std::vector<std::string> paths) : mPaths(std::move(paths)) {}
+    std::optional<std::string> next() override {
+        if (mAt == mPaths.size()) return std::nullopt;
+        return mPaths[mAt++];
+    }
+
+private:
+    std::vector<std::string> mPaths;
+    std::size_t mAt = 0;
+};
+
+TEST(ExcelConnectorRun, takesDocumentsFromAnySource) {
+    ConnectorRun run;
+    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addBook("b.weird").sheets[0].cells = {{{1, 1}, "cat"}};
+    run.addEntry("cat", "dog");
+    TwoPaths source({run.dir.path("b.weird"), run.dir.path("gone.xls"), run.dir.path("a.xls")});
+    run.go(&source);
+    ASSERT_EQ(run.reports.size(), 3u);
+    EXPECT_EQ(run.reports[2].number, 3);
+    EXPECT_EQ(cellsFound(run.reports[2]), 1);
+    EXPECT_TRUE(run.reports[1].failed);
+    EXPECT_FALSE(run.flags.NoFilesToProcess);
+
+    TwoPaths none({});
+    run.go(&none);
+    EXPECT_TRUE(run.flags.NoFilesToProcess);
+}
+
+TEST(DocumentSources, folderSourceYieldsMatchingFilesParentsFirst) {
+    TempDir dir;
+    for (const char* name : {"b.xls", "a.XLS", "c.doc", "sub/a.xls", "sub/deep/a.xls"})
+        dir.write(name, "x");
+    const auto all = [&](bool subfolders) {
+        FolderSource source(dir.path(), "*.xls;", subfolders);
+        std::vector<std::string> paths;
+        while (const auto path = source.next()) paths.push_back(path->substr(dir.path().size()));
+        return paths;
+    };
+    EXPECT_EQ(all(true), (Names{"/a.XLS", "/b.xls", "/sub/a.xls", "/sub/deep/a.xls"}));
+    EXPECT_EQ(all(false), (Names{"/a.XLS", "/b.xls"}));
+}
+
+TEST(DocumentSources, listSourceSkipsWhatIsMissingOrEmpty) {
+    TempDir dir;
+    const std::string a = dir.write("a.xls", "x");
+    const std::string empty = dir.write("empty.xls", "");
+    ListSource source({a, empty, dir.path("gone.xls"), dir.path(), a});
+    EXPECT_EQ(source.next(), a);
+    EXPECT_EQ(source.next(), a);
+    EXPECT_EQ(source.next(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace brindle::test
