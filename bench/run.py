@@ -1,0 +1,191 @@
+#!/usr/bin/env python3
+"""Measures tarvello against what any program would have to do, and prints ratios of one run.
+
+For workbooks the limit is a small program that unpacks every part that can hold a match and looks
+at each byte once (and for a replacement splices, packs and writes the parts that change); for
+text files it is grep and sed. Every figure is the median of the ratios of pairs that ran one
+after the other, in processor seconds of the whole process (user and system), so that a busy
+machine disturbs little. The run fails when a count is not what the generator planted.
+
+Usage: run.py --bin FOLDER [--runs N] [--small] [--openpyxl]
+"""
+import argparse
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+RARE, COMMON, NUMBER, DATE, WILDCARD = 'xquartz', 'vqcommon', '98765', '7/4/2031', 'zq*end'
+SPELLED = {RARE: 'Xquartz', COMMON: 'Vqcommon'}  # as the files have it, for the limits
+
+
+class Bench:
+    def __init__(self, arguments):
+        self.bin = os.path.abspath(arguments.bin)
+        self.runs = arguments.runs
+        self.work = tempfile.mkdtemp(prefix='bench ')
+        self.failures = 0
+        os.environ['BRINDLE_HOME'] = self.work
+
+    def generate(self, kind, name, size, seed):
+        path = os.path.join(self.work, name)
+        done = subprocess.run([os.path.join(self.bin, 'bench_generate'), kind, path, str(size),
+                               str(seed)], stdout=subprocess.PIPE, check=True)
+        return path, json.loads(done.stdout)
+
+    def timed(self, command, environment=None):
+        """Processor seconds, peak memory in MiB and the output."""
+        process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                   env=dict(os.environ, **(environment or {})))
+        output = process.stdout.read()
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024, output, process.returncode
+
+    def pair(self, ours, limit, prepare=None, environment=None):
+        ratios, memory, seconds, output = [], 0, [], b''
+        for run in range(self.runs + 1):
+            if prepare:
+                prepare()
+            base = self.timed(limit, environment)
+            if prepare:
+                prepare()
+            own = self.timed(ours)
+            if run == 0:
+                continue  # warm-up
+            ratios.append(own[0] / max(base[0], 1e-4))
+            memory = max(memory, own[1])
+            seconds.append(own[0])
+            output = own[2]
+        return statistics.median(ratios), memory, statistics.median(seconds), output
+
+    def tarvello(self, *arguments):
+        return [os.path.join(self.bin, 'tarvello'), *arguments, '--json', '--jobs', '1']
+
+    def check(self, label, output, planted):
+        lines = [json.loads(line) for line in output.splitlines()]
+        found = lines[-1]['occurrences'] if lines else None
+        if found != planted:
+            print(f'{label}: {found} found, {planted} planted')
+            self.failures += 1
+
+    def report(self, label, result, goal):
+        ratio, memory, seconds, _ = result
+        verdict = 'within' if ratio <= goal else 'ABOVE'
+        print(f'{label:<46} {ratio:6.2f}x  {verdict} {goal}x  {seconds:7.3f} s {memory:6.0f} MiB',
+              flush=True)
+
+    # --- workbooks -----------------------------------------------------------------------------
+    def search(self, label, files, needle, planted, goal):
+        spelled = SPELLED.get(needle, needle)
+        result = self.pair(self.tarvello('search', '--find', needle, *files),
+                           [os.path.join(self.bin, 'bench_search_limit'), spelled, *files])
+        self.check(label, result[3], planted)
+        self.report(label, result, goal)
+
+    def replace(self, label, files, needle, planted, goal):
+        kept = [path + '.kept' for path in files]
+        for path, copy in zip(files, kept):
+            shutil.copy(path, copy)
+
+        def restore():
+            for path, copy in zip(files, kept):
+                shutil.copy(copy, path)
+
+        spelled = SPELLED.get(needle, needle)
+        result = self.pair(self.tarvello('replace', '--find', needle, '--with', 'Other', *files),
+                           [os.path.join(self.bin, 'bench_replace_limit'), spelled, 'Other', *files],
+                           restore)
+        self.check(label, result[3], planted)
+        self.report(label, result, goal)
+        restore()
+        for copy in kept:
+            os.remove(copy)
+
+    def workbooks(self, label, files, planted, goal):
+        for needle, factor in ((RARE, goal), (COMMON, goal), (NUMBER, 3.0), (DATE, 3.0),
+                               (WILDCARD, 3.0)):
+            self.search(f'{label}: search {needle}', files, needle, planted[needle], factor)
+        self.search(f'{label}: search a miss', files, 'nowhere', 0, goal)
+        self.replace(f'{label}: replace {RARE}', files, RARE, planted[RARE], 1.5)
+        self.replace(f'{label}: replace {COMMON}', files, COMMON, planted[COMMON], 1.5)
+        # The number stands in the sheet itself, which has to be packed anew.
+        self.replace(f'{label}: replace {NUMBER}', files, NUMBER, planted[NUMBER], 1.5)
+
+    def jobs(self, files):
+        ratios = []
+        for _ in range(self.runs):
+            times = []
+            for jobs in ('1', '2'):
+                command = self.tarvello('search', '--find', RARE, *files)[:-1] + [jobs]
+                start = time.monotonic()
+                self.timed(command)
+                times.append(time.monotonic() - start)
+            ratios.append(times[0] / times[1])
+        ratio = statistics.median(ratios)
+        verdict = 'at least' if ratio >= 1.7 else 'BELOW'
+        print(f'{"many small: two jobs against one (wall)":<46} {ratio:6.2f}x  {verdict} 1.7x')
+
+    def openpyxl(self, path):
+        script = ('import openpyxl,sys\n'
+                  'book = openpyxl.load_workbook(sys.argv[1])\n'
+                  'print(sum(1 for s in book for r in s.iter_rows() for c in r\n'
+                  '          if c.value is not None and sys.argv[2] in str(c.value).lower()))')
+        limit = self.timed([os.path.join(self.bin, 'bench_search_limit'), 'Xquartz', path])
+        other = self.timed(['/usr/bin/python3', '-c', script, path, RARE])
+        if other[3] == 0:
+            print(f'{"openpyxl, the same search":<46} {other[0] / limit[0]:6.0f}x')
+
+    # --- text ------------------------------------------------------------------------------------
+    def text(self, path, planted):
+        locale = {'LC_ALL': 'C.UTF-8'}
+        result = self.pair(self.tarvello('search', '--find', RARE, path),
+                           ['grep', '-ci', RARE, path], environment=locale)
+        self.check('csv search', result[3], planted)
+        self.report('100 MB csv: search against grep -ci', result, 1.5)
+        kept = path + '.kept'
+        shutil.copy(path, kept)
+        result = self.pair(self.tarvello('replace', '--find', RARE, '--with', 'Other', path),
+                           ['sh', '-c', f'sed -i "s/{RARE}/Other/gI" "$1" && sync "$1"', 'sh', path],
+                           lambda: shutil.copy(kept, path), locale)
+        self.check('csv replace', result[3], planted)
+        self.report('100 MB csv: replace against sed -i and fsync', result, 1.5)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument('--bin', required=True)
+    parser.add_argument('--runs', type=int, default=5)
+    parser.add_argument('--small', action='store_true', help='leave the largest workbook out')
+    parser.add_argument('--openpyxl', action='store_true')
+    arguments = parser.parse_args()
+    bench = Bench(arguments)
+    try:
+        many, total = [], {}
+        for seed in range(150):
+            path, planted = bench.generate('xlsx', f'small-{seed}.xlsx', 850, seed)
+            many.append(path)
+            for needle, count in planted.items():
+                total[needle] = total.get(needle, 0) + count
+        print(f'150 workbooks of {os.path.getsize(many[0]) // 1000} KB')
+        bench.workbooks('many small', many, total, 2.0)
+        bench.jobs(many)
+        for rows in (100000,) if arguments.small else (100000, 1000000):
+            path, planted = bench.generate('xlsx', f'large-{rows}.xlsx', rows, 7)
+            bench.workbooks(f'{rows} rows', [path], planted, 1.6)
+            if arguments.openpyxl and rows == 100000:
+                bench.openpyxl(path)
+            os.remove(path)
+        path, planted = bench.generate('csv', 'large.csv', 100, 7)
+        bench.text(path, planted[RARE])
+        return 1 if bench.failures else 0
+    finally:
+        shutil.rmtree(bench.work)
+
+
+if __name__ == '__main__':
+    sys.exit(main())

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/package/PartWindow.h"
+
+#include <algorithm>
+#include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "base/Error.h"
+#include "workbook/package/XmlCharacters.h"
+
+namespace brindle::workbook::package {
+
+namespace {
+
+// Large enough to keep the calls few, small enough to stay in the second-level cache.
+constexpr std::size_t kWindow = 256 * 1024;
+
+// First byte in [at, end) that is not printable ASCII; `end` when there is none.
+const char* findUnusual(const char* at, const char* end) {
+#ifdef __SSE2__
+    const __m128i blank = _mm_set1_epi8(0x20);
+    for (; end - at >= 16; at += 16) {
+        // Signed comparison: control characters and everything outside ASCII are "less".
+        const __m128i bytes =
+            _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(at)));
+        const int mask = _mm_movemask_epi8(_mm_cmplt_epi8(bytes, blank));
+        if (mask != 0) return at + __builtin_ctz(static_cast<unsigned>(mask));
+    }
+#endif
+    while (at < end && static_cast<signed char>(*at) >= 0x20) ++at;
+    return at;
+}
+
+}  // namespace
+
+PartWindow::PartWindow(const ZipArchive& archive, std::size_t member)
+    : mStream(std::in_place, archive, member), mBytes(kWindow + 1) {
+    advance(begin());
+}
+
+PartWindow::PartWindow(std::string_view text) : mText(text), mBytes(kWindow + 1) {
+    advance(begin());
+}
+
+bool PartWindow::advance(const char* keepFrom) {
+    const auto kept = static_cast<std::size_t>(end() - keepFrom);
+    const auto dropped = static_cast<std::size_t>(keepFrom - begin());
+    mOffset += dropped;
+    if (mIsAtEnd) {
+        mBegin += dropped;
+        return false;
+    }
+    std::memmove(mBytes.data(), keepFrom, kept);
+    mChecked -= mBegin + dropped;
+    mBegin = 0;
+    mEnd = kept;
+    if (mEnd + 1 + kWindow / 2 > mBytes.size()) mBytes.resize(mBytes.size() * 2);
+
+    const std::size_t room = mBytes.size() - 1 - mEnd;
+    std::size_t got = 0;
+    if (mStream) {
+        got = mStream->read(mBytes.data() + mEnd, room);
+    } else {
+        got = std::min(room, mText.size());
+        std::memcpy(mBytes.data() + mEnd, mText.data(), got);
+        mText.remove_prefix(got);
+    }
+    mEnd += got;
+    mIsAtEnd = got < room;
+    mBytes[mEnd] = '\0';
+    checkCharacters();
+    return got > 0;
+}
+
+void PartWindow::checkCharacters() {
+    const char* at = mBytes.data() + mChecked;
+    while ((at = findUnusual(at, end())) != end()) {
+        const xml::Decoded character = xml::decodeUtf8({at, static_cast<std::size_t>(end() - at)});
+        if (character.length == 0 && !mIsAtEnd && end() - at < 4) break;  // cut by the window
+        if (character.length == 0 || !xml::isCharacter(character.codePoint)) {
+            throw Error::damaged("Unable to read file: a character that XML does not allow")
+                .atOffset(mOffset + static_cast<std::uint64_t>(at - begin()));
+        }
+        at += character.length;
+    }
+    mChecked = static_cast<std::size_t>(at - mBytes.data());
+}
+
+}  // namespace brindle::workbook::package
