@@ -34,7 +34,7 @@ constexpr const char* kCommon = "vqcommon";
 constexpr const char* kNumber = "98765";
 constexpr const char* kDate = "7/4/2031";
 constexpr const char* kWildcard = "zq*end";
-constexpr int kPlantedDate = 48034;  // 4 July 2031
+constexpr int kPlantedDate = 48033;  // 4 July 2031
 
 std::string word(Random& random) {
     static constexpr const char* kSyllables[] = {"ba", "ce", "di", "fo", "gu", "ha", "je", "ki",

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "base/CodePages.h"
 #include "base/FileIo.h"
 #include "engine/excel/Application.h"
 #include "engine/excel/Workbook.h"
@@ -220,8 +221,10 @@ void ExcelConnector::convertDocument(const std::string& path, Application& app, 
     // An empty file is an empty sheet, whatever its name: there is nothing to open.
     if (isEmptyFile(path)) return;
     openWorkbook(path, app);
-    const auto reason = mWorkbook->readOnlyReason();
-    if (mWorkbook->ReadOnly() && !mFlags.isSearchOnly) {
+    // Asking costs a dozen system calls, and a search does not care.
+    const auto reason =
+        mFlags.isSearchOnly ? workbook::ReadOnlyReason::None : mWorkbook->readOnlyReason();
+    if (reason != workbook::ReadOnlyReason::None) {
         closeWorkbook();
         if (app.CurrentProject.KeepTheOriginalFileDate) SetFileDateTime(path, times);
         failDocument(
@@ -241,7 +244,8 @@ void ExcelConnector::openWorkbook(const std::string& path, Application& app) {
     options.writeResPassword = options.password.empty() ? kNoWriteReservation : options.password;
     options.currentYear = mCurrentYear;
     options.allowInPlace = mOptions.allowInPlace;
-    options.ansiCodePage = mOptions.ansiCodePage;
+    options.ansiCodePage =
+        mOptions.ansiCodePage.empty() ? ansiCodePage() : mOptions.ansiCodePage;
     options.expectedPatterns = &mExpectedPatterns;
     mWorkbook = &mExcel->Workbooks().Open(path, options);
 }

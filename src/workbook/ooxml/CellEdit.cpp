@@ -32,15 +32,33 @@ std::string element(const std::string& prefix, const char* name, std::string_vie
     return out + "</" + prefix + name + ">";
 }
 
-std::string formulaElement(const std::string& prefix, const CellContent& content) {
+// How a formula is calculated stays, whatever its text.
+std::string calculationAttributes(std::string_view text) {
+    XmlScanner scanner(text);
+    std::string out;
+    for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
+        if (token != XmlToken::StartElement || scanner.depth() != 3) continue;
+        if (scanner.localName() != "f") continue;
+        for (const auto& attribute : scanner.attributes()) {
+            const std::string_view name = attribute.qualifiedName;
+            if (name != "ca" && name != "aca" && name != "bx") continue;
+            out += ' ';
+            out += text.substr(attribute.begin, attribute.end - attribute.begin);
+        }
+    }
+    return out;
+}
+
+std::string formulaElement(const std::string& prefix, const CellContent& content,
+                           const std::string& attributes) {
     std::string out = "<" + prefix + "f";
     if (!content.arrayReference.empty()) {
         out += " t=\"array\" ref=\"" + content.arrayReference + "\"";
     }
-    return out + ">" + package::xmlEscaped(content.formula) + "</" + prefix + "f>";
+    return out + attributes + ">" + package::xmlEscaped(content.formula) + "</" + prefix + "f>";
 }
 
-std::string contentXml(const std::string& prefix, const CellEdit& edit) {
+std::string contentXml(const std::string& prefix, const CellEdit& edit, std::string_view old) {
     const CellContent& content = edit.content;
     switch (content.kind) {
         case Kind::Blank:
@@ -55,7 +73,7 @@ std::string contentXml(const std::string& prefix, const CellEdit& edit) {
         case Kind::Error:
             return element(prefix, "v", package::xmlEscaped(content.text));
         case Kind::Formula:
-            return formulaElement(prefix, content);
+            return formulaElement(prefix, content, calculationAttributes(old));
     }
     return {};
 }
@@ -102,7 +120,7 @@ std::string cellXml(const FragmentContext& context, std::string_view raw, const 
     }
     if (const char* type = typeName(edit)) out += std::string(" t=\"") + type + "\"";
 
-    std::string content = contentXml(prefix, edit) + unknownChildren(scanner, text);
+    std::string content = contentXml(prefix, edit, text) + unknownChildren(scanner, text);
     if (content.empty()) return out + "/>";
     return out + ">" + content + "</" + prefix + "c>";
 }

@@ -98,10 +98,13 @@ std::optional<CellRange> parseRange(std::string_view text) {
 }
 
 std::uint32_t sharedStringIndex(const ScannedCell& cell) {
+    // Asked for nearly every cell, hence by hand.
     std::uint32_t index = 0;
-    const std::string_view raw = cell.value;
-    const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), index);
-    if (error != std::errc() || end != raw.data() + raw.size()) return UINT32_MAX;
+    if (cell.value.empty() || cell.value.size() > 9) return UINT32_MAX;
+    for (const char c : cell.value) {
+        if (c < '0' || c > '9') return UINT32_MAX;
+        index = index * 10 + static_cast<std::uint32_t>(c - '0');
+    }
     return index;
 }
 
@@ -275,7 +278,7 @@ PatternMask CellTexts::formulaMask(const ScannedCell& cell, const PatternSet& pa
 }
 
 PatternMask CellTexts::numberMask(const ScannedCell& cell, const PatternSet& patterns) {
-    if (cell.value.empty()) return 0;
+    if (cell.value.empty() || patterns.possibleForNumbers() == 0) return 0;
     const NumberFormatKind kind = mWorkbook.styles.style(cell.style).kind;
     PatternMask among = patterns.possible(classOf(kind));
     if (isDateKind(kind)) among |= patterns.possible(TextClass::Date);
@@ -285,6 +288,10 @@ PatternMask CellTexts::numberMask(const ScannedCell& cell, const PatternSet& pat
     return patterns.matching(mScratch, among);
 }
 
+PatternMask CellTexts::stringMask(const ScannedCell& cell) const {
+    return mWorkbook.strings.mask(sharedStringIndex(cell));
+}
+
 PatternMask CellTexts::maskOf(const ScannedCell& cell, const PatternSet& patterns) {
     for (const std::size_t open : mOpenBlocks) {
         if (mBlocks[open].holds(cell.position)) return mBlocks[open].mask;
@@ -292,7 +299,7 @@ PatternMask CellTexts::maskOf(const ScannedCell& cell, const PatternSet& pattern
     if (cell.hasFormula) return formulaMask(cell, patterns);
     switch (cell.type) {
         case CellType::SharedString:
-            return cell.value.empty() ? 0 : mWorkbook.strings.mask(sharedStringIndex(cell));
+            return stringMask(cell);
         case CellType::Number:
         case CellType::Date:
             return numberMask(cell, patterns);

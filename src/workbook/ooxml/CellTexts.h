@@ -55,9 +55,14 @@ public:
 
     // The patterns that the cell's text matches. Makes no text where none can match.
     PatternMask maskOf(const ScannedCell& cell, const PatternSet& patterns);
+    // The same for a cell that shows its shared string.
+    PatternMask stringMask(const ScannedCell& cell) const;
     // The text itself; empty for a blank cell. `item` is not needed for shared strings.
     std::string textOf(const ScannedCell& cell);
 
+    // False while no formula seen so far fills several cells, so that a cell without a formula
+    // shows what it holds.
+    bool hasBlocks() const { return !mBlocks.empty(); }
     // The block of several cells that `position` belongs to; null for none.
     const FormulaBlock* blockAt(CellPosition position) const;
     // Whether any cell holds a formula.

@@ -63,12 +63,12 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     context.currentYear = mDocument.options().currentYear;
     EnteredCell result = recogniseEntry(newText, context);
     if (result.kind == Kind::Formula) return enteredFormula(state, std::move(result.text));
-    if (isHeader) mTables->rename(cell.position, newText);
-    if (result.kind == Kind::Text) {
-        return enteredText(state, match, replacement, std::move(newText));
-    }
-
     CellContent content;
+    if (result.kind == Kind::Text) content = enteredText(state, match, replacement, newText);
+    // Last of what may refuse, so that a refused cell keeps its column's name.
+    if (isHeader) mTables->rename(cell.position, newText);
+    if (result.kind == Kind::Text) return content;
+
     content.kind = result.kind;
     content.style = state.content.style;
     if (!result.formatCode.empty()) {

@@ -2,6 +2,7 @@
 // The half of OoxmlWorksheet that tells values, for the import of lists.
 #include <algorithm>
 
+#include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
@@ -13,7 +14,7 @@ namespace {
 class ValueCollector final : public CellSink {
 public:
     ValueCollector(WorkbookTexts& workbook, std::map<CellPosition, CellValue>& values)
-        : mTexts(workbook), mValues(values) {}
+        : mTexts(workbook), mIs1904(workbook.date1904), mValues(values) {}
 
     void root(const FragmentContext& context) override { mTexts.setContext(context); }
 
@@ -25,7 +26,8 @@ public:
         if (value.text.empty()) return;
         value.kind = kindOf(cell.type);
         if (value.kind == CellValue::Kind::Number) {
-            const auto number = parseDecimal(cell.value);
+            const auto number = cell.type == CellType::Date ? serialOfIsoDate(cell.value, mIs1904)
+                                                            : parseDecimal(cell.value);
             if (number) value.number = *number;
         }
         value.boolean = value.text == "TRUE";
@@ -48,6 +50,7 @@ private:
     }
 
     CellTexts mTexts;
+    bool mIs1904;
     std::map<CellPosition, CellValue>& mValues;
 };
 

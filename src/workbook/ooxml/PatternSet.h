@@ -31,6 +31,11 @@ public:
     PatternMask possible(TextClass textClass) const {
         return mPossible[static_cast<std::size_t>(textClass)];
     }
+    // The same for any number, whatever its format.
+    PatternMask possibleForNumbers() const {
+        return possible(TextClass::Number) | possible(TextClass::Percent) |
+               possible(TextClass::Date);
+    }
     // The patterns that could match a text of which `fixedText` holds every run of more than
     // three letters.
     PatternMask possibleWithLetterRuns(std::string_view fixedText) const;

@@ -35,8 +35,7 @@ std::string pieceText(std::string_view text, const TextSpan& piece,
 
 }  // namespace
 
-RichText::RichText(const FragmentContext& context, std::string_view item)
-    : mContext(&context), mItem(item) {
+RichText::RichText(const FragmentContext& context, std::string_view item) : mItem(item) {
     parse(context);
 }
 
@@ -88,6 +87,14 @@ void RichText::parse(const FragmentContext& context) {
     }
 }
 
+// Valid runs hold one t, careless writers' runs several.
+bool RichText::isAloneInRun(std::size_t index) const {
+    const auto sharesRun = [&](std::size_t other) {
+        return other < mPieces.size() && mPieces[other].run.begin == mPieces[index].run.begin;
+    };
+    return !sharesRun(index + 1) && (index == 0 || !sharesRun(index - 1));
+}
+
 std::string RichText::replaced(const std::vector<TextSpan>& spans,
                                std::string_view replacement) const {
     struct Change {
@@ -102,9 +109,9 @@ std::string RichText::replaced(const std::vector<TextSpan>& spans,
             std::string_view(mText).substr(piece.text.begin, piece.text.end - piece.text.begin);
         const std::string after = pieceText(mText, piece.text, spans, replacement);
         if (after == before) continue;
-        // A run may hold one t only, so a run without text goes as a whole.
         if (after.empty()) {
-            changes.push_back({piece.run, {}});
+            // A run without text goes as a whole.
+            changes.push_back({isAloneInRun(i) ? piece.run : piece.element, {}});
         } else {
             const std::string_view old = std::string_view(mItem).substr(piece.element.begin);
             const std::size_t nameEnd = old.find_first_of(" \t\r\n/>");

@@ -37,8 +37,8 @@ private:
         TextSpan run;      // the r element around it, else the same as `element`
     };
     void parse(const FragmentContext& context);
+    bool isAloneInRun(std::size_t index) const;
 
-    const FragmentContext* mContext;
     std::string mItem;
     std::string mText;
     std::vector<Piece> mPieces;

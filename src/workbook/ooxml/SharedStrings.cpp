@@ -84,6 +84,17 @@ PatternMask SharedStrings::maskOfItem(std::string_view content, const PatternSet
 
 namespace {
 
+// Items are short, so stepping from tag to tag beats a general search for the end tag.
+const char* findItemEnd(const char* at, const char* end) {
+    const auto left = [&] { return static_cast<std::size_t>(end - at); };
+    while (const void* tag = std::memchr(at, '<', left())) {
+        at = static_cast<const char*>(tag);
+        if (startsWith(at, end, kItemEnd)) return at;
+        ++at;
+    }
+    return nullptr;
+}
+
 // Walks the si elements of a part that is written the usual way. `take` gets each content.
 // False when something unusual turns up; what was taken then does not count.
 template <typename Take>
@@ -93,12 +104,8 @@ bool walkItems(PartWindow& window, const std::string& head, const Take& take) {
         at = skipSpace(at);
         const bool isItem = startsWith(at, window.end(), kItemStart);
         const char* const contentBegin = at + kItemStart.size();
-        const void* end =
-            isItem ? memmem(contentBegin, static_cast<std::size_t>(window.end() - contentBegin),
-                            kItemEnd.data(), kItemEnd.size())
-                   : nullptr;
-        if (end) {
-            const char* const contentEnd = static_cast<const char*>(end);
+        const char* const contentEnd = isItem ? findItemEnd(contentBegin, window.end()) : nullptr;
+        if (contentEnd) {
             take(std::string_view(contentBegin,
                                   static_cast<std::size_t>(contentEnd - contentBegin)));
             at = contentEnd + kItemEnd.size();
@@ -121,27 +128,30 @@ bool walkItems(PartWindow& window, const std::string& head, const Take& take) {
 
 }  // namespace
 
+bool SharedStrings::lookThroughWindow(const PatternSet& patterns) {
+    PartWindow window(mPackage.archive(), mPackage.memberOf(mPartName));
+    const auto head = plainRoot(window);
+    if (!head || package::toUtf8(*head)) return false;
+    const std::string closed = *head + "</sst>";
+    XmlScanner scanner(closed);
+    while (scanner.next() != XmlToken::StartElement) {
+    }
+    mContext = FragmentContext(scanner);
+    mHasContext = true;
+    return isMainNamespace(scanner.namespaceUri()) &&
+           walkItems(window, *head, [&](std::string_view content) {
+               mMasks.push_back(maskOfItem(content, patterns));
+           });
+}
+
 void SharedStrings::look(const PatternSet& patterns) {
     mMasks.clear();
     if (!exists()) return;
-    const std::size_t member = mPackage.memberOf(mPartName);
-    {
-        PartWindow window(mPackage.archive(), member);
-        const auto head = plainRoot(window);
-        const bool isPlain = head && !package::toUtf8(*head);
-        if (isPlain) {
-            const std::string closed = *head + "</sst>";
-            XmlScanner scanner(closed);
-            while (scanner.next() != XmlToken::StartElement) {
-            }
-            mContext = FragmentContext(scanner);
-            mHasContext = true;
-            const bool done = isMainNamespace(scanner.namespaceUri()) &&
-                              walkItems(window, *head, [&](std::string_view content) {
-                                  mMasks.push_back(maskOfItem(content, patterns));
-                              });
-            if (done) return;
-        }
+    try {
+        if (lookThroughWindow(patterns)) return;
+    } catch (const Error& error) {
+        // What looks like damage may be another encoding, or a tag within a comment.
+        if (error.kind() != ErrorKind::Damaged) throw;
     }
     mMasks.clear();
     load();

@@ -57,6 +57,8 @@ private:
         std::uint64_t end;
         bool isEmptyElement;  // <si/>: begin is where the slash stands
     };
+    // The same for a part that is written the usual way; false for any other.
+    bool lookThroughWindow(const PatternSet& patterns);
     PatternMask maskOfItem(std::string_view content, const PatternSet& patterns);
     void load();
     void updateCounts(std::string& head) const;

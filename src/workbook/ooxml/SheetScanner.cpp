@@ -193,13 +193,26 @@ SheetFrame scanSheetText(std::string_view text, CellSink& sink) {
     return WholeSheetReader(text, sink).read();
 }
 
+namespace {
+
+std::optional<SheetFrame> tryStream(const package::ZipArchive& archive, std::size_t member,
+                                    CellSink& sink) {
+    try {
+        package::PartWindow window(archive, member);
+        return streamSheet(window, sink);
+    } catch (const Error& error) {
+        // What looks like damage may be another encoding, or a tag within a comment.
+        if (error.kind() != ErrorKind::Damaged) throw;
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
 SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, CellSink& sink,
                      const std::function<void()>& restart) {
     try {
-        {
-            package::PartWindow window(archive, member);
-            if (auto frame = streamSheet(window, sink)) return std::move(*frame);
-        }
+        if (auto frame = tryStream(archive, member, sink)) return std::move(*frame);
         restart();
         const PartText text(archive.read(member));
         return scanSheetText(text.view(), sink);

@@ -35,6 +35,7 @@ private:
     Step readType(const char*& at);
     Step readElement(const char*& at, char name, std::string_view& attributes,
                      std::string_view& content);
+    Step readPlainValue(const char*& at);
     Step readInlineItem(const char*& at);
 
     CellSink& mSink;
@@ -62,14 +63,23 @@ Step mismatch(char found) {
     return found == '\0' ? Step::NeedMore : Step::Unusual;
 }
 
-// Compares up to the NUL only, so never reads behind the window.
-Step expect(const char*& at, const char* text) {
-    const char* p = at;
-    for (; *text; ++text, ++p) {
-        if (*p != *text) return mismatch(*p);
+// The window's padding allows to compare a short text in one go.
+template <std::size_t N>
+bool startsWith(const char* at, const char (&text)[N]) {
+    static_assert(N - 1 <= package::PartWindow::kPadding);
+    return std::memcmp(at, text, N - 1) == 0;
+}
+
+// Moves behind `text`; what a mismatch means depends on where it is.
+template <std::size_t N>
+Step expect(const char*& at, const char (&text)[N]) {
+    if (startsWith(at, text)) {
+        at += N - 1;
+        return Step::Done;
     }
-    at = p;
-    return Step::Done;
+    const char* p = at;
+    for (const char* wanted = text; *wanted == *p; ++wanted) ++p;
+    return mismatch(*p);
 }
 
 bool readNumber(const char*& at, std::uint32_t& value) {
@@ -123,7 +133,7 @@ Step RowReader::read(const char*& at, std::uint64_t offset) {
         } else if (p[1] == 'r' && !mInRow) {
             step = readRowStart(p);
         } else if (p[1] == '/') {
-            step = expect(p, mInRow ? "</row>" : "</sheetData>");
+            step = mInRow ? expect(p, "</row>") : expect(p, "</sheetData>");
             if (step == Step::Done && !mInRow) {
                 at = unit;
                 return Step::Done;
@@ -177,6 +187,11 @@ Step RowReader::readReference(const char*& at) {
 }
 
 Step RowReader::readType(const char*& at) {
+    if (startsWith(at, "s\"")) {
+        mCell.type = CellType::SharedString;
+        at += 2;
+        return Step::Done;
+    }
     const char* p = at;
     while (*p && *p != '"' && *p != '<') ++p;
     if (*p != '"') return mismatch(*p);
@@ -250,6 +265,17 @@ Step RowReader::readElement(const char*& at, char name, std::string_view& attrib
     return Step::Done;
 }
 
+Step RowReader::readPlainValue(const char*& at) {
+    const char* const begin = at + 3;
+    const char* p = begin;
+    while (*p != '<' && *p != '\0') ++p;
+    const char* const end = p;
+    if (const Step step = expect(p, "</v>"); step != Step::Done) return step;
+    mCell.value = between(begin, end);
+    at = p;
+    return Step::Done;
+}
+
 Step RowReader::readInlineItem(const char*& at) {
     const char* p = at;
     if (const Step step = expect(p, "<is>"); step != Step::Done) return step;
@@ -264,10 +290,13 @@ Step RowReader::readInlineItem(const char*& at) {
 Step RowReader::readCellContent(const char*& at) {
     bool hasValue = false;
     for (;;) {
-        at = skipSpace(at);
+        if (*at != '<') at = skipSpace(at);
         if (*at != '<') return mismatch(*at);
         Step step = Step::Done;
-        if (at[1] == 'v' && !hasValue) {
+        if (startsWith(at, "<v>") && !hasValue) {
+            step = readPlainValue(at);
+            hasValue = true;
+        } else if (at[1] == 'v' && !hasValue) {
             std::string_view attributes;
             step = readElement(at, 'v', attributes, mCell.value);
             hasValue = true;
@@ -287,7 +316,13 @@ Step RowReader::readCellContent(const char*& at) {
 
 Step RowReader::readCell(const char*& at, std::uint64_t begin) {
     const char* p = at + 2;  // behind "<c"
-    mCell = ScannedCell();
+    mCell.style = 0;
+    mCell.type = CellType::Number;
+    mCell.hasFormula = false;
+    mCell.hasInlineItem = false;
+    mCell.value = {};
+    mCell.formula = {};
+    mCell.formulaAttributes = {};
     mCell.position = {mRow, mColumn + 1};
     if (const Step step = readCellAttributes(p); step != Step::Done) return step;
     if (*p == '/') {
@@ -306,8 +341,6 @@ Step RowReader::readCell(const char*& at, std::uint64_t begin) {
     mSink.cell(mCell);
     return Step::Done;
 }
-
-constexpr std::string_view kSheetDataEnd = "</sheetData>";
 
 // Everything up to and including the start tag of sheetData; nothing when it has no cells or is
 // not to be found under that name.

@@ -14,7 +14,7 @@ namespace brindle::workbook::ooxml {
 // Passes the cells on and returns the frame. Nothing when the part holds something unusual (a
 // prefix, a comment, an unknown element, an encoding other than UTF-8); cells passed on until
 // then do not count, and the general reader has to take over. Throws Error (Damaged) for what
-// no reader could accept.
+// looks damaged from here; the general reader has the last word on that too.
 std::optional<SheetFrame> streamSheet(package::PartWindow& window, CellSink& sink);
 
 }  // namespace brindle::workbook::ooxml

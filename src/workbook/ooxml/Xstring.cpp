@@ -44,6 +44,13 @@ std::string escape(unsigned value) {
     return out;
 }
 
+// U+FFFE and U+FFFF are the two of the higher code points that XML does not allow; else 0.
+unsigned noncharacterAt(std::string_view text, std::size_t at) {
+    if (text[at] != '\xEF' || text.size() - at < 3 || text[at + 1] != '\xBF') return 0;
+    if (text[at + 2] == '\xBE') return 0xFFFE;
+    return text[at + 2] == '\xBF' ? 0xFFFF : 0;
+}
+
 std::string escaped(std::string_view text, bool breaksToo) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -51,6 +58,9 @@ std::string escaped(std::string_view text, bool breaksToo) {
         const bool isBreak = byte == '\t' || byte == '\n';
         if ((byte < 0x20 && !isBreak) || (isBreak && breaksToo)) {
             plain += escape(byte);
+        } else if (const unsigned noncharacter = noncharacterAt(text, i)) {
+            plain += escape(noncharacter);
+            i += 2;
         } else if (escapeAt(text, i)) {
             plain += "_x005F_";
         } else {

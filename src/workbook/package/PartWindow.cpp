@@ -36,12 +36,23 @@ const char* findUnusual(const char* at, const char* end) {
 }  // namespace
 
 PartWindow::PartWindow(const ZipArchive& archive, std::size_t member)
-    : mStream(std::in_place, archive, member), mBytes(kWindow + 1) {
+    : mStream(std::in_place, archive, member) {
+    // One byte more than a small part has, so that the first reading meets its end.
+    const std::uint64_t size = archive.members()[member].size;
+    grow(static_cast<std::size_t>(std::min<std::uint64_t>(size + 1, kWindow)));
     advance(begin());
 }
 
-PartWindow::PartWindow(std::string_view text) : mText(text), mBytes(kWindow + 1) {
+PartWindow::PartWindow(std::string_view text) : mText(text) {
+    grow(std::min(text.size() + 1, kWindow));
     advance(begin());
+}
+
+void PartWindow::grow(std::size_t capacity) {
+    std::unique_ptr<char[]> larger(new char[capacity + kPadding]);
+    if (mEnd > 0) std::memcpy(larger.get(), mBytes.get(), mEnd);
+    mBytes = std::move(larger);
+    mCapacity = capacity;
 }
 
 bool PartWindow::advance(const char* keepFrom) {
@@ -52,30 +63,30 @@ bool PartWindow::advance(const char* keepFrom) {
         mBegin += dropped;
         return false;
     }
-    std::memmove(mBytes.data(), keepFrom, kept);
+    std::memmove(mBytes.get(), keepFrom, kept);
     mChecked -= mBegin + dropped;
     mBegin = 0;
     mEnd = kept;
-    if (mEnd + 1 + kWindow / 2 > mBytes.size()) mBytes.resize(mBytes.size() * 2);
+    if (mEnd > mCapacity / 2) grow(mCapacity * 2);
 
-    const std::size_t room = mBytes.size() - 1 - mEnd;
+    const std::size_t room = mCapacity - mEnd;
     std::size_t got = 0;
     if (mStream) {
-        got = mStream->read(mBytes.data() + mEnd, room);
+        got = mStream->read(mBytes.get() + mEnd, room);
     } else {
         got = std::min(room, mText.size());
-        std::memcpy(mBytes.data() + mEnd, mText.data(), got);
+        if (got > 0) std::memcpy(mBytes.get() + mEnd, mText.data(), got);
         mText.remove_prefix(got);
     }
     mEnd += got;
     mIsAtEnd = got < room;
-    mBytes[mEnd] = '\0';
+    std::memset(mBytes.get() + mEnd, 0, kPadding);
     checkCharacters();
     return got > 0;
 }
 
 void PartWindow::checkCharacters() {
-    const char* at = mBytes.data() + mChecked;
+    const char* at = mBytes.get() + mChecked;
     while ((at = findUnusual(at, end())) != end()) {
         const xml::Decoded character = xml::decodeUtf8({at, static_cast<std::size_t>(end() - at)});
         if (character.length == 0 && !mIsAtEnd && end() - at < 4) break;  // cut by the window
@@ -85,7 +96,7 @@ void PartWindow::checkCharacters() {
         }
         at += character.length;
     }
-    mChecked = static_cast<std::size_t>(at - mBytes.data());
+    mChecked = static_cast<std::size_t>(at - mBytes.get());
 }
 
 }  // namespace brindle::workbook::package

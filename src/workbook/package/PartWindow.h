@@ -6,10 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "workbook/package/ZipArchive.h"
 
@@ -21,10 +21,13 @@ public:
     // Over a text that is in memory already; borrowed.
     explicit PartWindow(std::string_view text);
 
-    // What stands in the window; a NUL follows it (which no part may hold), so a reader that
+    // NULs behind the window: a reader may look so far ahead without asking for the end.
+    static constexpr std::size_t kPadding = 16;
+
+    // What stands in the window; NULs follow it (which no part may hold), so a reader that
     // stops at NUL needs no other bound.
-    const char* begin() const { return mBytes.data() + mBegin; }
-    const char* end() const { return mBytes.data() + mEnd; }
+    const char* begin() const { return mBytes.get() + mBegin; }
+    const char* end() const { return mBytes.get() + mEnd; }
     std::string_view view() const { return {begin(), static_cast<std::size_t>(end() - begin())}; }
     // Offset of begin() in the part.
     std::uint64_t offset() const { return mOffset; }
@@ -36,11 +39,13 @@ public:
     bool advance(const char* keepFrom);
 
 private:
+    void grow(std::size_t capacity);
     void checkCharacters();
 
     std::optional<MemberStream> mStream;
-    std::string_view mText;  // what the second constructor was given, not yet in the window
-    std::vector<char> mBytes;
+    std::string_view mText;          // what the second constructor was given, not yet in the window
+    std::unique_ptr<char[]> mBytes;  // not cleared: most of it is overwritten at once
+    std::size_t mCapacity = 0;       // without the padding
     std::size_t mBegin = 0;
     std::size_t mEnd = 0;
     std::size_t mChecked = 0;  // bytes before it are known to be characters

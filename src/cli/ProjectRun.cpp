@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "cli/ProjectRun.h"
+
+#include <sys/stat.h>
+
+#include "cli/Options.h"
+#include "cli/Signals.h"
+#include "engine/FolderSource.h"
+#include "engine/ListSource.h"
+#include "project/ProjectFile.h"
+#include "selection/DocumentList.h"
+#include "ui/main/EntryListFile.h"
+
+namespace brindle::cli {
+
+namespace {
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+void addListedEntries(const std::string& path, bool anyType, Entries& entries) {
+    EntryListOptions options;
+    options.anyType = anyType;
+    switch (readEntryList(path, options, entries)) {
+        case EntryListOutcome::Read:
+            break;
+        case EntryListOutcome::WrongType:
+            wrongCall("a list of entries is a .xls, .csv or .tab file: " + path);
+        case EntryListOutcome::WrongColumns:
+            wrongCall("a list of entries has five columns: " + path);
+        case EntryListOutcome::WrongHeader:
+            wrongCall("the first row is not that of a list of entries: " + path);
+    }
+    if (entries.Count() == 0) wrongCall("there is no entry in " + path);
+}
+
+void loadProject(const std::string& path, Application& app) {
+    const PropertyBag bag = readProjectFile(path);
+    clsProjExcel& project = app.CurrentProject;
+    for (const ProjectOption& option : projectOptions()) readProjectOption(bag, option, project);
+    if (project.IsGrid) {
+        std::int32_t keyCounter = 1;
+        readProjectEntries(bag, *app.Items, keyCounter);
+        if (app.Items->Count() == 0) wrongCall("there is no entry in " + path);
+    } else {
+        addListedEntries(project.LoadsearchFilePath, false, *app.Items);
+    }
+    if (project.IsScanFolder && !isFolder(project.StartFolder)) {
+        wrongCall("the start folder of the project is not there: " + project.StartFolder);
+    }
+}
+
+std::unique_ptr<DocumentSource> projectDocuments(const clsProjExcel& project, Host& host,
+                                                 const PathSource::Problem& problem) {
+    if (!project.IsScanFolder) {
+        return std::make_unique<ListSource>(GetFilePaths(project.GetFilenamesFromTextFile, host));
+    }
+    auto source =
+        std::make_unique<FolderSource>(project.StartFolder, project.SpreadsheetTypeToExamine,
+                                       project.IncludeSubFolders, &stopRequest());
+    source->onFolderError = problem;
+    return source;
+}
+
+}  // namespace brindle::cli

@@ -1,0 +1,221 @@
+# SPDX-License-Identifier: MIT
+"""Text documents, lists, project files and search texts that mean no good."""
+
+import codecs
+import os
+import struct
+
+from cli_support import bag, column, project
+from hostile_books import book, strings
+from hostile_container import CHANGED, MIB, many, one
+from hostile_parts import UNCHANGED
+from hostile_support import SEARCH, Row
+
+APPLES = column("apple", "pear")
+
+
+def becomes(**files):
+    """A check that the documents now hold exactly these bytes."""
+    def check(place, _):
+        for name, content in files.items():
+            name = name.replace("_", ".")
+            if place.read(name) != content:
+                yield f"{name} holds {place.read(name)[:200]!r} instead of {content[:200]!r}"
+    return check
+
+
+# --- text documents -----------------------------------------------------------------------------
+
+
+def text_rows():
+    rows = {
+        "mark": codecs.BOM_UTF8 + "apple,größe\r\n".encode(),
+        "UTF-16 LE": codecs.BOM_UTF16_LE + "apple\tgröße\r\n\0\n".encode("utf-16-le"),
+        "UTF-16 BE": codecs.BOM_UTF16_BE + "apple\tgröße\r".encode("utf-16-be"),
+        "mixed ends": b"apple\rpear\napple\r\n\n\r\rapple", "no last end": b"pear,apple",
+        "NUL": b"\0apple\0,\0\0\napple\0", "only NUL and apple": bytes(30000) + b"apple",
+        "undecodable": b"\x81\x8d\x8f,apple\x81,\x90\x9d\n",
+        "bad UTF-8": codecs.BOM_UTF8 + b"\xff\xfe,apple\xc3,\xe2\x82\n",
+        "half a pair": codecs.BOM_UTF16_LE + "apple,".encode("utf-16-le") + b"\x00\xd8x\0",
+        "odd byte": codecs.BOM_UTF16_LE + "apple".encode("utf-16-le") + b"x",
+        "never closed": b'pear,"apple\r\napple,b\r\n', "behind the mark": b'"a"pear,apple,"b" c\n',
+        "marks only": b'"""""",apple,"""\n', "mark within": b'a"apple"b,"\n',
+    }
+    for name, content in rows.items():
+        wide = {"UTF-16 LE": "utf-16-le", "half a pair": "utf-16-le", "odd byte": "utf-16-le",
+                "UTF-16 BE": "utf-16-be"}.get(name, "ascii")
+        changed = content.replace("apple".encode(wide), "fig".encode(wide))
+        check = lambda place, _, wanted=changed: [] if place.read("a.csv") == wanted else [
+            f"holds {place.read('a.csv')[-200:]!r} instead of {wanted[-200:]!r}"]
+        yield Row("text: " + name, one("a.csv", content), **CHANGED, check=check, memory=48)
+
+
+def long_line(size):
+    def make(place):
+        path = place.write("a.csv", b"apple,")
+        with open(path, "r+b") as file:
+            file.truncate(size)
+            file.seek(0, os.SEEK_END)
+            file.write(b",apple\r\n")
+    return make
+
+
+def many_matches(number):
+    return lambda: {"a.csv": b"apple,pear\n" * number}
+
+
+def first_matches_only(place, result):
+    """The cell whose count overflows has been changed already."""
+    if result.count != 32767:
+        yield f"count {result.count} instead of 32767"
+    if place.read("a.csv").count(b"fig") != 32768:
+        yield f"{place.read('a.csv').count(b'fig')} cells changed instead of 32768"
+
+
+# --- lists and projects -------------------------------------------------------------------------
+
+
+def project_files():
+    good = project([("apple", "fig", 0)], StartFolder="docs")
+    header, content = good[:12], good[12:]
+    count = content.index(b"Count")
+    deep = b""
+    for _ in range(2000):
+        deep = b"BPB\x01" + struct.pack("<I", 1) + struct.pack("<H", 1) + b"x\x05" + \
+            struct.pack("<I", len(deep)) + deep
+
+    def with_count(number):
+        at = count + len("Count") + 1
+        return header + content[:at] + struct.pack("<i", number) + content[at + 4:]
+
+    return {
+        "one byte": b"\x11", "header only": header, "random": b"\x11\x20\x01\x00" + os.urandom(5000),
+        "cut off": good[:-40], "length of 2^31": good[:4] + b"\xff\xff\xff\x7f" + good[8:],
+        "length of 2^32": good[:4] + b"\xff\xff\xff\xff" + good[8:],
+        "many values": header + content[:4] + b"\xff\xff\xff\xff" + content[8:],
+        "long name": header + content[:8] + b"\xff\xff" + content[10:],
+        "count of 2^31": with_count(0x7FFFFFFF), "count of -1": with_count(-1),
+        "other version": good[:2] + b"\xff\xff" + good[4:],
+        "nested": header[:4] + struct.pack("<I", len(deep)) + header[8:] + deep,
+        "text where a list belongs": header + content.replace(b"Item1\x05", b"Item1\x01"),
+        "a workbook": book(), "text": b"apple,pear\r\n" * 1000,
+    }
+
+
+def project_rows():
+    for name, content in project_files().items():
+        yield Row("project: " + name, one("a.csv", APPLES), is_json=False, log=None,
+                  call=lambda place, data=content: (
+                      "run", place.write("a.tvl", data, place.path), "--json"), documents=())
+    yield Row("project: 300 MB", one("a.csv", APPLES), is_json=False, documents=(), memory=400,
+              call=lambda place: ("run", sparse(place, "a.tvl", 300 * MIB), "--json"))
+    yield Row("project: empty", one("a.csv", APPLES), is_json=False, documents=(),
+              call=lambda place: ("run", place.outside("a.tvl", b""), "--json"))
+    yield Row("project: a folder", one("a.csv", APPLES), is_json=False, documents=(),
+              call=("run", "docs", "--json"))
+    yield Row("project: endless", one("a.csv", APPLES), is_json=False, documents=(),
+              call=("run", "/dev/zero", "--json"))
+
+
+def sparse(place, name, size, start=b""):
+    path = place.outside(name, start)
+    os.truncate(path, size)
+    return path
+
+
+HEAD = b"Find What,Replace With,Look In,MatchCase,Match entire cell contents\r\n"
+
+
+def entry_list(content, name="list.csv"):
+    return lambda place: ("replace", "--entries", place.outside(name, content), "--json")
+
+
+def entry_rows():
+    bad = {
+        "empty": b"", "blank": b"\r\n\r\n", "binary": bytes(range(256)) * 50, "head only": HEAD,
+        "no columns": HEAD + b"\r\n" * 5000,
+    }
+    for name, content in bad.items():
+        yield Row("entry list: " + name, one("a.csv", APPLES), is_json=False,
+                  call=entry_list(content))
+    yield Row("entry list: workbook bomb", one("a.csv", APPLES), is_json=False,
+              call=entry_list(book()[:900], "list.xls"))
+    odd = HEAD + b"apple,fig,99,maybe,perhaps\r\n" + b"x" * 300 + b",y,0,False,False\r\n"
+    yield Row("entry list: odd values", one("a.csv", APPLES), status="changed", log=1,
+              call=entry_list(odd), refused=1, words="type mismatch")
+    thousands = HEAD + b"".join(b"word%d,fig,0,False,False\r\n" % i for i in range(9999)) + \
+        b"apple,fig,0,False,False\r\n"
+    yield Row("entry list: 10,000 entries", one("a.csv", APPLES * 2000), **CHANGED,
+              call=entry_list(thousands), memory=128,
+              check=lambda place, _: [] if b"apple" not in place.read("a.csv") else ["no match"])
+    yield Row("entry list: 10,000 entries for a workbook", one("b.xlsx", book()), **CHANGED,
+              call=entry_list(thousands), memory=256)
+    empty = HEAD + b",fig,0,False,False\r\n,,0,False,False\r\napple,fig,0,False,False\r\n"
+    yield Row("entry list: empty search text", one("a.csv", APPLES), **CHANGED,
+              call=entry_list(empty), check=becomes(a_csv=b'"fig"\r\n"pear"\r\n'))
+
+
+def list_rows():
+    def listed(content):
+        return lambda place: (*SEARCH, "--list", place.outside("list.txt", content))
+
+    two = "docs/a.csv\r\n\r\n\ndocs/gone.csv\ndocs/a.csv"
+    yield Row("document list: odd lines", one("a.csv", APPLES), documents=(), call=listed(two),
+              status=["found", "failed", "found"])
+    yield Row("document list: binary", one("a.csv", APPLES), documents=(), memory=48,
+              call=listed(bytes(range(14, 256)) * 20))
+    yield Row("document list: line of 64 MiB", one("a.csv", APPLES), documents=(), is_json=True,
+              call=lambda place: (*SEARCH, "--list", sparse(place, "l.txt", 64 * MIB, b"docs/a")),
+              memory=400, status=None, check=lambda _, result: [] if
+              {item["status"] for item in result.documents} <= {"failed"} else ["not failed"])
+    yield Row("document list: itself", one("a.csv", APPLES), documents=(),
+              call=listed("list.txt\n"), status=["unchanged"], code=1)
+    yield Row("document list: a folder", one("a.csv", APPLES), documents=(), status=[], log=1,
+              words="access error", call=(*SEARCH, "--list", "docs"))
+    yield Row("document list: 50,000 lines", one("a.csv", APPLES), documents=(), code=0,
+              call=listed("docs/a.csv\n" * 50000), status="found", memory=48, seconds=60)
+
+
+# --- search texts -------------------------------------------------------------------------------
+
+
+def searched(find, replacement="fig", *options):
+    return ("replace", "--find", find, "--with", replacement, "--json", *options)
+
+
+def pattern_rows():
+    hostile = "a" * 32000 + "b"
+    documents = many({"a.csv": hostile + "\r\n", "b.xlsx": book(strings=strings(hostile, "pear"))})
+    yield Row("wildcards that explode", documents, **UNCHANGED, call=searched("*a" * 100 + "*c"),
+              memory=48)
+    yield Row("question marks", documents, **UNCHANGED, call=searched("?" * 200 + "c"), memory=48)
+    yield Row("both wildcards", documents, **UNCHANGED, call=searched("*?a" * 80 + "c"), memory=48)
+    yield Row("wildcards over 20 MB", one("a.csv", (b"a" * 30000 + b"\n") * 700),
+              **UNCHANGED, call=searched("a*a*a*a*a*a*a*a*c"), memory=48)
+    yield Row("a replacement that grows", many(
+        {"b.xlsx": book(strings=strings("a" * 200, "pear"))}), call=searched("a", "a" * 1000),
+              status="unchanged", refused=1, log=1, memory=48)
+    both = many({"a.csv": APPLES, "b.xlsx": book()})
+    yield Row("equal replacement", both, **CHANGED, call=searched("apple", "apple"),
+              is_untouched=True)
+    yield Row("search text too long", both, call=searched("a" * 300), refused=2, log=2,
+              status="unchanged", words="type mismatch")
+    yield Row("nothing but tildes", both, **UNCHANGED, call=searched("~" * 255))
+
+
+def rows():
+    yield from text_rows()
+    yield Row("line of 1 GiB", long_line(1 << 30), code=0, status="found", call=SEARCH, memory=48)
+    yield Row("line of 200 MiB, replaced", long_line(200 * MIB), **CHANGED, memory=48)
+    yield Row("40,000 matches in text", many(many_matches(40000)), status="changed", refused=1,
+              log=1, words="overflow", check=first_matches_only, memory=48)
+    yield Row("1,000,000 matches in text", many(many_matches(1_000_000)), status="found",
+              call=SEARCH, refused=1, log=1, memory=128, is_large=True)
+    yield Row("not in the code page", one("a.csv", APPLES), status="unchanged", refused=1, log=1,
+              call=("replace", "--find", "apple", "--with", "яблоко", "--json"))
+    yield Row("formula injection", one("a.csv", APPLES), **CHANGED,
+              call=("replace", "--find", "apple", "--with", "=cmd|calc", "--json"))
+    yield from project_rows()
+    yield from entry_rows()
+    yield from list_rows()
+    yield from pattern_rows()

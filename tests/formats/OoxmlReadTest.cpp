@@ -1,0 +1,437 @@
+// SPDX-License-Identifier: MIT
+// What a search sees in Office Open XML workbooks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/CodePages.h"
+#include "support/CellRuns.h"
+#include "support/TempDir.h"
+#include "support/Thrown.h"
+#include "support/WorkbookBuilder.h"
+#include "workbook/FormatTable.h"
+
+namespace brindle::workbook {
+
+namespace {
+
+using namespace std::string_literals;
+using test::cell;
+using test::exactly;
+using test::found;
+using test::part;
+using test::shows;
+using test::TempDir;
+using test::WorkbookBuilder;
+
+std::vector<CellPosition> cells(std::initializer_list<const char*> names) {
+    std::vector<CellPosition> list;
+    for (const char* name : names) list.push_back(cell(name));
+    return list;
+}
+
+// --- texts ---------------------------------------------------------------------------------------
+
+struct Shown {
+    const char* cell;
+    const char* xml;   // behind <c r="...", up to </c>
+    const char* text;  // empty for a blank cell
+};
+
+const char* const kStrings =
+    "<si><t>plain &amp; simple</t></si>"
+    "<si><r><t>two </t></r><r><rPr><b/></rPr><t>runs</t></r></si>"
+    "<si><t>kana</t><rPh sb=\"0\" eb=\"1\"><t>phonetic</t></rPh><phoneticPr fontId=\"1\"/></si>"
+    "<si><t>a_x000D_b_x005F_x0041_</t></si>"
+    "<si/>"
+    "<si><t xml:space=\"preserve\"> blanks </t></si>"
+    "<si><t><![CDATA[<1> & ]]>more</t></si>"
+    "<si><t>one<!-- aside -->two</t></si>"
+    "<si><t/></si>"
+    "<si><t>line\r\nend</t></si>"
+    "<si><t>_xD83D__xDE00_&#128512;</t></si>";
+
+const Shown kShown[] = {
+    {"A1", "><v>1000</v>", "1000"},
+    {"A2", " s=\"6\"><v>1000</v>", "1000"},
+    {"A3", "><v>0.10000000000000001</v>", "0.1"},
+    {"A4", "><v>12345678901234567</v>", "12345678901234600"},
+    {"A5", "><v>1.5E5</v>", "150000"},
+    {"A6", "><v>1E+20</v>", "100000000000000000000"},
+    {"A9", "><v>1E+21</v>", "1E+21"},
+    {"A7", "><v>1E+22</v>", "1E+22"},
+    {"A8", " t=\"n\"><v>-0</v>", "0"},
+    {"B1", " s=\"1\"><v>0.07</v>", "7%"},
+    {"B2", " s=\"11\"><v>-0.125</v>", "-12.5%"},
+    {"B3", " s=\"13\"><v>0.5</v>", "0.5"},
+    {"B4", " s=\"999\"><v>0.5</v>", "0.5"},
+    {"C1", " s=\"2\"><v>42370</v>", "1/1/2016"},
+    {"C2", " s=\"8\"><v>42370</v>", "1/1/2016"},
+    {"C3", " s=\"10\"><v>42370.5625</v>", "1/1/2016 1:30:00 PM"},
+    {"C4", " s=\"7\"><v>0.0625</v>", "1:30:00 AM"},
+    {"C5", " s=\"12\"><v>1.0833333333333333</v>", "1/1/1900 2:00:00 AM"},
+    {"C6", " s=\"2\"><v>60</v>", "2/29/1900"},
+    {"C7", " s=\"2\"><v>-1</v>", "-1"},
+    {"C8", " s=\"2\" t=\"d\"><v>2016-01-01</v>", "1/1/2016"},
+    {"C9", " s=\"10\" t=\"d\"><v>2016-01-01T13:30:00Z</v>", "1/1/2016 1:30:00 PM"},
+    {"D1", " t=\"b\"><v>1</v>", "TRUE"},
+    {"D2", " t=\"b\"><v>0</v>", "FALSE"},
+    {"D3", " t=\"b\"><v>true</v>", "TRUE"},
+    {"D4", " t=\"e\"><v>#DIV/0!</v>", "#DIV/0!"},
+    {"D5", " t=\"e\"><v>#N/A</v>", "#N/A"},
+    {"E1", " t=\"s\"><v>0</v>", "plain & simple"},
+    {"E2", " t=\"s\"><v>1</v>", "two runs"},
+    {"E3", " t=\"s\"><v>2</v>", "kana"},
+    {"E4", " t=\"s\"><v>3</v>", "a\rb_x0041_"},
+    {"E5", " t=\"s\"><v>4</v>", ""},
+    {"E6", " t=\"s\"><v>5</v>", " blanks "},
+    {"E7", " t=\"s\"><v>6</v>", "<1> & more"},
+    {"E8", " t=\"s\"><v>7</v>", "onetwo"},
+    {"E9", " t=\"s\"><v>8</v>", ""},
+    {"E10", " t=\"s\"><v>9</v>", "line\nend"},
+    {"E11", " t=\"s\"><v>10</v>", "\U0001F600\U0001F600"},
+    {"E12", " t=\"s\"><v>99</v>", ""},
+    {"E13", " t=\"s\" s=\"4\"><v>0</v>", "plain & simple"},
+    {"F1", " t=\"inlineStr\"><is><t>in &lt;line&gt;</t></is>", "in <line>"},
+    {"F2",
+     " t=\"inlineStr\"><is><r><t>a</t></r><r><t>b</t></r><rPh sb=\"0\" eb=\"1\"><t>c</t>"
+     "</rPh></is>",
+     "ab"},
+    {"F3", " t=\"inlineStr\"><is/>", ""},
+    {"F4", " t=\"str\"><v>text_x0009_constant</v>", "text\tconstant"},
+    {"G1", "><f>SUM(A1:A2)*2</f><v>4000</v>", "=SUM(A1:A2)*2"},
+    {"G2", " t=\"str\"><f>A1&amp;\"x\"</f><v>1000x</v>", "=A1&\"x\""},
+    {"G3", "><f>_xlfn.CONCAT(A1,\"_xlfn.\")</f>", "=CONCAT(A1,\"_xlfn.\")"},
+    {"G4", "><f>[1]Data!A1</f><v>1</v>", "='C:\\books\\[other one.xlsx]Data'!A1"},
+    {"G5", " t=\"e\"><f>1/0</f><v>#DIV/0!</v>", "=1/0"},
+    {"H1", "><f t=\"shared\" ref=\"H1:I3\" si=\"4\">A1+$B$1+Sheet1!A$1&amp;\"A1\"</f><v>1</v>",
+     "=A1+$B$1+Sheet1!A$1&\"A1\""},
+    {"H2", "><f t=\"shared\" si=\"4\"/><v>1</v>", "=A2+$B$1+Sheet1!A$1&\"A1\""},
+    {"I3", "><f t=\"shared\" si=\"4\"></f><v>1</v>", "=B3+$B$1+Sheet1!B$1&\"A1\""},
+    {"H9", "><f t=\"shared\" si=\"4\"/>", "=A9+$B$1+Sheet1!A$1&\"A1\""},
+    {"H10", "><f t=\"shared\" si=\"4\">own+1</f>", "=own+1"},
+    {"H11", "><f t=\"shared\" si=\"77\"/><v>5</v>", ""},
+    {"J1", "><f t=\"array\" ref=\"J1:K2\">A1:B2*2</f><v>1</v>", "=A1:B2*2"},
+    {"K1", "><v>2</v>", "=A1:B2*2"},
+    {"J2", " t=\"str\"><v>three</v>", "=A1:B2*2"},
+    {"K2", "><v>4</v>", "=A1:B2*2"},
+    {"J3", "><f t=\"array\" ref=\"J3\">SUM(A1:A2*2)</f><v>1</v>", "=SUM(A1:A2*2)"},
+    {"K3", "><v>5</v>", "5"},
+    {"L1", "><f t=\"dataTable\" ref=\"L1:L2\" dt2D=\"1\" dtr=\"1\" r1=\"A1\" r2=\"B1\"/><v>1</v>",
+     "=TABLE(A1,B1)"},
+    {"L2", "><v>2</v>", "=TABLE(A1,B1)"},
+    {"M1", "><f t=\"dataTable\" ref=\"M1\" dtr=\"1\" r1=\"A1\"/><v>1</v>", "=TABLE(A1,)"},
+    {"N1", " s=\"2\"", ""},
+    {"N2", "><v></v>", ""},
+    {"N3", "><v/>", ""},
+    {"N4", "><extLst><ext><v>7</v></ext></extLst>", ""},
+};
+
+// All cells of the table, row by row.
+std::string shownRows() {
+    std::vector<Shown> sorted(std::begin(kShown), std::end(kShown));
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const Shown& a, const Shown& b) { return cell(a.cell) < cell(b.cell); });
+    std::string rows;
+    int row = 0;
+    for (const Shown& shown : sorted) {
+        if (cell(shown.cell).row != row) {
+            if (row != 0) rows += "</row>";
+            row = cell(shown.cell).row;
+            rows += "<row r=\"" + std::to_string(row) + "\">";
+        }
+        const bool isEmpty = std::string_view(shown.xml).find('>') == std::string_view::npos;
+        rows += "<c r=\""s + shown.cell + "\"" + shown.xml + (isEmpty ? "/>" : "</c>");
+    }
+    return rows + "</row>";
+}
+
+WorkbookBuilder shownBook() {
+    WorkbookBuilder book;
+    book.sheet(shownRows()).strings(kStrings).externalBook("file:///C:/books/other%20one.xlsx");
+    return book;
+}
+
+std::string utf16(std::string_view utf8, bool bigEndian) {
+    return (bigEndian ? "\xFE\xFF"s : "\xFF\xFE"s) +
+           CodePage(bigEndian ? "UTF-16BE" : "UTF-16LE").encode(utf8).value();
+}
+
+// The parts with their declared encoding changed and converted.
+WorkbookBuilder converted(const WorkbookBuilder& book,
+                          const std::function<std::string(std::string)>& convert) {
+    WorkbookBuilder changed = book;
+    for (const auto& [name, text] : book.parts()) changed.part(name, convert(text));
+    return changed;
+}
+
+WorkbookBuilder inUtf16(bool bigEndian) {
+    return converted(shownBook(), [=](std::string text) {
+        const std::size_t at = text.find("UTF-8");
+        return utf16(text.replace(at, 5, "UTF-16"), bigEndian);
+    });
+}
+
+WorkbookBuilder withMark() {
+    return converted(shownBook(), [](const std::string& text) { return "\xEF\xBB\xBF" + text; });
+}
+
+void checkShown(const WorkbookBuilder& book) {
+    TempDir dir;
+    const auto document = openDocument(book.write(dir), {});
+    ASSERT_EQ(document->worksheetCount(), 1u);
+    for (const Shown& row : kShown) {
+        EXPECT_TRUE(shows(document->worksheet(0), cell(row.cell), row.text))
+            << row.cell << row.xml << " is not " << row.text;
+    }
+}
+
+TEST(OoxmlRead, ShowsEveryKindOfCell) {
+    checkShown(shownBook());
+}
+
+TEST(OoxmlRead, ShowsTheSameInEveryWriting) {
+    const struct {
+        const char* name;
+        WorkbookBuilder book;
+    } rows[] = {
+        {"prefix", shownBook().prefix("x")},
+        {"strict", shownBook().strict()},
+        {"strict with prefix", shownBook().strict().prefix("ss")},
+        {"UTF-16, little end first", inUtf16(false)},
+        {"UTF-16, big end first", inUtf16(true)},
+        {"UTF-8 with a mark", withMark()},
+        {"comments between cells", shownBook().inAllParts("</c>", "</c><!-- </row> -->")},
+        {"comments between rows", shownBook().inAllParts("</row>", "</row><?pi </sheetData>?>")},
+        {"comments in strings", shownBook().inAllParts("</si>", "<!-- </si> --></si>")},
+        {"comments in values", shownBook().inAllParts("</v>", "<!-- 1 --></v>")},
+        {"single quotes", shownBook().inAllParts("<c r=\"A1\"", "<c r='A1'")},
+        {"white space",
+         shownBook().inAllParts("</c>", "</c>\r\n\t ").inAllParts("<row ", "\n<row\n")},
+        {"spare attributes", shownBook().inAllParts("<c r=", "<c ph=\"1\" xml:lang=\"en\" r=")},
+        {"foreign elements",
+         shownBook().inAllParts("</c>", "</c><o:c xmlns:o=\"urn:o\"><v>9</v></o:c>")},
+        {"values in CDATA", shownBook().inAllParts("<v>1000</v>", "<v><![CDATA[1000]]></v>")},
+        {"part names in other case",
+         shownBook().inAllParts("worksheets/sheet1.xml", "Worksheets/SHEET1.XML")},
+        {"absolute targets", shownBook().inAllParts("\"worksheets/", "\"/xl/worksheets/")},
+        {"targets with dots", shownBook().inAllParts("\"worksheets/", "\"../xl/./worksheets/")},
+        {"escaped targets", shownBook().inAllParts("\"worksheets/", "\"work%73heets/")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        checkShown(row.book);
+    }
+}
+
+TEST(OoxmlRead, CountsDaysFrom1904) {
+    TempDir dir;
+    WorkbookBuilder book;
+    book.sheet(
+            "<row r=\"1\"><c r=\"A1\" s=\"2\"><v>0</v></c><c r=\"B1\" s=\"2\"><v>40908</v></c>"
+            "<c r=\"C1\" s=\"2\" t=\"d\"><v>2016-01-01</v></c></row>")
+        .settings("<workbookPr date1904=\"1\"/>");
+    const auto document = openDocument(book.write(dir), {});
+    EXPECT_TRUE(shows(document->worksheet(0), cell("A1"), "1/1/1904"));
+    EXPECT_TRUE(shows(document->worksheet(0), cell("B1"), "1/1/2016"));
+    EXPECT_TRUE(shows(document->worksheet(0), cell("C1"), "1/1/2016"));
+}
+
+// --- places --------------------------------------------------------------------------------------
+
+struct Placed {
+    const char* name;
+    const char* rows;
+    std::vector<CellPosition> places;  // of the text x, from A1 on
+};
+
+TEST(OoxmlRead, PlacesCells) {
+    const Placed rows[] = {
+        {"without places",
+         "<row><c t=\"str\"><v>x</v></c><c/><c t=\"str\"><v>x</v></c></row>"
+         "<row><c t=\"str\"><v>x</v></c></row>",
+         cells({"C1", "A2", "A1"})},
+        {"some places",
+         "<row r=\"3\"><c r=\"C3\" t=\"str\"><v>x</v></c><c t=\"str\"><v>x</v></c></row>"
+         "<row><c t=\"str\"><v>x</v></c></row>",
+         cells({"C3", "D3", "A4"})},
+        {"cells out of order",
+         "<row r=\"1\"><c r=\"C1\" t=\"str\"><v>x</v></c>"
+         "<c r=\"A1\" t=\"str\"><v>x</v></c>"
+         "<c r=\"B1\" t=\"str\"><v>x</v></c></row>",
+         cells({"B1", "C1", "A1"})},
+        {"rows out of order",
+         "<row r=\"2\"><c r=\"A2\" t=\"str\"><v>x</v></c></row>"
+         "<row r=\"1\"><c r=\"B1\" t=\"str\"><v>x</v></c></row>",
+         cells({"B1", "A2"})},
+        {"a cell twice",
+         "<row r=\"1\"><c r=\"B1\" t=\"str\"><v>x</v></c>"
+         "<c r=\"B1\" t=\"str\"><v>x</v></c><c r=\"C1\" t=\"str\"><v>x</v></c></row>",
+         cells({"B1", "C1"})},
+        {"the last cell", "<row r=\"1048576\"><c r=\"XFD1048576\" t=\"str\"><v>x</v></c></row>",
+         cells({"XFD1048576"})},
+        {"empty rows", "<row r=\"1\"/><row r=\"5\"></row><row><c t=\"str\"><v>x</v></c></row>",
+         cells({"A6"})},
+        {"nothing", "", {}},
+    };
+    TempDir dir;
+    for (const Placed& row : rows) {
+        for (const char* prefix : {"", "x"}) {
+            SCOPED_TRACE(row.name + " "s + prefix);
+            WorkbookBuilder book;
+            book.sheet(row.rows).prefix(prefix);
+            const auto document = openDocument(book.write(dir), {});
+            EXPECT_EQ(found(document->worksheet(0), part("x")), row.places);
+        }
+    }
+}
+
+TEST(OoxmlRead, ListsWorksheetsOnly) {
+    TempDir dir;
+    WorkbookBuilder book;
+    const std::string row = "<row><c t=\"str\"><v>x</v></c></row>";
+    book.sheet(row).named("One &amp; only").chartSheet().sheet("").sheet(row, "<tail/>", "<head/>");
+    book.settings("<bookViews><workbookView activeTab=\"3\"/></bookViews>");
+    const auto document = openDocument(book.write(dir), {});
+    ASSERT_EQ(document->worksheetCount(), 3u);
+    EXPECT_EQ(document->worksheet(0).name(), "One & only");
+    EXPECT_EQ(document->worksheet(1).name(), "Sheet3");
+    EXPECT_EQ(document->worksheet(2).name(), "Sheet4");
+    EXPECT_EQ(document->activeSheet(), 2u);
+    EXPECT_EQ(found(document->worksheet(0), part("x")), cells({"A1"}));
+    EXPECT_EQ(found(document->worksheet(1), part("x")), cells({}));
+    EXPECT_EQ(found(document->worksheet(2), part("x")), cells({"A1"}));
+}
+
+TEST(OoxmlRead, ReadsASheetWithoutCells) {
+    const char* const start =
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">";
+    for (const char* content : {"", "<sheetData/>", "<sheetData></sheetData>", "<sheetData />"}) {
+        SCOPED_TRACE(content);
+        TempDir dir;
+        WorkbookBuilder book;
+        book.rawSheet(start + std::string(content) + "</worksheet>");
+        const auto document = openDocument(book.write(dir), {});
+        EXPECT_EQ(found(document->worksheet(0), part("*")), cells({}));
+        EXPECT_EQ(document->worksheet(0).usedRange().lastRow, 0);
+    }
+}
+
+// Cells and strings longer than any piece in which a part is read, and boundaries everywhere.
+TEST(OoxmlRead, ReadsPartsOfManyPieces) {
+    std::string rows;
+    std::string strings;
+    for (int i = 1; i <= 400; ++i) {
+        const std::string filler(static_cast<std::size_t>(i * 7 % 1999), 'a');
+        const std::string row = std::to_string(i);
+        strings += "<si><t>" + filler + "s" + row + "s</t></si>";
+        rows += "<row r=\"" + row + "\"><c r=\"A" + row + "\" t=\"s\"><v>" + std::to_string(i - 1) +
+                "</v></c><c r=\"B" + row + "\" t=\"inlineStr\"><is><t>" + filler + "i" + row +
+                "i</t></is></c></row>";
+    }
+    const std::string huge(700'000, 'h');
+    rows += "<row r=\"401\"><c r=\"A401\" t=\"str\"><v>" + huge + "end</v></c></row>";
+    strings += "<si><t>" + huge + "</t></si><si><t>last</t></si>";
+    rows += "<row r=\"402\"><c r=\"A402\" t=\"s\"><v>401</v></c></row>";
+    TempDir dir;
+    WorkbookBuilder book;
+    book.sheet(rows).strings(strings);
+    for (const char* prefix : {"", "x"}) {
+        const auto document = openDocument(book.prefix(prefix).write(dir), {});
+        Worksheet& sheet = document->worksheet(0);
+        for (int i = 1; i <= 400; i += 57) {
+            const std::string row = std::to_string(i);
+            EXPECT_EQ(found(sheet, part("s" + row + "s")), (std::vector<CellPosition>{{i, 1}}));
+            EXPECT_EQ(found(sheet, part("i" + row + "i")), (std::vector<CellPosition>{{i, 2}}));
+        }
+        EXPECT_EQ(found(sheet, part("hend")), cells({"A401"}));
+        EXPECT_EQ(found(sheet, part("last")), cells({"A402"}));
+    }
+}
+
+// Names that the quick readers look for, in places where they mean nothing.
+TEST(OoxmlRead, IsNotMisledByTags) {
+    const std::string ns = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+    const std::string row = "<row><c t=\"s\"><v>0</v></c></row>";
+    const struct {
+        const char* name;
+        std::string sheet;
+        std::string strings;
+    } rows[] = {
+        {"comments in front",
+         "<!-- <sheetData> --><worksheet " + ns + "><sheetData>" + row + "</sheetData></worksheet>",
+         "<!-- <sst> --><sst " + ns + "><si><t>x</t></si></sst>"},
+        {"angle brackets in attributes",
+         "<worksheet " + ns + "><sheetData a=\">\">" + row + "</sheetData></worksheet>",
+         "<sst a=\">\" " + ns + "><si><t>x</t></si></sst>"},
+        {"end tags in CDATA",
+         "<worksheet " + ns +
+             "><sheetData><row><c t=\"inlineStr\"><is><t><![CDATA[</is>x]]></t></is>"
+             "</c></row></sheetData></worksheet>",
+         "<sst " + ns + "><si><t><![CDATA[</si>x]]></t></si></sst>"},
+        {"end tags in comments",
+         "<worksheet " + ns +
+             "><sheetData><row><c t=\"inlineStr\"><is><t>x</t><!--</is>--></is></c>"
+             "</row></sheetData></worksheet>",
+         "<sst " + ns + "><si><!--</si>--><t>x</t></si></sst>"},
+        {"sheet data in an extension",
+         "<worksheet " + ns + "><extLst><ext><sheetData>" + row +
+             "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",
+         "<sst " + ns + "><si><t>x</t></si><extLst><ext><si/></ext></extLst></sst>"},
+    };
+    TempDir dir;
+    for (const auto& odd : rows) {
+        SCOPED_TRACE(odd.name);
+        WorkbookBuilder book;
+        book.rawSheet(odd.sheet).sheet(row).strings("").part("xl/sharedStrings.xml", odd.strings);
+        const auto document = openDocument(book.write(dir), {});
+        EXPECT_EQ(found(document->worksheet(0), part("x")), cells({"A1"}));
+        EXPECT_EQ(found(document->worksheet(1), part("x")), cells({"A1"}));
+    }
+}
+
+// --- values --------------------------------------------------------------------------------------
+
+TEST(OoxmlRead, TellsValuesForLists) {
+    TempDir dir;
+    const auto document = openDocument(shownBook().write(dir), {});
+    Worksheet& sheet = document->worksheet(0);
+    using Kind = CellValue::Kind;
+    const struct {
+        const char* cell;
+        Kind kind;
+        const char* text;
+        double number;
+    } rows[] = {
+        {"A1", Kind::Number, "1000", 1000},
+        {"B1", Kind::Number, "7%", 0.07},
+        {"C1", Kind::Number, "1/1/2016", 42370},
+        {"D1", Kind::Boolean, "TRUE", 0},
+        {"C8", Kind::Number, "1/1/2016", 42370},
+        {"D4", Kind::Error, "#DIV/0!", 0},
+        {"E2", Kind::Text, "two runs", 0},
+        {"F1", Kind::Text, "in <line>", 0},
+        {"G1", Kind::Number, "4000", 4000},
+        {"G2", Kind::Text, "1000x", 0},
+        {"K2", Kind::Number, "4", 4},
+        {"N1", Kind::Blank, "", 0},
+        {"Z99", Kind::Blank, "", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.cell);
+        const CellValue value = sheet.cellValue(cell(row.cell));
+        EXPECT_EQ(value.kind, row.kind);
+        EXPECT_EQ(value.text, row.text);
+        EXPECT_EQ(value.number, row.number);
+    }
+    EXPECT_TRUE(sheet.cellValue(cell("D1")).boolean);
+    const CellRange range = sheet.usedRange();
+    EXPECT_EQ(range.firstRow, 1);
+    EXPECT_EQ(range.firstColumn, 1);
+    EXPECT_EQ(range.lastRow, 13);
+    EXPECT_EQ(range.lastColumn, 13);
+}
+
+}  // namespace
+
+}  // namespace brindle::workbook

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+#include "ui/processing/RunReport.h"
+
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace brindle {
+namespace {
+
+using Filed = RunReport::Filed;
+
+struct Found {
+    std::string find;
+    clsCounts counts;
+};
+
+Entries entriesWith(const std::vector<Found>& found) {
+    Entries entries;
+    for (const Found& item : found) {
+        entries.Add(item.find, "new", 0, false, false, {})->counts = item.counts;
+    }
+    return entries;
+}
+
+clsCounts inCells(std::int16_t count) {
+    clsCounts counts;
+    counts.CellCounter = count;
+    return counts;
+}
+
+const clsCounts kNothing;
+
+std::vector<std::string> pathsOf(const RunReport& report) {
+    std::vector<std::string> paths;
+    for (const auto& document : report.changed()) paths.push_back(document.path);
+    return paths;
+}
+
+TEST(RunReport, TextListsFindsThenTheRestAndNoFailures) {
+    RunReport report;
+    clsCounts total = inCells(3);
+    total.HeaderCounter = 1;
+    report.AddChangedFiles("C:\\Data\\b.xls", entriesWith({{"Total", kNothing}}), false);
+    report.AddChangedFiles("C:\\Data\\c.xls", entriesWith({{"Total", total}}), true);
+    report.AddChangedFiles("C:\\Data\\a.xls", entriesWith({{"Total", total}}), false);
+    EXPECT_EQ(report.text(),
+              "C:\\Data\\a.xls - At least 1 occurrence(s) found \r\n"
+              "\tTotal (Cell) : 3\r\n"
+              "\tTotal (Header) : 1\r\n"
+              "C:\\Data\\b.xls - No occurrence(s) found \r\n");
+    EXPECT_EQ(report.failed(), std::list<std::string>{"C:\\Data\\c.xls"});
+    EXPECT_EQ(report.mChangeCount, 4);
+    EXPECT_EQ(report.changedFileCount, 1);
+}
+
+TEST(RunReport, TextOfARunWithoutResultsIsEmpty) {
+    EXPECT_EQ(RunReport().text(), "");
+}
+
+TEST(RunReport, ChildrenStandInTheOrderOfEntriesAndScopes) {
+    clsCounts all;
+    all.CellCounter = 1;
+    all.HyperlinkCounter = 2;
+    all.HeaderCounter = 3;
+    all.FooterCounter = 4;
+    all.ShapesCounter = 5;
+    all.BuiltInPropCounter = 6;
+    all.CustomPropCounter = 32767;
+    RunReport report;
+    report.AddChangedFiles("p", entriesWith({{"x", all}, {"none", kNothing}, {"y", inCells(8)}}),
+                           false);
+    const std::vector<std::string> expected{"x (Cell) : 1",
+                                            "x (HyperLink) : 2",
+                                            "x (Header) : 3",
+                                            "x (Footer) : 4",
+                                            "x (Shapes) : 5",
+                                            "x (Built in Properties) : 6",
+                                            "x (Custom Properties) : 32767",
+                                            "y (Cell) : 8"};
+    EXPECT_EQ(report.changed().front().children, expected);
+}
+
+TEST(RunReport, ASecondReportOnAPathCanOnlyMoveItToChanged) {
+    const Entries none = entriesWith({{"x", kNothing}});
+    const Entries some = entriesWith({{"x", inCells(1)}});
+    const Entries more = entriesWith({{"x", inCells(9)}});
+    RunReport report;
+    EXPECT_EQ(report.AddChangedFiles("a", none, false), Filed::NotChanged);
+    EXPECT_EQ(report.AddChangedFiles("b", none, false), Filed::NotChanged);
+    EXPECT_EQ(report.AddChangedFiles("a", none, false), Filed::Nowhere);
+    EXPECT_EQ(report.AddChangedFiles("a", some, false), Filed::Changed);
+    EXPECT_EQ(report.AddChangedFiles("a", more, false), Filed::Nowhere);
+    EXPECT_EQ(report.AddChangedFiles("a", none, false), Filed::Nowhere);
+    EXPECT_EQ(report.AddChangedFiles("a", more, true), Filed::Failed);
+    EXPECT_EQ(report.AddChangedFiles("a", none, true), Filed::Nowhere);
+    EXPECT_EQ(pathsOf(report), std::vector<std::string>{"a"});
+    EXPECT_EQ(report.changed().front().children, std::vector<std::string>{"x (Cell) : 1"});
+    EXPECT_EQ(report.notChanged(), std::list<std::string>{"b"});
+    EXPECT_EQ(report.mChangeCount, 1);
+    EXPECT_EQ(report.changedFileCount, 1);
+}
+
+TEST(RunReport, AnEntryWithoutAFindDoesNotHideOneThatHas) {
+    const std::vector<std::vector<Found>> orders{{{"no", kNothing}, {"yes", inCells(1)}},
+                                                 {{"yes", inCells(1)}, {"no", kNothing}}};
+    for (const auto& order : orders) {
+        RunReport report;
+        report.AddChangedFiles("a", entriesWith(order), false);
+        EXPECT_EQ(pathsOf(report), std::vector<std::string>{"a"});
+        EXPECT_TRUE(report.notChanged().empty());
+    }
+}
+
+TEST(RunReport, NoEntriesFileADocumentNowhere) {
+    RunReport report;
+    EXPECT_EQ(report.AddChangedFiles("a", Entries(), false), Filed::Nowhere);
+    EXPECT_EQ(report.AddChangedFiles("a", Entries(), true), Filed::Nowhere);
+    EXPECT_TRUE(report.failed().empty());
+    EXPECT_EQ(report.text(), "");
+}
+
+TEST(RunReport, ASumBeyondItsWidthEndsTheChildrenOfThatDocument) {
+    const test::TempDir home;
+    setenv("BRINDLE_HOME", home.path().c_str(), 1);
+    RunReport report;
+    report.mChangeCount = std::numeric_limits<std::int32_t>::max() - 1;
+    const Entries entries = entriesWith({{"x", inCells(1)}, {"y", inCells(1)}, {"z", inCells(1)}});
+    report.AddChangedFiles("a", entries, false);
+    EXPECT_EQ(report.changed().front().children.size(), 2U);
+    EXPECT_EQ(report.mChangeCount, std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(report.changedFileCount, 1);
+    EXPECT_NE(home.read("Errors.Log").find("Error 6 (Overflow) in procedure AddChildNode"),
+              std::string::npos);
+}
+
+TEST(RunReport, ClearingKeepsFailuresWhenAskedTo) {
+    RunReport report;
+    const Entries entries = entriesWith({{"x", inCells(1)}});
+    report.AddChangedFiles("a", entries, false);
+    report.AddChangedFiles("b", entriesWith({{"x", kNothing}}), false);
+    report.AddChangedFiles("c", entries, true);
+    report.clear(true);
+    EXPECT_EQ(report.text(), "");
+    EXPECT_EQ(report.mChangeCount, 0);
+    EXPECT_EQ(report.failed().size(), 1U);
+    EXPECT_EQ(report.AddChangedFiles("a", entries, false), Filed::Changed);
+    report.clear();
+    EXPECT_TRUE(report.failed().empty());
+}
+
+}  // namespace
+}  // namespace brindle
