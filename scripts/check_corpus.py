@@ -20,6 +20,7 @@ import subprocess
 import sys
 import tempfile
 import warnings
+import urllib.parse
 import zipfile
 import xml.etree.ElementTree as ElementTree
 
@@ -39,7 +40,7 @@ class Checker:
         self.environment = dict(os.environ, BRINDLE_HOME=os.path.join(self.work, 'home'))
         os.mkdir(self.environment['BRINDLE_HOME'])
         self.converted = []
-        self.counted = self.replaced = self.cells_compared = 0
+        self.counted = self.replaced = self.cells_compared = self.texts_compared = 0
 
     def fault(self, name, text):
         print(f'{name}: {text}')
@@ -140,26 +141,38 @@ class Checker:
 
     # --- LibreOffice ----------------------------------------------------------------------
     def check_libreoffice(self):
-        folder = os.path.join(self.work, 'flat')
-        for name, old, new, word in self.converted:
-            texts = [libreoffice_texts(path, folder) for path in (old, new)]
-            if texts[0] is None:
-                continue
-            if texts[1] is None:
+        source, target = os.path.join(self.work, 'in'), os.path.join(self.work, 'out')
+        os.mkdir(source)
+        pairs = []
+        for number, (name, old, new, word) in enumerate(self.converted):
+            pair = [f'{number}-old' + os.path.splitext(old)[1],
+                    f'{number}-new' + os.path.splitext(new)[1]]
+            shutil.copy(old, os.path.join(source, pair[0]))
+            shutil.copy(new, os.path.join(source, pair[1]))
+            pairs.append((name, word, pair))
+        profile = urllib.parse.quote(os.path.join(self.work, 'profile'))
+        files = [os.path.join(source, file) for _, _, pair in pairs for file in pair]
+        for start in range(0, len(files), 20):
+            subprocess.run(['soffice', '--headless', f'-env:UserInstallation=file://{profile}',
+                            '--convert-to', 'fods', '--outdir', target,
+                            *files[start:start + 20]], capture_output=True, timeout=1200)
+        for name, word, pair in pairs:
+            before, after = (libreoffice_texts(os.path.join(target, file)) for file in pair)
+            if before is None:
+                print(f'{name}: LibreOffice cannot read it')
+            elif after is None:
                 self.fault(name, f'{word!r}: LibreOffice cannot read the result')
-                continue
-            expected = [expected_text(text, word) for text in texts[0]]
-            for want, have in zip(expected, texts[1]):
-                if want.casefold() != have.casefold():
-                    self.fault(name, f'{word!r}: LibreOffice sees {have!r} instead of {want!r}')
-            if len(expected) != len(texts[1]):
-                self.fault(name, f'{word!r}: LibreOffice sees another number of texts')
+            else:
+                self.compare_texts(name, word, before, after)
 
-
-def beside(path, folder):
-    target = os.path.join(os.path.dirname(path), folder)
-    os.mkdir(target)
-    return os.path.join(target, os.path.basename(path))
+    def compare_texts(self, name, word, before, after):
+        expected = [expected_text(text, word) for text in before]
+        for want, have in zip(expected, after):
+            self.texts_compared += 1
+            if want.casefold() != have.casefold():
+                self.fault(name, f'{word!r}: LibreOffice sees {have!r} instead of {want!r}')
+        if len(expected) != len(after):
+            self.fault(name, f'{word!r}: LibreOffice sees another number of texts')
 
 
 def dates_seen_as_text(needle, count):
@@ -218,17 +231,9 @@ def openpyxl_texts(path):
     return texts
 
 
-def libreoffice_texts(path, folder):
-    """Text constants in order, from a conversion to flat XML; None when there is none."""
-    source = os.path.join(folder, 'in' + os.path.splitext(path)[1])
-    target = os.path.join(folder, 'in.fods')
-    os.makedirs(folder, exist_ok=True)
-    shutil.copy(path, source)
-    if os.path.exists(target):
-        os.remove(target)
-    subprocess.run(['soffice', '--headless', f'-env:UserInstallation=file://{folder}/profile',
-                    '--convert-to', 'fods', '--outdir', folder, source],
-                   capture_output=True, timeout=180)
+def libreoffice_texts(path):
+    """Text constants in order, from a workbook converted to flat XML; None when there is none."""
+    target = os.path.splitext(path)[0] + '.fods'
     if not os.path.exists(target):
         return None
     texts = []
@@ -268,7 +273,8 @@ def main():
         if arguments.libreoffice:
             checker.check_libreoffice()
         print(f'{checker.counted} counts agree, {checker.replaced} words there and back, '
-              f'{checker.cells_compared} cells compared, {len(checker.faults)} faults')
+              f'{checker.cells_compared} cells and {checker.texts_compared} LibreOffice texts compared, '
+              f'{len(checker.faults)} faults')
         if checker.counted == 0:
             print('no file of the corpus was checked')
             return 1

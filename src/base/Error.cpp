@@ -112,6 +112,10 @@ Error& Error::atOffset(std::uint64_t offset) {
     return *this;
 }
 
+std::string Error::placeText() const {
+    return listOf(mPlace);
+}
+
 void Error::compose() {
     mWhat = mDescription;
     std::string details = mDetail;

@@ -91,6 +91,8 @@ public:
     // The bare sentence, without the place.
     const std::string& description() const { return mDescription; }
     const ErrorPlace& place() const { return mPlace; }
+    // The place in words ("a.xlsx, xl/styles.xml, offset 12"); empty when nothing is known.
+    std::string placeText() const;
     const SourceLocation& thrownAt() const { return mThrownAt; }
     // Description, followed by the place in parentheses when there is one; a single line.
     const char* what() const noexcept override { return mWhat.c_str(); }

@@ -104,6 +104,13 @@ std::string asOneLine(std::string_view text) {
     return line;
 }
 
+// A failure in a document names it; others read as they are known everywhere.
+std::string describe(const Error& error) {
+    const bool isInDocument = !error.place().file.empty() || !error.place().member.empty();
+    return isInDocument ? error.description() + " (" + error.placeText() + ")"
+                        : error.description();
+}
+
 // One character at a time, so that only what has no place in the code page is lost.
 std::string encodedWithQuestionMarks(const CodePage& page, const std::string& text) {
     std::string bytes;
@@ -162,7 +169,7 @@ void WriteFile(const std::string& message) {
 }
 
 std::string errorMessage(const Routine& routine, const Error& error) {
-    return "Error " + std::to_string(error.number()) + " (" + asOneLine(error.what()) +
+    return "Error " + std::to_string(error.number()) + " (" + asOneLine(describe(error)) +
            ") in procedure " + routine.procedure + " at Line No. " +
            std::to_string(error.thrownAt().line()) + " of " + kindText(routine.kind) + " " +
            routine.module + suffixOf(routine);

@@ -194,7 +194,7 @@ TEST(OoxmlSave, KeepsTheCalculationChainRight) {
     } cases[] = {
         {"stays a formula", "one", "three",
          "<c r=\"A1\" i=\"1\"/><c r=\"B1\"/><c r=\"A1\" i=\"2\"/>"},
-        {"first", "=one", "x", "<c r=\"B1\" i=\"1\"/><c r=\"B1\" i=\"2\"/>"},
+        {"first", "=one", "x", "<c i=\"1\" r=\"B1\"/><c i=\"2\" r=\"B1\"/>"},
         {"second", "=two", "x", "<c r=\"A1\" i=\"1\"/><c r=\"A1\" i=\"2\"/>"},
         {"all", "=*", "x", ""},
     };

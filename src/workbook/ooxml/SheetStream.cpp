@@ -101,6 +101,8 @@ Step skipAttribute(const char*& at) {
     if (p - at >= 5 && std::memcmp(at, "xmlns", 5) == 0) return Step::Unusual;
     const char quote = *++p;
     if (quote != '"' && quote != '\'') return mismatch(quote);
+    // One of those that we do need (r, s, t), in the quotes that their readers do not expect.
+    if (quote == '\'' && p - at == 2) return Step::Unusual;
     for (++p; *p != quote; ++p) {
         if (*p == '\0' || *p == '<' || *p == '&') return mismatch(*p);
     }

@@ -127,6 +127,9 @@ WorkbookPart readWorkbookPart(const Package& package) {
     if (!main || !package.hasPart(main->partName)) {
         throw notAWorkbook("The file is not in a recognizable format: no workbook inside");
     }
+    if (package::normalisedMemberName(main->partName).ends_with(".bin")) {
+        throw notAWorkbook("The file is not in a recognizable format: a binary workbook");
+    }
     workbook.partName = main->partName;
     workbook.isSigned = package.relationshipByType("", kSignatureOriginType) != nullptr;
     const PartText text = package.read(workbook.partName);

@@ -153,7 +153,7 @@ TEST(ExcelConnectorCellsRun, counterStopsAtItsWidth) {
     EXPECT_EQ(report.counts[0].CellCounter, 32767);
     EXPECT_FALSE(report.failed);
     EXPECT_EQ(run.linesOf("ReplaceCell"), 1u);
-    EXPECT_EQ(run.log().substr(0, 18), "Error 6 (Overflow)");
+    EXPECT_EQ(run.log().substr(0, 18), "Error 6 (Overflow ") << "with the place behind it";
     ASSERT_EQ(report.refusals.size(), 1u) << "half-done must not look done";
     EXPECT_EQ(report.refusals[0].number, 6);
 }

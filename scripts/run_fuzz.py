@@ -1,0 +1,112 @@
+#!/usr/bin/env python3
+"""Runs the fuzz targets on seeds cut from real workbooks, and prints what each reached.
+
+Usage: run_fuzz.py --bin FOLDER [--corpus FOLDER] [--seconds N] [--only NAME] [--seeds FOLDER]
+Build first: cmake --preset fuzz && cmake --build --preset fuzz
+Without --corpus the environment variable BRINDLE_CORPUS names the folder of real files. What the
+targets find interesting is kept in the seed folder (by default build/fuzz-seeds) for the next run.
+"""
+import argparse
+import os
+import re
+import subprocess
+import sys
+import zipfile
+
+TEXT = ('csv', 'txt', 'tab', 'tsv', 'prn')
+PACKAGES = ('xlsx', 'xlsm', 'xltx', 'xltm')
+LARGEST = 64 * 1024
+
+
+def files(corpus, folders):
+    for folder in folders:
+        path = os.path.join(corpus, folder)
+        for name in sorted(os.listdir(path)) if os.path.isdir(path) else []:
+            with open(os.path.join(path, name), 'rb') as file:
+                yield file.read()
+
+
+def members(corpus, wanted):
+    for folder in PACKAGES:
+        path = os.path.join(corpus, folder)
+        for name in sorted(os.listdir(path)) if os.path.isdir(path) else []:
+            try:
+                with zipfile.ZipFile(os.path.join(path, name)) as archive:
+                    for member in archive.namelist():
+                        if re.search(wanted, member, re.I):
+                            yield archive.read(member)
+            except (zipfile.BadZipFile, NotImplementedError, RuntimeError):
+                continue
+
+
+def formulas(root):
+    with open(os.path.join(root, 'tests/data/formulas/stored.txt'), 'rb') as file:
+        yield from file.read().splitlines()
+
+
+def seeds_of(target, corpus, root):
+    if target.startswith('Formula'):
+        return formulas(root)
+    if target.startswith('Language'):
+        folder = os.path.join(root, 'data/Languages')
+        return (open(os.path.join(folder, name), 'rb').read() for name in os.listdir(folder))
+    if not corpus:
+        return ()
+    if target.startswith('TextFormat'):
+        return files(corpus, TEXT)
+    if target.startswith('ZipDirectory'):
+        return files(corpus, PACKAGES)
+    if target.startswith('SharedStrings'):
+        return members(corpus, r'sharedStrings.*\.xml$')
+    if target.startswith('Sheet'):
+        return members(corpus, r'worksheets/[^/]*\.xml$')
+    if target.startswith('XmlScanner'):
+        return members(corpus, r'\.(xml|rels)$')
+    return ()
+
+
+def write_seeds(folder, seeds):
+    os.makedirs(folder, exist_ok=True)
+    for i, seed in enumerate(seeds):
+        if len(seed) <= LARGEST:
+            with open(os.path.join(folder, f'seed-{i}'), 'wb') as file:
+                file.write(seed)
+
+
+def run(program, folder, seconds):
+    done = subprocess.run([program, folder, f'-max_total_time={seconds}', '-timeout=10',
+                           '-rss_limit_mb=2048', f'-max_len={LARGEST}', '-print_final_stats=1',
+                           f'-artifact_prefix={folder}/../'],
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    text = done.stdout.decode('utf-8', 'replace')
+    reached = re.findall(r'cov: (\d+) ft: (\d+)', text)
+    count = re.search(r'number_of_executed_units:\s*(\d+)', text)
+    coverage = '{} edges, {} features'.format(*reached[-1]) if reached else 'no coverage seen'
+    print(f'{os.path.basename(program):<24} {count.group(1) if count else "?":>10} runs, '
+          f'{coverage}, {"clean" if done.returncode == 0 else "FINDING"}', flush=True)
+    if done.returncode != 0:
+        print(text[-4000:])
+    return done.returncode == 0
+
+
+def main():
+    root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    parser = argparse.ArgumentParser()
+    parser.add_argument('--bin', required=True)
+    parser.add_argument('--corpus', default=os.environ.get('BRINDLE_CORPUS'))
+    parser.add_argument('--seconds', type=int, default=300)
+    parser.add_argument('--only', default='')
+    parser.add_argument('--seeds', default=os.path.join(root, 'build/fuzz-seeds'))
+    arguments = parser.parse_args()
+    programs = sorted(name for name in os.listdir(arguments.bin)
+                      if name.endswith('Fuzzer') and arguments.only in name)
+    clean = bool(programs)
+    for name in programs:
+        folder = os.path.join(arguments.seeds, name)
+        write_seeds(folder, seeds_of(name, arguments.corpus, root))
+        clean = run(os.path.join(arguments.bin, name), folder, arguments.seconds) and clean
+    return 0 if clean else 1
+
+
+if __name__ == '__main__':
+    sys.exit(main())
