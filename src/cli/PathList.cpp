@@ -16,6 +16,8 @@ namespace brindle::cli {
 
 namespace {
 
+// No file system takes longer names; a list that holds one is not a list.
+constexpr std::size_t kLongestName = 64 * 1024;
 constexpr std::size_t kChunk = 64 * 1024;
 
 // False when an interrupt came first. Without this a run that waits for its list would not end.
@@ -46,6 +48,13 @@ std::optional<std::string> PathList::nextName() {
     std::size_t end = mBuffer.find(mEnd, mPosition);
     while (end == std::string::npos) {
         const std::size_t seen = mBuffer.size() - mPosition;
+        if (seen > kLongestName) {
+            mAtEnd = true;
+            mBuffer.clear();
+            mPosition = 0;
+            throw Error(ErrorKind::Damaged, error_number::kBadFileName,
+                        "Bad file name: a line of the document list is too long");
+        }
         if (!fill()) break;
         end = mBuffer.find(mEnd, mPosition + seen);
     }

@@ -54,6 +54,8 @@ std::atomic<bool>& stopRequest() {
 void handleSignals() {
     if (pipe2(gPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) gPipe = {-1, -1};
     std::signal(SIGPIPE, SIG_IGN);
+    // A limit on the size of files then is a failing write like any other.
+    std::signal(SIGXFSZ, SIG_IGN);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) handle(signal);
 }
 

@@ -244,8 +244,7 @@ void ExcelConnector::openWorkbook(const std::string& path, Application& app) {
     options.writeResPassword = options.password.empty() ? kNoWriteReservation : options.password;
     options.currentYear = mCurrentYear;
     options.allowInPlace = mOptions.allowInPlace;
-    options.ansiCodePage =
-        mOptions.ansiCodePage.empty() ? ansiCodePage() : mOptions.ansiCodePage;
+    options.ansiCodePage = mOptions.ansiCodePage.empty() ? ansiCodePage() : mOptions.ansiCodePage;
     options.expectedPatterns = &mExpectedPatterns;
     mWorkbook = &mExcel->Workbooks().Open(path, options);
 }

@@ -45,8 +45,8 @@ struct Refusal {
 
 // What only this implementation offers beyond the project's own options.
 struct RunOptions {
-    bool allowInPlace = false;                  // write into files that have several names
-    std::string ansiCodePage;  // of text files without a byte-order mark; empty: the locale's
+    bool allowInPlace = false;  // write into files that have several names
+    std::string ansiCodePage;   // of text files without a byte-order mark; empty: the locale's
 };
 
 // Makes the spreadsheet application of a run; returns nothing when it cannot be started.

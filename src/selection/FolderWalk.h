@@ -58,7 +58,7 @@ private:
     std::string mStart;
     FolderWalkRules mRules;
     bool mIsStarted = false;
-    std::string mLastPath;  // what next() gave last
+    std::string mLastPath;     // what next() gave last
     std::vector<Folder> mWay;  // from the start folder down to the current one
     std::set<FileIdentity> mSeenFolders;
     std::set<FileIdentity> mSeenFiles;

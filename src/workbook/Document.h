@@ -17,10 +17,10 @@
 namespace brindle::workbook {
 
 struct OpenOptions {
-    std::string password;               // empty: none
-    std::string writeResPassword;       // write reservation
-    int currentYear = 2000;             // for dates typed without a year
-    bool allowInPlace = false;          // see ReplaceOptions
+    std::string password;                       // empty: none
+    std::string writeResPassword;               // write reservation
+    int currentYear = 2000;                     // for dates typed without a year
+    bool allowInPlace = false;                  // see ReplaceOptions
     std::string ansiCodePage = "windows-1252";  // text files without a byte-order mark
     // The patterns that the run will look for, in any order, borrowed for the life of the
     // document. A promise for speed only: other patterns work, at the price of another pass

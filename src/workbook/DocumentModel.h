@@ -35,7 +35,14 @@ struct CellRange {
     std::int32_t lastColumn = 0;
 };
 
-enum class PageSection { LeftHeader, CenterHeader, RightHeader, LeftFooter, CenterFooter, RightFooter };
+enum class PageSection {
+    LeftHeader,
+    CenterHeader,
+    RightHeader,
+    LeftFooter,
+    CenterFooter,
+    RightFooter
+};
 enum class PageKind { Odd, Even, First };
 
 }  // namespace brindle::workbook

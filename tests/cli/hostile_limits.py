@@ -23,7 +23,7 @@ def noisy_book():
     return book(sheet=sheet(row(1, inline("A1", "apple")) + cells))
 
 
-# --- no room --------------------------------------------------------------------------------------
+# --- no room ------------------------------------------------------------------------------------
 
 
 def fill(path, leave):
@@ -68,7 +68,7 @@ def full_home(place):
     place.write("a.xlsx", b"no workbook")
 
 
-# --- limits of the process --------------------------------------------------------------------------
+# --- limits of the process ----------------------------------------------------------------------
 
 
 def limited(kind, value, *call, also=None):
@@ -135,13 +135,13 @@ def run_without_threads(place):
         raise CannotRun("the program is out of reach for another user") from error
 
 
-# --- interrupts ---------------------------------------------------------------------------------------
+# --- interrupts ---------------------------------------------------------------------------------
 
 
 def interrupt(number, times, jobs):
     """A signal in the middle of a run over large documents."""
     def run(place):
-        for attempt in range(6):
+        for _ in range(6):
             for document in range(8):
                 place.write("%d.csv" % document, OLD * 40)
             process = place.start(*REPLACE, "docs", "--jobs", jobs)
@@ -154,7 +154,6 @@ def interrupt(number, times, jobs):
             result = process.finish()
             if result.code != 0:
                 return result
-            del attempt
         raise CannotRun("the program was always too fast")
     return run
 
@@ -180,7 +179,7 @@ def interrupted(name, number, times, jobs, **more):
                **more)
 
 
-# --- two runs at once -----------------------------------------------------------------------------------
+# --- two runs at once ---------------------------------------------------------------------------
 
 
 def run_twice(place):
@@ -220,8 +219,8 @@ def rows():
         yield without_room("b.xlsx", packed, leave, len(packed))
     yield Row("room for the new file or the backup", backup_without_room, status=None, code={0, 2},
               call=BACKUP, documents=("docs/m/a.csv",), new=("m/a.bak",), check=no_half_backup)
-    yield Row("log cannot be written", full_home, words="recognizable", log=0, documents=("docs/a.xlsx",),
-              new=("home/Errors.Log",))
+    yield Row("log cannot be written", full_home, words="recognizable", log=0,
+              documents=("docs/a.xlsx",), new=("home/Errors.Log",))
     yield Row("no permission to write the log", lambda place: (
         os.rmdir(place.home), place.outside("home", b"a file"), place.write("a.xlsx", b"x")),
               words="recognizable", log=0)

@@ -4,12 +4,13 @@
 import codecs
 import os
 import struct
+import subprocess
 
-from cli_support import bag, column, project
+from cli_support import column, project
 from hostile_books import book, strings
 from hostile_container import CHANGED, MIB, many, one
 from hostile_parts import UNCHANGED
-from hostile_support import SEARCH, Row
+from hostile_support import SEARCH, CannotRun, Row, is_installed
 
 APPLES = column("apple", "pear")
 
@@ -48,6 +49,17 @@ def text_rows():
         check = lambda place, _, wanted=changed: [] if place.read("a.csv") == wanted else [
             f"holds {place.read('a.csv')[-200:]!r} instead of {wanted[-200:]!r}"]
         yield Row("text: " + name, one("a.csv", content), **CHANGED, check=check, memory=48)
+
+
+def in_western_locale(place):
+    """A document in the code page of a locale that is not UTF-8."""
+    place.write("a.csv", APPLES)
+    made = is_installed("localedef") and subprocess.run(
+        ["localedef", "-i", "en_US", "-f", "ISO-8859-1", place.outside("en_US.ISO-8859-1")],
+        capture_output=True, check=False).returncode == 0
+    if not made:
+        raise CannotRun("there is no locale but UTF-8, and none can be made")
+    place.environment.update(LOCPATH=place.path, LC_ALL="en_US.ISO-8859-1")
 
 
 def long_line(size):
@@ -89,7 +101,8 @@ def project_files():
         return header + content[:at] + struct.pack("<i", number) + content[at + 4:]
 
     return {
-        "one byte": b"\x11", "header only": header, "random": b"\x11\x20\x01\x00" + os.urandom(5000),
+        "one byte": b"\x11", "header only": header,
+        "random": b"\x11\x20\x01\x00" + os.urandom(5000),
         "cut off": good[:-40], "length of 2^31": good[:4] + b"\xff\xff\xff\x7f" + good[8:],
         "length of 2^32": good[:4] + b"\xff\xff\xff\xff" + good[8:],
         "many values": header + content[:4] + b"\xff\xff\xff\xff" + content[8:],
@@ -211,7 +224,7 @@ def rows():
               log=1, words="overflow", check=first_matches_only, memory=48)
     yield Row("1,000,000 matches in text", many(many_matches(1_000_000)), status="found",
               call=SEARCH, refused=1, log=1, memory=128, is_large=True)
-    yield Row("not in the code page", one("a.csv", APPLES), status="unchanged", refused=1, log=1,
+    yield Row("not in the code page", in_western_locale, status="unchanged", refused=1, log=1,
               call=("replace", "--find", "apple", "--with", "яблоко", "--json"))
     yield Row("formula injection", one("a.csv", APPLES), **CHANGED,
               call=("replace", "--find", "apple", "--with", "=cmd|calc", "--json"))

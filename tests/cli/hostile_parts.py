@@ -264,7 +264,8 @@ def alternate_content():
 
 ODD_STRINGS = strings(
     "<r><rPr><b/></rPr><t>ap</t></r><r><rPr><i/></rPr><t xml:space='preserve'>ple pie </t></r>",
-    "<t>_x000D_apple_x0041_</t>", "<t><![CDATA[<apple>]]></t>", "<t xml:space='preserve'> apple </t>",
+    "<t>_x000D_apple_x0041_</t>", "<t><![CDATA[<apple>]]></t>",
+    "<t xml:space='preserve'> apple </t>",
     "<t>&#97;pple &amp;</t>", "<!-- apple --><t>pear<?apple?></t>")
 
 
@@ -289,7 +290,8 @@ def odd_texts_changed(place, result):
 
 
 def protected(attributes='sheet="1"'):
-    return sheet(row(1, '<c r="A1" t="s"><v>0</v></c>'), behind="<sheetProtection %s/>" % attributes)
+    return sheet(row(1, '<c r="A1" t="s"><v>0</v></c>'),
+                 behind="<sheetProtection %s/>" % attributes)
 
 
 def signed():

@@ -48,8 +48,8 @@ class Row:
     is_large means that making the files takes much memory.
     `new` names files that the run may add. `log` is the number of lines of the log, when it is
     not one a failed document (ANY: not looked at). is_json=False means that nothing may be printed,
-    None that a part of the output will do. check(place, result) gives further faults; run(place) runs the
-    program in place of the plain call.
+    None that a part of the output will do. check(place, result) gives further faults; run(place)
+    runs the program in place of the plain call.
     """
 
     def __init__(self, name, make, *, code=2, status="failed", words=(), refused=0,
@@ -174,7 +174,7 @@ class Process:
         return Result(self.process.returncode, texts[0], texts[1], seconds, memory)
 
 
-# --- what a file is, before and after ---------------------------------------------------------
+# --- what a file is, before and after -----------------------------------------------------------
 
 
 def digest(path, size):
@@ -289,7 +289,8 @@ def line_faults(row, place, result):
     log = place.log()
     wanted = failed if row.log is None else row.log
     if wanted != ANY and len(log) != wanted:
-        faults.append(f"{len(log)} lines in the log instead of {wanted}: {[line[:200] for line in log[:3]]}")
+        shown = [line[:200] for line in log[:3]]
+        faults.append(f"{len(log)} lines in the log instead of {wanted}: {shown}")
     lines = result.err.splitlines()
     if len(lines) < failed or not all(line.startswith(b"tarvello: ") for line in lines):
         faults.append(f"standard error: {result.err[:400]!r}")

@@ -95,7 +95,7 @@ std::string storedBookPrefix(std::string_view shown, const std::vector<std::stri
         return std::string(shown);
     }
     const std::optional<std::size_t> number = findBook(bookPath(prefix), books);
-    if (!number) throw Error::refused("The formula you typed contains an error.");
+    if (!number) throw Error::refused("The formula you typed contains an error");
     return storedForm(*number, prefix);
 }
 

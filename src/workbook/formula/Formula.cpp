@@ -42,9 +42,9 @@ void addOnce(std::vector<std::string>& names, const std::string& name) {
 }  // namespace
 
 Formula Formula::parse(std::string_view text) {
-    if (text::lengthUtf16(text) > kMaxFormulaUnits) throw Error::refused("Formula is too long.");
+    if (text::lengthUtf16(text) > kMaxFormulaUnits) throw Error::refused("Formula is too long");
     if (!text::isValidUtf8(text)) {
-        throw Error::refused("The formula you typed contains an error.");
+        throw Error::refused("The formula you typed contains an error");
     }
     return Formula(Parser(text).parse());
 }

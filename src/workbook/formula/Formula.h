@@ -18,8 +18,8 @@ struct Node;  // FormulaTree.h
 // A parsed formula.
 class Formula {
 public:
-    // Throws Error 1004 "The formula you typed contains an error." with the offset, or
-    // "Formula is too long." beyond 8,192 UTF-16 units. Nesting is bounded (64 levels of
+    // Throws Error 1004 "The formula you typed contains an error" with the offset, or
+    // "Formula is too long" beyond 8,192 UTF-16 units. Nesting is bounded (64 levels of
     // functions, as in the application; no recursion without a limit).
     static Formula parse(std::string_view text);
 

@@ -54,7 +54,7 @@ std::unique_ptr<Node> Parser::parse() {
 }
 
 void Parser::fail() const {
-    Error error = Error::refused("The formula you typed contains an error.");
+    Error error = Error::refused("The formula you typed contains an error");
     error.atOffset(item().offset);
     throw error;
 }

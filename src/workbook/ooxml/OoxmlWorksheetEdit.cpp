@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The half of OoxmlWorksheet that changes cells.
 #include <algorithm>
+#include <set>
 
 #include "base/Error.h"
 #include "workbook/formula/Formula.h"
+#include "workbook/formula/FormulaTree.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
@@ -84,9 +86,37 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     return content;
 }
 
+namespace {
+
+// The structured references of a formula, letter case aside.
+std::set<std::string> tableColumns(const formula::Formula& formula) {
+    std::set<std::string> columns;
+    formula::forEachPostorder(formula.root(), [&](const formula::Node& node) {
+        if (node.structured) columns.insert(text::fold(node.text + node.structured->written));
+    });
+    return columns;
+}
+
+// A reference to a table's column is good when the formula had it before. A new one would have to
+// be looked up in tables whose headers may be changed by the next entry, so it is refused.
+void checkTableColumns(const formula::Formula& formula, const CellContent& old) {
+    const std::set<std::string> wanted = tableColumns(formula);
+    if (wanted.empty()) return;
+    std::set<std::string> known;
+    if (old.kind == Kind::Formula) {
+        known = tableColumns(formula::Formula::parse(std::string_view(old.text).substr(1)));
+    }
+    if (!std::includes(known.begin(), known.end(), wanted.begin(), wanted.end())) {
+        throw Error::refused("The formula you typed contains an error");
+    }
+}
+
+}  // namespace
+
 CellContent OoxmlWorksheet::enteredFormula(const State& state, std::string newText) {
     const auto formula = formula::Formula::parse(std::string_view(newText).substr(1));
     for (const std::string& name : formula.sheetNames()) checkSheets(name);
+    checkTableColumns(formula, state.content);
     const std::string shown = formula.print();
     CellContent content;
     content.kind = Kind::Formula;

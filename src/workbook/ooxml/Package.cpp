@@ -20,6 +20,9 @@ constexpr int kLevel = 6;
 constexpr int kHighLevel = 12;
 constexpr std::uint64_t kHighLevelLimit = 4u << 20;
 
+// Real parts stay below half of it; what is packed more densely was made to fill the memory.
+constexpr std::uint32_t kHighestRatio = 256;
+
 int hexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -133,7 +136,9 @@ std::string resolveTarget(std::string_view sourcePart, std::string_view target) 
 }
 
 Package::Package(std::unique_ptr<InputFile> file) : mFile(std::move(file)) {
-    mArchive = std::make_unique<package::ZipArchive>(*mFile);
+    package::ZipLimits limits;
+    limits.ratio = kHighestRatio;
+    mArchive = std::make_unique<package::ZipArchive>(*mFile, limits);
 }
 
 std::size_t Package::memberOf(std::string_view partName) const {

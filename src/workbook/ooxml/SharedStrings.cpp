@@ -199,8 +199,21 @@ void SharedStrings::setItem(std::uint32_t index, std::string content) {
     mItemEdits[index] = std::move(content);
 }
 
+// A cell whose string is not there shows nothing, and must not show the one that is added next.
+void SharedStrings::fillGap() {
+    constexpr std::size_t kLargestGap = 65536;
+    const std::size_t known = mItems.size() + mAdded.size();
+    if (mDanglingEnd <= known) return;
+    if (mDanglingEnd - known > kLargestGap) {
+        throw Error::damaged("A cell refers to a shared string that is not there")
+            .inMember(mPartName);
+    }
+    mAdded.resize(mDanglingEnd - mItems.size());
+}
+
 std::uint32_t SharedStrings::add(const std::string& content) {
     load();
+    fillGap();
     const auto next = static_cast<std::uint32_t>(mItems.size() + mAdded.size());
     const auto [known, isNew] = mAddedIndex.emplace(content, next);
     if (isNew) mAdded.push_back(content);

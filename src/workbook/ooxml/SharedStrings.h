@@ -2,6 +2,7 @@
 // The shared strings of a workbook. Layout: ECMA-376 part 1, section 18.4.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -29,8 +30,10 @@ public:
     void look(const PatternSet& patterns);
     // Patterns that string `index` matches; none for an index that the part does not have, as
     // the cell shows nothing then.
-    PatternMask mask(std::uint32_t index) const {
-        return index < mMasks.size() ? mMasks[index] : 0;
+    PatternMask mask(std::uint32_t index) {
+        if (index < mMasks.size()) return mMasks[index];
+        if (index != UINT32_MAX) mDanglingEnd = std::max(mDanglingEnd, index + 1);
+        return 0;
     }
     std::size_t size() const { return mMasks.size(); }
 
@@ -43,7 +46,8 @@ public:
     // --- changes ---------------------------------------------------------------------------
     // New content for a string, wherever it is used.
     void setItem(std::uint32_t index, std::string content);
-    // Index of a string with this content; added at the end when it was not added before.
+    // Index of a string with this content; added at the end when it was not added before, behind
+    // every index that a cell was asked for. Throws Error (Damaged) when that is out of reach.
     std::uint32_t add(const std::string& content);
     // How the number of cells that use shared strings changed.
     void countReferences(long long difference) { mReferenceDifference += difference; }
@@ -61,6 +65,7 @@ private:
     bool lookThroughWindow(const PatternSet& patterns);
     PatternMask maskOfItem(std::string_view content, const PatternSet& patterns);
     void load();
+    void fillGap();
     void updateCounts(std::string& head) const;
 
     const Package& mPackage;
@@ -79,6 +84,7 @@ private:
     std::vector<std::string> mAdded;
     std::unordered_map<std::string, std::uint32_t> mAddedIndex;
     long long mReferenceDifference = 0;
+    std::uint32_t mDanglingEnd = 0;  // behind the last index of a cell that no string has
 };
 
 }  // namespace brindle::workbook::ooxml

@@ -126,7 +126,8 @@ std::string_view between(const char* begin, const char* end) {
 Step RowReader::read(const char*& at, std::uint64_t offset) {
     const char* const start = at;
     for (;;) {
-        const char* p = skipSpace(at);
+        at = skipSpace(at);
+        const char* p = at;
         if (*p != '<') return mismatch(*p);
         Step step = Step::Done;
         const char* unit = p;

@@ -44,6 +44,7 @@ Worksheet& TextDocument::worksheet(std::size_t index) {
     if (index != 0) {
         throw Error(ErrorKind::NotFound, error_number::kSubscript, "Subscript out of range");
     }
+    if (mIsSaved) reopen();
     return mSheet;
 }
 
@@ -56,9 +57,16 @@ void TextDocument::save() {
     replaceFile(
         path, options, [this](OutputFile& output) { mSheet.writeTo(output); },
         [this](const std::string& temporary) { mSheet.verify(InputFile(temporary)); });
-    mFile = std::make_unique<InputFile>(path);
+    // The new file is in place; nothing that could fail may follow. It is read when it is asked
+    // for.
+    mIsSaved = true;
+}
+
+void TextDocument::reopen() {
+    mFile = std::make_unique<InputFile>(mFile->path());
     mDialect = dialectOf(*mFile, mOptions);
     mSheet = TextSheet(*mFile, mDialect, mOptions);
+    mIsSaved = false;
 }
 
 }  // namespace brindle::workbook::textfile

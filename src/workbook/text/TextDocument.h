@@ -19,14 +19,17 @@ public:
     ReadOnlyReason readOnlyReason() const override;
     std::size_t worksheetCount() override { return 1; }
     Worksheet& worksheet(std::size_t index) override;
-    bool isChanged() const override { return mSheet.isChanged(); }
+    bool isChanged() const override { return !mIsSaved && mSheet.isChanged(); }
     void save() override;
 
 private:
+    void reopen();
+
     OpenOptions mOptions;
     std::unique_ptr<InputFile> mFile;  // never null
     TextDialect mDialect;
     TextSheet mSheet;
+    bool mIsSaved = false;  // the sheet still shows the file as it was before
 };
 
 }  // namespace brindle::workbook::textfile

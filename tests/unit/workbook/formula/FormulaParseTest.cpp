@@ -27,7 +27,7 @@ std::string refusal(const std::string& text) {
     }
 }
 
-constexpr const char* kInvalid = "The formula you typed contains an error.";
+constexpr const char* kInvalid = "The formula you typed contains an error";
 
 TEST(FormulaParse, PrintsWhatItReads) {
     const std::vector<std::string> texts = {
@@ -186,7 +186,7 @@ TEST(FormulaParse, KeepsTheLimits) {
     };
     const std::string literal = '"' + repeated("x", 255) + '"';
     const std::string wideLiteral = '"' + repeated("\xF0\x9F\x98\x80", 128) + '"';
-    const std::string tooLong = "Formula is too long.";
+    const std::string tooLong = "Formula is too long";
     const std::string longText = "Text values in formulas are limited to 255 characters";
     const Row rows[] = {
         {literal, ""},
