@@ -95,7 +95,6 @@ std::string withUtf8Declaration(std::string_view text) {
 PartText::PartText(package::Buffer bytes) : mBytes(std::move(bytes)) {
     mConverted = package::toUtf8(mBytes.view());
     if (mConverted) mConverted = withUtf8Declaration(*mConverted);
-    mView = mConverted ? std::string_view(*mConverted) : mBytes.view();
 }
 
 std::string relationshipPartName(std::string_view partName) {

@@ -29,14 +29,15 @@ struct Relationship {
 class PartText {
 public:
     explicit PartText(package::Buffer bytes);
-    std::string_view view() const { return mView; }
+    std::string_view view() const {
+        return mConverted ? std::string_view(*mConverted) : mBytes.view();
+    }
     // The stored encoding was another one; written back, the part is UTF-8.
     bool isConverted() const { return mConverted.has_value(); }
 
 private:
     package::Buffer mBytes;
     std::optional<std::string> mConverted;
-    std::string_view mView;
 };
 
 class Package {

@@ -162,8 +162,10 @@ void SharedStrings::look(const PatternSet& patterns) {
 
 void SharedStrings::load() {
     if (mText) return;
-    mText.emplace(mPackage.read(mPartName));
-    XmlScanner scanner(mText->view());
+    // Kept only when all of it could be read.
+    PartText text = mPackage.read(mPartName);
+    std::vector<ItemRange> items;
+    XmlScanner scanner(text.view());
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         const bool isStart = token == XmlToken::StartElement;
         if (isStart && scanner.depth() == 1) {
@@ -175,12 +177,14 @@ void SharedStrings::load() {
             const bool isEmpty = scanner.isEmptyElement();
             const std::uint64_t begin = isEmpty ? scanner.end() - 2 : scanner.end();
             scanner.skipElement();
-            mItems.push_back({begin, isEmpty ? begin : scanner.begin(), isEmpty});
+            items.push_back({begin, isEmpty ? begin : scanner.begin(), isEmpty});
             mAppendAt = scanner.end();
         } else if (isStart && scanner.depth() == 2) {
             scanner.skipElement();
         }
     }
+    mItems = std::move(items);
+    mText.emplace(std::move(text));
 }
 
 const FragmentContext& SharedStrings::context() {
@@ -189,6 +193,7 @@ const FragmentContext& SharedStrings::context() {
 }
 
 RichText SharedStrings::item(std::uint32_t index) {
+    if (!exists()) return RichText(mContext, {});
     load();
     if (index >= mItems.size()) return RichText(mContext, {});
     const ItemRange& range = mItems[index];
