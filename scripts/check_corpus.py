@@ -175,6 +175,12 @@ class Checker:
             self.fault(name, f'{word!r}: LibreOffice sees another number of texts')
 
 
+def beside(path, folder):
+    target = os.path.join(os.path.dirname(path), folder)
+    os.mkdir(target)
+    return os.path.join(target, os.path.basename(path))
+
+
 def dates_seen_as_text(needle, count):
     """The sum in truth.json leaves out date cells where readers see them differently; a search
     meets the text that is shown for editing, so one reader's number of those may come on top."""

@@ -100,9 +100,12 @@ def files_of(corpus):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--tarvello", required=True)
-    parser.add_argument("--corpus", required=True)
+    parser.add_argument("--corpus", default=os.environ.get("BRINDLE_CORPUS"))
     parser.add_argument("--only", default="", help="files whose path holds this")
     arguments = parser.parse_args()
+    if not arguments.corpus:
+        print("skipped: BRINDLE_CORPUS does not name a folder of real files")
+        return 77
     program = os.path.abspath(arguments.tarvello)
     tally = Tally()
     files = [path for path in files_of(arguments.corpus) if arguments.only in path]
