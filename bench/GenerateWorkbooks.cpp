@@ -59,7 +59,7 @@ struct Sheet {
 
 std::string planted(Sheet& sheet, Random& random, const char* needle, const std::string& text) {
     ++sheet.planted[needle];
-    return text + " " + std::to_string(random.below(1000000));
+    return text + " " + std::to_string(random.below(60000));
 }
 
 // Of a million rows, a hundredth of a per cent of all cells, hence a thousandth of the rows.
@@ -68,7 +68,7 @@ std::string textFor(Sheet& sheet, Random& random, std::uint32_t rows) {
     const std::uint32_t common = rows > 500000 ? 40 : 10;
     if (random.below(common) == 0) return planted(sheet, random, kCommon, "Vqcommon");
     if (random.below(2000) == 0) return planted(sheet, random, kWildcard, "zq middle end");
-    return word(random) + " " + std::to_string(random.below(rows));
+    return word(random) + " " + std::to_string(random.below(60000));
 }
 
 void addRow(Sheet& sheet, Random& random, std::uint32_t row, std::uint32_t rows,

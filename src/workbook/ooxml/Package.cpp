@@ -15,9 +15,10 @@ using package::XmlToken;
 
 namespace {
 
-// One member is packed with more effort when the usual level made it larger than before.
+// A member is packed with more effort when the usual level made it clearly larger than before, as
+// after a program that took its time. The highest levels would take most of the time of a save.
 constexpr int kLevel = 6;
-constexpr int kHighLevel = 12;
+constexpr int kHighLevel = 9;
 constexpr std::uint64_t kHighLevelLimit = 4u << 20;
 
 // Real parts stay below half of it; what is packed more densely was made to fill the memory.
@@ -211,8 +212,9 @@ void Package::replacePart(std::string_view partName, std::string_view text) {
     change.size = text.size();
     change.crc = package::crc32(text);
     change.compressed = package::deflateWhole(text, kLevel);
-    const bool grew = change.compressed.size() > old.compressedSize && old.method == 8;
-    if (grew && text.size() <= kHighLevelLimit) {
+    const std::uint64_t longer = text.size() > old.size ? text.size() - old.size : 0;
+    const std::uint64_t bound = old.compressedSize + old.compressedSize / 50 + longer;
+    if (old.method == 8 && change.compressed.size() > bound && text.size() <= kHighLevelLimit) {
         change.compressed = package::deflateWhole(text, kHighLevel);
     }
     mChanges[member] = std::move(change);
