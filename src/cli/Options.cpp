@@ -128,7 +128,7 @@ const std::array<OptionRow, 21> kOptions{{
      "The text must be the entire content, not a part of it.",
      [](Options& o, const std::string&) { o.entire = true; }},
     {"--entries", "FILE", "Entries", kDirect, false,
-     "Takes the entries from a list file (.xls, .csv or .tab) in place of --find.",
+     "Takes the entries from a list file (.csv, .tab or a workbook) in place of --find.",
      [](Options& o, const std::string& v) { o.entriesFile = needed("--entries", v); }},
     {"--list", "FILE", "Documents", kDirect, false,
      "Takes the documents named in FILE, one path a line; - reads standard input.",
