@@ -2,6 +2,7 @@
 #include "cli/ProjectRun.h"
 
 #include <sys/stat.h>
+#include "base/CodePages.h"
 
 #include "cli/Options.h"
 #include "cli/Signals.h"
@@ -25,6 +26,7 @@ bool isFolder(const std::string& path) {
 void addListedEntries(const std::string& path, bool anyType, Entries& entries) {
     EntryListOptions options;
     options.anyType = anyType;
+    options.open.ansiCodePage = ansiCodePage();
     switch (readEntryList(path, options, entries)) {
         case EntryListOutcome::Read:
             break;
