@@ -1,7 +1,7 @@
 # Sourced by ./run and ./test: installs what a fresh Debian 12 lacks. Asks nothing.
 
 PACKAGES_BUILD="g++ cmake ninja-build pkg-config ccache
-  libzip-dev libdeflate-dev libisal-dev libicu-dev nettle-dev libfmt-dev libcli11-dev nlohmann-json3-dev"
+  libzip-dev libdeflate-dev libisal-dev zlib1g-dev libicu-dev nettle-dev libfmt-dev libcli11-dev nlohmann-json3-dev"
 PACKAGES_TEST="libgtest-dev libgmock-dev libexpat1-dev strace acl attr python3 python3-openpyxl"
 
 as_root() {

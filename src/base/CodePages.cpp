@@ -173,12 +173,18 @@ std::string localeCodeset() {
 }
 
 // A locale without letters outside ASCII says nothing about them; UTF-8 holds ASCII too.
-std::string localeCodePage() {
+std::string findLocaleCodePage() {
     const std::string codeset = localeCodeset();
     if (codeset == "ANSI_X3.4-1968" || codeset == "US-ASCII") return "UTF-8";
     UConverter* known = openByName(codeset);
     ucnv_close(known);
     return known == nullptr ? "UTF-8" : codeset;
+}
+
+// Asked for with every document; the locale's files are read once.
+const std::string& localeCodePage() {
+    static const std::string name = findLocaleCodePage();
+    return name;
 }
 
 struct ChosenCodePage {

@@ -162,17 +162,39 @@ void OoxmlDocument::changeParts() {
     placeStrings();
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
-        const package::Buffer part = sheet->changedPart();
-        if (part.size() > 0) mPackage.replacePart(sheet->entry().partName, part.view());
+        sheet->changePart(mPackage);
         for (const auto& [name, text] : sheet->changedTables()) mPackage.replacePart(name, text);
     }
-    if (mStrings.isChanged()) {
-        mPackage.replacePart(mStrings.partName(), mStrings.changedPart().view());
-    }
+    if (mStrings.isChanged()) mStrings.changePart(mPackage);
     if (mStyles.isChanged()) {
         mPackage.replacePart(partOfType(mPackage, mWorkbook, kStylesType), mStyles.changedPart());
     }
     changeCalculation();
+}
+
+namespace {
+
+class IgnoredCells final : public CellSink {
+public:
+    void cell(const ScannedCell&) override {}
+};
+
+}  // namespace
+
+// The large parts are read by the readers that a search uses.
+bool OoxmlDocument::isReadBack(const package::ZipArchive& written, std::size_t member) const {
+    const std::string& name = written.members()[member].name;
+    const auto isPart = [&](std::string_view partName) {
+        return !partName.empty() &&
+               package::normalisedMemberName(partName) == package::normalisedMemberName(name);
+    };
+    if (isPart(mStrings.partName())) return isReadableStringPart(written, member);
+    const bool isSheet = std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                                     [&](const auto& it) { return isPart(it->entry().partName); });
+    if (!isSheet) return false;
+    IgnoredCells cells;
+    scanSheet(written, member, cells, [] {});
+    return true;
 }
 
 void OoxmlDocument::save() {
@@ -184,7 +206,12 @@ void OoxmlDocument::save() {
     options.allowInPlace = mOptions.allowInPlace;
     replaceFile(
         mPackage.file().path(), options, [this](OutputFile& out) { mPackage.writeTo(out); },
-        [this](const std::string& temporary) { mPackage.verify(temporary); });
+        [this](const std::string& temporary) {
+            mPackage.verify(temporary,
+                            [this](const package::ZipArchive& written, std::size_t member) {
+                                return isReadBack(written, member);
+                            });
+        });
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -44,6 +44,7 @@ private:
                       std::size_t references);
     void changeParts();
     void changeCalculation();
+    bool isReadBack(const package::ZipArchive& written, std::size_t member) const;
 
     OpenOptions mOptions;
     Package mPackage;

@@ -188,15 +188,15 @@ std::vector<CellEdit*> OoxmlWorksheet::edits() {
     return list;
 }
 
-package::Buffer OoxmlWorksheet::changedPart() {
+void OoxmlWorksheet::changePart(Package& package) {
     std::vector<const CellEdit*> written;
     for (const auto& [position, edit] : mEdits) {
         if (!edit.isInPlace) written.push_back(&edit);
     }
-    if (written.empty()) return {};
-    package::Buffer changed = changedSheet(part(), *mTexts, written);
+    if (written.empty()) return;
+    const std::string_view text = part();
+    package.changePart(mEntry.partName, *mPart, changedCells(text, *mTexts, written));
     mPart.reset();  // a large part should not stand in memory longer than needed
-    return changed;
 }
 
 std::map<std::string, std::string> OoxmlWorksheet::changedTables() const {

@@ -43,8 +43,8 @@ public:
     // Whether the sheet holds formulas, as far as it was looked through.
     bool hasFormulas() const { return mTexts && mTexts->hasFormulas(); }
     const SheetEntry& entry() const { return mEntry; }
-    // The part with all edits that are not in place; empty when there are none.
-    package::Buffer changedPart();
+    // Puts all edits that are not in place into the part.
+    void changePart(Package& package);
     std::map<std::string, std::string> changedTables() const;
 
 private:

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "base/FileIo.h"
+#include "workbook/ooxml/Splices.h"
 #include "workbook/package/ZipArchive.h"
 
 namespace brindle::workbook::ooxml {
@@ -62,13 +64,19 @@ public:
 
     // --- changes, held (packed) until writeTo -----------------------------------------------
     void replacePart(std::string_view partName, std::string_view text);
+    // The same for a part of which some bytes change; `old` is what it holds in the file.
+    void changePart(std::string_view partName, const PartText& old, std::vector<Splice> splices);
     // Removes a part, its content type and the relationship of `owner` that leads to it.
     void removePart(std::string_view partName, std::string_view owner);
     bool hasChanges() const { return !mChanges.empty(); }
     void writeTo(OutputFile& out);
+    // Reads a member of a written package to its end and checks that it is well-formed; false
+    // when it cannot do so with that member. Throws Error (Damaged).
+    using PartReader = std::function<bool(const package::ZipArchive& written, std::size_t member)>;
     // Reads a written package back: same members, checksums, changed parts as they were meant
-    // and well-formed. Throws Error (Internal).
-    void verify(const std::string& path) const;
+    // and well-formed. `read` may know a faster way than the general one. Throws Error (Internal,
+    // Damaged).
+    void verify(const std::string& path, const PartReader& read) const;
 
 private:
     struct Change {
@@ -77,6 +85,7 @@ private:
         std::uint64_t size = 0;
         std::uint32_t crc = 0;
     };
+    bool isTooLong(std::size_t member, const Change& change) const;
     void removeRelationship(std::string_view owner, std::string_view partName);
     void removeContentType(std::string_view partName);
     std::string currentText(std::string_view partName) const;

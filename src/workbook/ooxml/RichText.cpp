@@ -2,6 +2,7 @@
 #include "workbook/ooxml/RichText.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "workbook/ooxml/Xstring.h"
 
@@ -35,8 +36,31 @@ std::string pieceText(std::string_view text, const TextSpan& piece,
 
 }  // namespace
 
+std::optional<std::string_view> RichText::singleText(std::string_view item) {
+    constexpr std::string_view kPlain = "<t>";
+    constexpr std::string_view kPreserved = "<t xml:space=\"preserve\">";
+    constexpr std::string_view kEnd = "</t>";
+    if (!item.ends_with(kEnd)) return std::nullopt;
+    if (item.starts_with(kPlain)) {
+        item.remove_prefix(kPlain.size());
+    } else if (item.starts_with(kPreserved)) {
+        item.remove_prefix(kPreserved.size());
+    } else {
+        return std::nullopt;
+    }
+    item.remove_suffix(kEnd.size());
+    if (std::memchr(item.data(), '<', item.size())) return std::nullopt;
+    return item;
+}
+
 RichText::RichText(const FragmentContext& context, std::string_view item) : mItem(item) {
-    parse(context);
+    if (const auto single = singleText(mItem)) {
+        appendXstring(mText, *single);
+        const TextSpan whole{0, mItem.size()};
+        mPieces.push_back({{0, mText.size()}, whole, whole});
+    } else {
+        parse(context);
+    }
 }
 
 void RichText::parse(const FragmentContext& context) {

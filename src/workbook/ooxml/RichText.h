@@ -3,6 +3,7 @@
 // in runs with formats of their own.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,10 @@ public:
     // runs, inserted text goes to the run of the first character that it replaces. Runs left
     // empty and phonetic texts go.
     std::string replaced(const std::vector<TextSpan>& spans, std::string_view replacement) const;
+
+    // The raw text of an item that is one t element and nothing else, as nearly all are, written
+    // without a prefix; nothing for any other.
+    static std::optional<std::string_view> singleText(std::string_view item);
 
     // Content for a text without formats.
     static std::string plain(const FragmentContext& context, std::string_view text);

@@ -32,24 +32,6 @@ bool startsWith(const char* at, const char* end, std::string_view text) {
            std::memcmp(at, text.data(), text.size()) == 0;
 }
 
-// The text of an item that is one t element, as nearly all are; nothing for any other.
-std::optional<std::string_view> singleText(std::string_view content) {
-    constexpr std::string_view kPlain = "<t>";
-    constexpr std::string_view kPreserved = "<t xml:space=\"preserve\">";
-    constexpr std::string_view kEnd = "</t>";
-    if (!content.ends_with(kEnd)) return std::nullopt;
-    if (content.starts_with(kPlain)) {
-        content.remove_prefix(kPlain.size());
-    } else if (content.starts_with(kPreserved)) {
-        content.remove_prefix(kPreserved.size());
-    } else {
-        return std::nullopt;
-    }
-    content.remove_suffix(kEnd.size());
-    if (std::memchr(content.data(), '<', content.size())) return std::nullopt;
-    return content;
-}
-
 // True when the bytes in the file are the text itself.
 bool isVerbatim(std::string_view raw) {
     return !std::memchr(raw.data(), '&', raw.size()) &&
@@ -71,15 +53,16 @@ std::optional<std::string> plainRoot(const PartWindow& window) {
 SharedStrings::SharedStrings(const Package& package, std::string partName)
     : mPackage(package), mPartName(std::move(partName)) {}
 
-PatternMask SharedStrings::maskOfItem(std::string_view content, const PatternSet& patterns) {
-    const auto single = singleText(content);
+PatternMask SharedStrings::maskOfItem(const FragmentContext& context, std::string_view content,
+                                      const PatternSet& patterns) {
+    const auto single = RichText::singleText(content);
     if (single && isVerbatim(*single)) return patterns.matching(*single);
     if (single) {
         mScratch.clear();
         appendXstring(mScratch, *single);
         return patterns.matching(mScratch);
     }
-    return patterns.matching(RichText(mContext, content).text());
+    return patterns.matching(RichText(context, content).text());
 }
 
 namespace {
@@ -95,7 +78,8 @@ const char* findItemEnd(const char* at, const char* end) {
     return nullptr;
 }
 
-// Walks the si elements of a part that is written the usual way. `take` gets each content.
+// Walks the si elements of a part that is written the usual way. `take` gets each content and its
+// offset in the part.
 // False when something unusual turns up; what was taken then does not count.
 template <typename Take>
 bool walkItems(PartWindow& window, const std::string& head, const Take& take) {
@@ -106,8 +90,9 @@ bool walkItems(PartWindow& window, const std::string& head, const Take& take) {
         const char* const contentBegin = at + kItemStart.size();
         const char* const contentEnd = isItem ? findItemEnd(contentBegin, window.end()) : nullptr;
         if (contentEnd) {
-            take(std::string_view(contentBegin,
-                                  static_cast<std::size_t>(contentEnd - contentBegin)));
+            take(
+                std::string_view(contentBegin, static_cast<std::size_t>(contentEnd - contentBegin)),
+                window.offset() + static_cast<std::uint64_t>(contentBegin - window.begin()));
             at = contentEnd + kItemEnd.size();
             continue;
         }
@@ -128,20 +113,55 @@ bool walkItems(PartWindow& window, const std::string& head, const Take& take) {
 
 }  // namespace
 
-bool SharedStrings::lookThroughWindow(const PatternSet& patterns) {
-    PartWindow window(mPackage.archive(), mPackage.memberOf(mPartName));
+namespace {
+
+// Walks a part that is written the usual way; what its elements mean, or nothing for any other.
+template <typename Take>
+std::optional<FragmentContext> walkPlainPart(PartWindow& window, const Take& take) {
     const auto head = plainRoot(window);
-    if (!head || package::toUtf8(*head)) return false;
+    if (!head || package::toUtf8(*head)) return std::nullopt;
     const std::string closed = *head + "</sst>";
     XmlScanner scanner(closed);
     while (scanner.next() != XmlToken::StartElement) {
     }
-    mContext = FragmentContext(scanner);
+    if (!isMainNamespace(scanner.namespaceUri())) return std::nullopt;
+    FragmentContext context(scanner);
+    const bool isPlain = walkItems(
+        window, *head,
+        [&](std::string_view content, std::uint64_t offset) { take(context, content, offset); });
+    return isPlain ? std::optional(std::move(context)) : std::nullopt;
+}
+
+}  // namespace
+
+bool isReadableStringPart(const package::ZipArchive& archive, std::size_t member) {
+    try {
+        PartWindow window(archive, member);
+        const auto check = [](const FragmentContext& context, std::string_view content,
+                              std::uint64_t) {
+            const auto single = RichText::singleText(content);
+            if (!single || !isVerbatim(*single)) static_cast<void>(RichText(context, content));
+        };
+        return walkPlainPart(window, check).has_value();
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Damaged) throw;
+        return false;
+    }
+}
+
+bool SharedStrings::lookThroughWindow(const PatternSet& patterns) {
+    PartWindow window(mPackage.archive(), mPackage.memberOf(mPartName));
+    return keepContext(walkPlainPart(
+        window, [&](const FragmentContext& context, std::string_view content, std::uint64_t) {
+            mMasks.push_back(maskOfItem(context, content, patterns));
+        }));
+}
+
+bool SharedStrings::keepContext(std::optional<FragmentContext> context) {
+    if (!context) return false;
+    mContext = std::move(*context);
     mHasContext = true;
-    return isMainNamespace(scanner.namespaceUri()) &&
-           walkItems(window, *head, [&](std::string_view content) {
-               mMasks.push_back(maskOfItem(content, patterns));
-           });
+    return true;
 }
 
 void SharedStrings::look(const PatternSet& patterns) {
@@ -160,12 +180,36 @@ void SharedStrings::look(const PatternSet& patterns) {
     }
 }
 
+std::optional<std::vector<SharedStrings::ItemRange>> SharedStrings::plainItems(
+    std::string_view text) {
+    std::vector<ItemRange> items;
+    PartWindow window(text);
+    try {
+        const bool isPlain = keepContext(walkPlainPart(
+            window, [&](const FragmentContext&, std::string_view content, std::uint64_t offset) {
+                items.push_back({offset, offset + content.size(), false});
+            }));
+        if (!isPlain || items.empty()) return std::nullopt;
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Damaged) throw;
+        return std::nullopt;
+    }
+    mAppendAt = items.back().end + kItemEnd.size();
+    return items;
+}
+
 void SharedStrings::load() {
     if (mText) return;
     // Kept only when all of it could be read.
     PartText text = mPackage.read(mPartName);
+    auto plain = plainItems(text.view());
+    mItems = plain ? std::move(*plain) : scannedItems(text.view());
+    mText.emplace(std::move(text));
+}
+
+std::vector<SharedStrings::ItemRange> SharedStrings::scannedItems(std::string_view text) {
     std::vector<ItemRange> items;
-    XmlScanner scanner(text.view());
+    XmlScanner scanner(text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         const bool isStart = token == XmlToken::StartElement;
         if (isStart && scanner.depth() == 1) {
@@ -183,8 +227,7 @@ void SharedStrings::load() {
             scanner.skipElement();
         }
     }
-    mItems = std::move(items);
-    mText.emplace(std::move(text));
+    return items;
 }
 
 const FragmentContext& SharedStrings::context() {
@@ -226,80 +269,51 @@ std::uint32_t SharedStrings::add(const std::string& content) {
 }
 
 // Readers take the counts for hints, but some complain when they are wrong.
-void SharedStrings::updateCounts(std::string& head) const {
-    const std::string closed = head + "</" + mItemPrefix + "sst>";
-    XmlScanner scanner(closed);
+void SharedStrings::changeCounts(const std::string& head, std::vector<Splice>& splices) const {
+    XmlScanner scanner(head);
     while (scanner.next() != XmlToken::StartElement) {
     }
-    const auto update = [&](const char* name, long long difference) {
+    const auto change = [&](const char* name, long long difference) {
         const auto* attribute = scanner.attribute(name);
         if (!attribute || difference == 0) return;
         long long count = 0;
         const std::string_view raw = attribute->rawValue;
         std::from_chars(raw.data(), raw.data() + raw.size(), count);
-        const std::string value = std::to_string(std::max(0LL, count + difference));
-        head.replace(attribute->valueBegin, raw.size(), value);
+        splices.push_back({attribute->valueBegin, attribute->valueBegin + raw.size(),
+                           std::to_string(std::max(0LL, count + difference))});
     };
-    // From back to front, so that the places found stay right.
-    const auto* count = scanner.attribute("count");
-    const auto* unique = scanner.attribute("uniqueCount");
-    const auto added = static_cast<long long>(mAdded.size());
-    if (count && unique && count->begin > unique->begin) {
-        update("count", mReferenceDifference);
-        update("uniqueCount", added);
-    } else {
-        update("uniqueCount", added);
-        update("count", mReferenceDifference);
-    }
+    change("count", mReferenceDifference);
+    change("uniqueCount", static_cast<long long>(mAdded.size()));
 }
 
-package::Buffer SharedStrings::changedPart() {
+void SharedStrings::changePart(Package& package) {
     load();
     const std::string_view old = mText->view();
+    const std::string itemStart = "<" + mItemPrefix + "si>";
+    const std::string itemEnd = "</" + mItemPrefix + "si>";
+    const std::string end = "</" + mItemPrefix + "sst>";
     const std::size_t firstItem = mItems.empty() ? mAppendAt : old.rfind('<', mItems[0].begin - 1);
-    std::string head(old.substr(0, firstItem));
+    const std::string head(old.substr(0, firstItem));
     // An sst without any string may be an empty element; then it has to be opened.
-    if (mItems.empty() && head.ends_with("/>")) {
-        head.replace(head.size() - 2, 2, ">");
-        updateCounts(head);
-        for (const std::string& content : mAdded)
-            head += "<" + mItemPrefix + "si>" + content + "</" + mItemPrefix + "si>";
-        head += "</" + mItemPrefix + "sst>" + std::string(old.substr(firstItem));
-        package::Buffer buffer(head.size());
-        std::copy(head.begin(), head.end(), buffer.data());
-        return buffer;
-    }
-    updateCounts(head);
-    const std::string start = "<" + mItemPrefix + "si>";
-    const std::string end = "</" + mItemPrefix + "si>";
-    std::size_t size = head.size() + old.size();
-    for (const auto& [index, content] : mItemEdits) size += content.size() + end.size() + 1;
-    for (const std::string& content : mAdded) size += content.size() + start.size() + end.size();
+    const bool isEmpty = mItems.empty() && head.ends_with("/>");
 
-    package::Buffer buffer(size);
-    char* out = buffer.data();
-    const auto put = [&out](std::string_view text) {
-        out = std::copy(text.begin(), text.end(), out);
-    };
-    put(head);
-    std::size_t at = firstItem;
+    std::vector<Splice> splices;
+    changeCounts(isEmpty ? head : head + end, splices);
     for (const auto& [index, content] : mItemEdits) {
         const ItemRange& range = mItems[index];
-        put(old.substr(at, range.begin - at));
-        if (range.isEmptyElement) put(">");
-        put(content);
-        if (range.isEmptyElement) put(end);
-        at = range.isEmptyElement ? range.end + 2 : range.end;
+        if (range.isEmptyElement) {
+            splices.push_back({range.begin, range.end + 2, ">" + content + itemEnd});
+        } else {
+            splices.push_back({range.begin, range.end, content});
+        }
     }
-    put(old.substr(at, mAppendAt - at));
-    for (const std::string& content : mAdded) {
-        put(start);
-        put(content);
-        put(end);
+    std::string added = isEmpty ? ">" : "";
+    for (const std::string& content : mAdded) added += itemStart + content + itemEnd;
+    if (isEmpty) added += end;
+    if (!added.empty()) {
+        splices.push_back({isEmpty ? mAppendAt - 2 : mAppendAt, mAppendAt, std::move(added)});
     }
-    put(old.substr(mAppendAt));
-    buffer.shrink(static_cast<std::size_t>(out - buffer.data()));
-    return buffer;
+    package.changePart(mPartName, *mText, std::move(splices));
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -52,8 +52,8 @@ public:
     // How the number of cells that use shared strings changed.
     void countReferences(long long difference) { mReferenceDifference += difference; }
     bool isChanged() const { return !mItemEdits.empty() || !mAdded.empty(); }
-    // The part with the changes.
-    package::Buffer changedPart();
+    // Puts the changes into the part.
+    void changePart(Package& package);
 
 private:
     struct ItemRange {
@@ -61,12 +61,15 @@ private:
         std::uint64_t end;
         bool isEmptyElement;  // <si/>: begin is where the slash stands
     };
-    // The same for a part that is written the usual way; false for any other.
     bool lookThroughWindow(const PatternSet& patterns);
-    PatternMask maskOfItem(std::string_view content, const PatternSet& patterns);
+    bool keepContext(std::optional<FragmentContext> context);
+    PatternMask maskOfItem(const FragmentContext& context, std::string_view content,
+                           const PatternSet& patterns);
     void load();
+    std::optional<std::vector<ItemRange>> plainItems(std::string_view text);
+    std::vector<ItemRange> scannedItems(std::string_view text);
     void fillGap();
-    void updateCounts(std::string& head) const;
+    void changeCounts(const std::string& head, std::vector<Splice>& splices) const;
 
     const Package& mPackage;
     std::string mPartName;
@@ -86,5 +89,9 @@ private:
     long long mReferenceDifference = 0;
     std::uint32_t mDanglingEnd = 0;  // behind the last index of a cell that no string has
 };
+
+// Whether a part of shared strings is well-formed, as far as can be told quickly: false does not
+// mean that it is not.
+bool isReadableStringPart(const package::ZipArchive& archive, std::size_t member);
 
 }  // namespace brindle::workbook::ooxml

@@ -14,10 +14,11 @@ bool standsBefore(const Candidate& candidate, CellPosition position) {
 }  // namespace
 
 void SheetIndex::cell(const ScannedCell& cell) {
-    // Most cells are strings without a match; they are to cost as little as can be.
-    const bool isString =
-        cell.type == CellType::SharedString && !cell.hasFormula && !mTexts.hasBlocks();
-    if (isString && mTexts.stringMask(cell) == 0) return;
+    // Most cells are strings and numbers without a match; they are to cost as little as can be.
+    if (!cell.hasFormula && !mTexts.hasBlocks()) {
+        if (cell.type == CellType::SharedString && mTexts.stringMask(cell) == 0) return;
+        if (cell.type == CellType::Number && mPatterns.possibleForNumbers() == 0) return;
+    }
     mTexts.learn(cell, mPatterns);
     const PatternMask mask = mTexts.maskOf(cell, mPatterns);
     if (mask == 0) return;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/SheetStream.h"
 
+#include <array>
+#include <charconv>
 #include <cstring>
 
 #include "workbook/ooxml/OoxmlNames.h"
@@ -16,6 +18,25 @@ using package::XmlToken;
 
 enum class Step { Done, NeedMore, Unusual };
 
+// The attributes of one start tag, which must differ. One with very many is unusual.
+class AttributeNames {
+public:
+    void clear() { mCount = 0; }
+    // False when the name stands there already, or there is no place for it.
+    bool add(std::string_view name) {
+        if (mCount == mNames.size()) return false;
+        for (std::size_t i = 0; i < mCount; ++i) {
+            if (mNames[i] == name) return false;
+        }
+        mNames[mCount++] = name;
+        return true;
+    }
+
+private:
+    std::array<std::string_view, 16> mNames;
+    std::size_t mCount = 0;
+};
+
 // Reads units (row tags, whole cells) from NUL-terminated text. The cursor moves only when a
 // unit was there as a whole; a unit that runs into the NUL asks for more.
 class RowReader {
@@ -29,6 +50,10 @@ public:
 private:
     Step readRowStart(const char*& at);
     Step readCell(const char*& at, std::uint64_t begin);
+    bool readUsualCell(const char*& at);
+    bool readUsualReference(const char*& at);
+    void startRow(std::uint32_t row);
+    Step tell(const char*& at, const char* end, std::uint64_t begin);
     Step readCellAttributes(const char*& at);
     Step readCellContent(const char*& at);
     Step readReference(const char*& at);
@@ -40,9 +65,14 @@ private:
 
     CellSink& mSink;
     ScannedCell mCell;
+    AttributeNames mNames;
     std::int32_t mRow = 0;
     std::int32_t mColumn = 0;
     bool mInRow = false;
+    // What ends the reference of a cell in this row, "12\"", in one word.
+    std::uint64_t mReferenceEnd = 0;
+    std::uint64_t mReferenceMask = 0;
+    std::size_t mReferenceLength = 0;
 };
 
 bool isSpace(char c) {
@@ -93,10 +123,11 @@ bool readNumber(const char*& at, std::uint32_t& value) {
 }
 
 // An attribute that we do not need: passed over, its value must be plain.
-Step skipAttribute(const char*& at) {
+Step skipAttribute(const char*& at, AttributeNames& names) {
     const char* p = at;
     while (*p && *p != '=' && *p != '>' && *p != '/' && !isSpace(*p)) ++p;
     if (*p != '=') return mismatch(*p);
+    if (!names.add({at, static_cast<std::size_t>(p - at)})) return Step::Unusual;
     // A namespace declared down here may change what the names mean.
     if (p - at >= 5 && std::memcmp(at, "xmlns", 5) == 0) return Step::Unusual;
     const char quote = *++p;
@@ -154,14 +185,16 @@ Step RowReader::readRowStart(const char*& at) {
     const char* p = at;
     std::uint32_t row = static_cast<std::uint32_t>(mRow) + 1;
     if (const Step step = expect(p, "<row"); step != Step::Done) return step;
+    mNames.clear();
     while (isSpace(*p)) {
         p = skipSpace(p);
         if (*p == '>' || *p == '/') break;
         if (p[0] == 'r' && p[1] == '=' && p[2] == '"') {
             p += 3;
+            if (!mNames.add("r")) return Step::Unusual;
             if (!readNumber(p, row) || *p != '"') return mismatch(*p);
             ++p;
-        } else if (const Step step = skipAttribute(p); step != Step::Done) {
+        } else if (const Step step = skipAttribute(p, mNames); step != Step::Done) {
             return step;
         }
     }
@@ -170,10 +203,22 @@ Step RowReader::readRowStart(const char*& at) {
     if (*p != '>') return mismatch(*p);
     at = p + 1;
     if (row == 0 || row > static_cast<std::uint32_t>(kMaxRow)) return Step::Unusual;
-    mRow = static_cast<std::int32_t>(row);
-    mColumn = 0;
+    startRow(row);
     mInRow = !isEmpty;
     return Step::Done;
+}
+
+void RowReader::startRow(std::uint32_t row) {
+    mRow = static_cast<std::int32_t>(row);
+    mColumn = 0;
+    char text[sizeof mReferenceEnd] = {};
+    char* const end = std::to_chars(text, text + sizeof text - 1, row).ptr;
+    *end = '"';
+    mReferenceLength = static_cast<std::size_t>(end + 1 - text);
+    std::memcpy(&mReferenceEnd, text, sizeof text);
+    std::memset(text, 0xFF, mReferenceLength);
+    std::memset(text + mReferenceLength, 0, sizeof text - mReferenceLength);
+    std::memcpy(&mReferenceMask, text, sizeof text);
 }
 
 Step RowReader::readReference(const char*& at) {
@@ -221,11 +266,14 @@ Step RowReader::readType(const char*& at) {
 }
 
 Step RowReader::readCellAttributes(const char*& at) {
+    mNames.clear();
     while (isSpace(*at)) {
         at = skipSpace(at);
         if (*at == '>' || *at == '/') break;
-        const bool isOurs = at[0] != '\0' && at[1] == '=' && at[2] == '"';
+        const bool isOurs =
+            (*at == 'r' || *at == 's' || *at == 't') && at[1] == '=' && at[2] == '"';
         Step step = Step::Done;
+        if (isOurs && !mNames.add({at, 1})) return Step::Unusual;
         if (isOurs && *at == 'r') {
             step = readReference(at += 3);
         } else if (isOurs && *at == 's') {
@@ -235,7 +283,7 @@ Step RowReader::readCellAttributes(const char*& at) {
         } else if (isOurs && *at == 't') {
             step = readType(at += 3);
         } else {
-            step = skipAttribute(at);
+            step = skipAttribute(at, mNames);
         }
         if (step != Step::Done) return step;
     }
@@ -244,12 +292,13 @@ Step RowReader::readCellAttributes(const char*& at) {
 
 Step RowReader::readElement(const char*& at, char name, std::string_view& attributes,
                             std::string_view& content) {
+    mNames.clear();
     const char* p = at + 2;  // behind "<" and the name
     const char* const attributesBegin = p;
     while (isSpace(*p)) {
         p = skipSpace(p);
         if (*p == '>' || *p == '/') break;
-        if (const Step step = skipAttribute(p); step != Step::Done) return step;
+        if (const Step step = skipAttribute(p, mNames); step != Step::Done) return step;
     }
     attributes = between(attributesBegin, p);
     if (*p == '/') {
@@ -317,6 +366,43 @@ Step RowReader::readCellContent(const char*& at) {
     }
 }
 
+bool RowReader::readUsualReference(const char*& at) {
+    const char* p = at;
+    std::int32_t column = 0;
+    while (*p >= 'A' && *p <= 'Z' && p - at < 3) column = column * 26 + (*p++ - 'A' + 1);
+    std::uint64_t word = 0;
+    static_assert(sizeof word <= package::PartWindow::kPadding);
+    std::memcpy(&word, p, sizeof word);
+    if ((word & mReferenceMask) != mReferenceEnd || column == 0 || column > kMaxColumn) {
+        return false;
+    }
+    mCell.position.column = column;
+    at = p + mReferenceLength;
+    return true;
+}
+
+// Nearly all cells are written alike: reference, style, type, one value. What differs anywhere
+// is left to the readers that know everything.
+bool RowReader::readUsualCell(const char*& at) {
+    const char* p = at;
+    if (!startsWith(p, " r=\"")) return false;
+    if (!readUsualReference(p += 4)) return false;
+    if (startsWith(p, " s=\"")) {
+        if (!readNumber(p += 4, mCell.style) || *p++ != '"') return false;
+    }
+    if (startsWith(p, " t=\"s\"")) {
+        mCell.type = CellType::SharedString;
+        p += 6;
+    }
+    if (!startsWith(p, "><v>")) return false;
+    const char* const value = p += 4;
+    while (*p != '<' && *p != '\0') ++p;
+    if (!startsWith(p, "</v></c>")) return false;
+    mCell.value = between(value, p);
+    at = p + 8;
+    return true;
+}
+
 Step RowReader::readCell(const char*& at, std::uint64_t begin) {
     const char* p = at + 2;  // behind "<c"
     mCell.style = 0;
@@ -326,6 +412,10 @@ Step RowReader::readCell(const char*& at, std::uint64_t begin) {
     mCell.value = {};
     mCell.formula = {};
     mCell.formulaAttributes = {};
+    mCell.position = {mRow, mColumn + 1};
+    if (readUsualCell(p)) return tell(at, p, begin);
+    mCell.style = 0;
+    mCell.type = CellType::Number;
     mCell.position = {mRow, mColumn + 1};
     if (const Step step = readCellAttributes(p); step != Step::Done) return step;
     if (*p == '/') {
@@ -337,10 +427,15 @@ Step RowReader::readCell(const char*& at, std::uint64_t begin) {
     } else {
         return mismatch(*p);
     }
+    return tell(at, p, begin);
+}
+
+// The cell from `at` to `end`, which `at` moves to.
+Step RowReader::tell(const char*& at, const char* end, std::uint64_t begin) {
     mCell.begin = begin;
-    mCell.end = begin + static_cast<std::uint64_t>(p - at);
+    mCell.end = begin + static_cast<std::uint64_t>(end - at);
     mColumn = mCell.position.column;
-    at = p;
+    at = end;
     mSink.cell(mCell);
     return Step::Done;
 }
