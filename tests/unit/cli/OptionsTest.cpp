@@ -57,9 +57,9 @@ TEST(Options, ValuesAndNamesAreTakenAsTheyStand) {
         {{"--find", "-x", "--with", "--json", "p"}, "-x", "--json", {"p"}},
         {{"--find=a=b", "--with=", "p"}, "a=b", "", {"p"}},
         {{"--find", "[a,b]", "--with", "", "[2020]", "[a,b]"}, "[a,b]", "", {"[2020]", "[a,b]"}},
-        {{"--find", "a b", "--with", "\"q\"", "++", "search", "/x:y"},
+        {{"--find", "a b", "--with", R"("q")", "++", "search", "/x:y"},
          "a b",
-         "\"q\"",
+         R"("q")",
          {"++", "search", "/x:y"}},
         {{"p1", "--find", "--", "--with", "w", "p2"}, "--", "w", {"p1", "p2"}},
         {{"--find", "a", "--with", "w", "--", "-p", "--json", "--"},
@@ -118,7 +118,7 @@ TEST(Options, WrongCallsSayWhatIsWrong) {
     };
     const std::vector<Row> rows{
         {{}, "no command"},
-        {{"find"}, "unknown command \"find\""},
+        {{"find"}, R"(unknown command "find")"},
         {{"--json"}, "unknown command"},
         {{"search", "p"}, "one of --find and --entries"},
         {{"search", "--find", "", "p"}, "--find needs a text"},
@@ -127,7 +127,7 @@ TEST(Options, WrongCallsSayWhatIsWrong) {
         {{"search", "--find", "\xFF", "p"}, "not UTF-8"},
         {{"search", "--find", "a"}, "no document"},
         {{"search", "--find", "a", ""}, "empty"},
-        {{"search", "--find", "a", "p", "--in", "cell"}, "--in does not know \"cell\""},
+        {{"search", "--find", "a", "p", "--in", "cell"}, R"(--in does not know "cell")"},
         {{"search", "--find", "a", "p", "--jobs", "0"}, "--jobs takes a number"},
         {{"search", "--find", "a", "p", "--jobs", "2x"}, "--jobs takes a number"},
         {{"search", "--find", "a", "p", "--jobs", "-1"}, "--jobs takes a number"},
@@ -146,7 +146,7 @@ TEST(Options, WrongCallsSayWhatIsWrong) {
         {{"run"}, "one project file"},
         {{"run", "a.tvl", "b.tvl"}, "one project file"},
         {{"run", "a.tvl", "--find", "x"}, "unknown option --find"},
-        {{"formats", "p"}, "formats takes no \"p\""},
+        {{"formats", "p"}, R"(formats takes no "p")"},
     };
     for (const Row& row : rows) {
         const std::string complaint = complaintAbout(row.arguments);

@@ -44,9 +44,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"noSign", "[Section]\nKey\nKey=1\n", "1"},
                     Row{"doubleQuotes", "[Section]\nKey= \" a \" \n", " a "},
                     Row{"singleQuotes", "[Section]\nKey='a'\n", "a"},
-                    Row{"oneQuote", "[Section]\nKey=\"\n", "\""},
-                    Row{"unequalQuotes", "[Section]\nKey=\"a'\n", "\"a'"},
-                    Row{"onePairOnly", "[Section]\nKey=\"\"a\"\"\n", "\"a\""},
+                    Row{"oneQuote", "[Section]\nKey=\"\n", R"(")"},
+                    Row{"unequalQuotes", "[Section]\nKey=\"a'\n", R"("a')"},
+                    Row{"onePairOnly", "[Section]\nKey=\"\"a\"\"\n", R"("a")"},
                     Row{"unfinishedSection", "[Section\nKey=1\n", "1"},
                     Row{"bracketValue", "[Section]\nKey=[x]\n", "[x]"}),
     [](const auto& row) { return row.param.name; });

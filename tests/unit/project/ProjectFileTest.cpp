@@ -202,8 +202,7 @@ TEST_F(ProjectFile, ItemsThatAreNotThereUseUpNoKey) {
     EXPECT_EQ(shown, "Item-1;Item-3;");
     EXPECT_EQ(counter, 4);
     EXPECT_NE(mDir.read("home/Errors.Log")
-                  .find("Error 321 (Invalid file format) in procedure "
-                        "AddItemFromByteArray"),
+                  .find("Error 321 (Invalid file format) in procedure AddItemFromByteArray"),
               std::string::npos);
 }
 
@@ -213,12 +212,12 @@ struct CountCase {
 };
 
 TEST_F(ProjectFile, TheCountHas16Bits) {
-    const CountCase rows[] = {{std::int32_t{32767}, 0},
-                              {std::int32_t{32768}, 6},
-                              {std::int32_t{-1}, 0},
-                              {PropertyValue(), 0},
-                              {"many", 13},
-                              {PropertyValue::Bytes{}, 13}};
+    // clang-format off
+    const CountCase rows[] = {
+        {std::int32_t{32767}, 0}, {std::int32_t{32768}, 6}, {std::int32_t{-1}, 0},
+        {PropertyValue(), 0}, {"many", 13}, {PropertyValue::Bytes{}, 13},
+    };
+    // clang-format on
     for (const CountCase& row : rows) {
         PropertyBag bag;
         bag.WriteProperty("Count", row.count);

@@ -66,12 +66,8 @@ TEST(PropertyBag, HasTheLayoutThatItsHeaderTells) {
     bag.WriteProperty("d", true);
     bag.WriteProperty("e", bytesOf("z"));
     const std::string expected(
-        "BPB\x01\x05\0\0\0"
-        "\x01\0a\x01\x02\0\0\0xy"
-        "\x01\0b\x02\x02\x01"
-        "\x01\0c\x03\xFE\xFF\xFF\xFF"
-        "\x01\0d\x04\x01"
-        "\x01\0e\x05\x01\0\0\0z",
+        "BPB\x01\x05\0\0\0\x01\0a\x01\x02\0\0\0xy\x01\0b\x02\x02\x01\x01\0c\x03\xFE\xFF\xFF\xFF\x01"
+        "\0d\x04\x01\x01\0e\x05\x01\0\0\0z",
         8 + 10 + 6 + 8 + 5 + 9);
     EXPECT_EQ(bag.Contents(), bytesOf(expected));
 }

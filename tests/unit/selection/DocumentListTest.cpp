@@ -19,19 +19,15 @@ TEST(GetFileExt, IsWhatFollowsTheLastDotOfTheName) {
     const struct {
         const char* path;
         const char* extension;
+        // clang-format off
     } rows[] = {
-        {"book.xls", ".xls"},
-        {"C:\\old.dir\\readme", ""},
-        {"/old.dir/readme", ""},
-        {"C:\\old.dir\\a.b.XLS", ".XLS"},
-        {"/home/x/a.b.xlsx", ".xlsx"},
-        {"mixed\\a.one/b.two", ".two"},
-        {"name.", "."},
-        {".hidden", ".hidden"},
-        {"folder.xls/", ""},
-        {"", ""},
-        {"\xE9t\xE9.dbf", ".dbf"},  // not UTF-8
+        {"book.xls", ".xls"}, {"C:\\old.dir\\readme", ""}, {"/old.dir/readme", ""},
+        {"C:\\old.dir\\a.b.XLS", ".XLS"}, {"/home/x/a.b.xlsx", ".xlsx"},
+        {"mixed\\a.one/b.two", ".two"}, {"name.", "."}, {".hidden", ".hidden"}, {"folder.xls/", ""},
+        {"", ""}, {"\xE9t\xE9.dbf", ".dbf"},
+        // not UTF-8
     };
+    // clang-format on
     for (const auto& row : rows) EXPECT_EQ(GetFileExt(row.path), row.extension) << row.path;
 }
 
@@ -40,33 +36,25 @@ TEST(CheckFileExt, MatchesTheItemsOfTheList) {
         const char* name;
         const char* list;
         bool matches;
+        // clang-format off
     } rows[] = {
-        {"book.XLS", "*.xls;*.xl;*.xlt;", true},
-        {"book.xlsx", "*.xls;*.xl;*.xlt;", false},
-        {"book.xl", "*.xls;*.xl;*.xlt;", true},
-        {"data.wk3", "*.wk?;", true},
-        {"data.WKS", "*.wk?;", true},
-        {"data.wk", "*.wk?;", false},
-        {"data.wk34", "*.wk?;", false},
-        {"data.wk\xC3\xA9", "*.wk?;", true},  // one character, two bytes
-        {"data.wk\xE9", "*.wk?;", true},      // one byte that is no UTF-8
-        {"data.\xC3\x89T\xC3\x89", "*.\xC3\xA9t\xC3\xA9;", true},
-        {"book.xls", "*.xls", false},  // a list of one item matches nothing
-        {"book.xls", "*.xls;", true},
-        {"book.xls", ";;*.xls", true},
-        {"book.xls", ".csv;.xls", true},
-        {"book.xls", "*.x*ls;", true},
-        {"book.xls", "xls;", false},
-        {"book.xls", "", false},
-        {"book.xls", ";", false},
-        {"book.xls", "*;", false},
-        {"book", "*;", true},
-        {"book", ";", false},
-        {"book.xls", "*.*;", false},
-        {"book.", "*.*;", true},
-        {"book.xls", "*.xls ;", false},
+        {"book.XLS", "*.xls;*.xl;*.xlt;", true}, {"book.xlsx", "*.xls;*.xl;*.xlt;", false},
+        {"book.xl", "*.xls;*.xl;*.xlt;", true}, {"data.wk3", "*.wk?;", true},
+        {"data.WKS", "*.wk?;", true}, {"data.wk", "*.wk?;", false}, {"data.wk34", "*.wk?;", false},
+        {"data.wk\xC3\xA9", "*.wk?;", true},
+        // one character, two bytes
+        {"data.wk\xE9", "*.wk?;", true},
+        // one byte that is no UTF-8
+        {"data.\xC3\x89T\xC3\x89", "*.\xC3\xA9t\xC3\xA9;", true}, {"book.xls", "*.xls", false},
+        // a list of one item matches nothing
+        {"book.xls", "*.xls;", true}, {"book.xls", ";;*.xls", true},
+        {"book.xls", ".csv;.xls", true}, {"book.xls", "*.x*ls;", true}, {"book.xls", "xls;", false},
+        {"book.xls", "", false}, {"book.xls", ";", false}, {"book.xls", "*;", false},
+        {"book", "*;", true}, {"book", ";", false}, {"book.xls", "*.*;", false},
+        {"book.", "*.*;", true}, {"book.xls", "*.xls ;", false},
         {"a.xls/book.csv", "*.xls;*.xl;", false},
     };
+    // clang-format on
     for (const auto& row : rows) {
         EXPECT_EQ(CheckFileExt(row.name, row.list), row.matches) << row.name << " in " << row.list;
     }

@@ -100,8 +100,7 @@ TEST_F(ErrorLog, KeepsTheLineOfTheFailingStatement) {
         throw Error::refused("Document not saved");
     });
     EXPECT_TRUE(
-        log().starts_with("Error 1004 (Document not saved) in procedure GetItemClip at "
-                          "Line No. " +
+        log().starts_with("Error 1004 (Document not saved) in procedure GetItemClip at Line No. " +
                           std::to_string(line) + " of Class Module Entry at time- "))
         << log();
 }

@@ -50,10 +50,8 @@ TEST(RunReport, TextListsFindsThenTheRestAndNoFailures) {
     report.AddChangedFiles("C:\\Data\\c.xls", entriesWith({{"Total", total}}), true);
     report.AddChangedFiles("C:\\Data\\a.xls", entriesWith({{"Total", total}}), false);
     EXPECT_EQ(report.text(),
-              "C:\\Data\\a.xls - At least 1 occurrence(s) found \r\n"
-              "\tTotal (Cell) : 3\r\n"
-              "\tTotal (Header) : 1\r\n"
-              "C:\\Data\\b.xls - No occurrence(s) found \r\n");
+              "C:\\Data\\a.xls - At least 1 occurrence(s) found \r\n\tTotal (Cell) : "
+              "3\r\n\tTotal (Header) : 1\r\nC:\\Data\\b.xls - No occurrence(s) found \r\n");
     EXPECT_EQ(report.failed(), std::list<std::string>{"C:\\Data\\c.xls"});
     EXPECT_EQ(report.mChangeCount, 4);
     EXPECT_EQ(report.changedFileCount, 1);

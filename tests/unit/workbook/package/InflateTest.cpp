@@ -18,7 +18,7 @@ std::string sample(std::size_t size) {
     std::mt19937 random(7);
     std::string text;
     while (text.size() < size) {
-        text += "<c r=\"A" + std::to_string(random() % 5000) + "\" t=\"s\"><v>" +
+        text += R"(<c r="A)" + std::to_string(random() % 5000) + R"(" t="s"><v>)" +
                 std::to_string(random() % 100) + "</v></c>";
     }
     text.resize(size);
