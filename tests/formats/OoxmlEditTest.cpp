@@ -236,9 +236,10 @@ const Rich kRich[] = {
     {"texts beside runs", "<t>ab</t><r><t>ab</t></r>", "b", "", "<t>a</t><r><t>a</t></r>"},
     {"escapes", "<r><t>a_x000D_b</t></r><r><t>_x005F_x0041_</t></r>", "b", "c",
      "<r><t>a_x000D_c</t></r><r><t>_x005F_x0041_</t></r>"},
-    {"CDATA", "<t><![CDATA[<ab>]]></t>", "a", "X", "?"},
-    {"numbered character", "<t>&#97;b &amp;</t>", "ab", "X", "?"},
-    {"comment and instruction", "<!-- ab --><t>a<?ab?>b</t>", "b", "X", "?"},
+    {"CDATA", "<t><![CDATA[<ab>]]></t>", "a", "X", "<t>&lt;Xb&gt;</t>"},
+    {"numbered character", "<t>&#97;b &amp;</t>", "ab", "X", "<t>X &amp;</t>"},
+    {"comment and instruction", "<r><t>a<?ab?></t></r><!-- ab --><r><t>b</t></r>", "b", "X",
+     "<r><t>a<?ab?></t></r><!-- ab --><r><t>X</t></r>"},
 };
 // clang-format on
 
