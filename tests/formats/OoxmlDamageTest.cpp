@@ -108,12 +108,17 @@ TEST(OoxmlDamage, SurvivesDamagedParts) {
 }
 
 TEST(OoxmlDamage, SaysWhatIsWrong) {
-    const std::string sheet = "xl/worksheets/sheet1.xml";
-    const std::string sheetText = fullBook().parts().at(sheet);
+    const std::string sheetText = fullBook().parts().at(kSheet);
     const auto changed = [&](const std::string& text, const std::string& with) {
         std::string damaged = sheetText;
         return damaged.replace(damaged.find(text), text.size(), with);
     };
+    const auto withSheet = [&](const std::string& text, const std::string& with) {
+        return fullBook().part(kSheet, changed(text, with));
+    };
+    const std::string kMain = "xl/workbook.xml";
+    const auto damaged = ErrorKind::Damaged;
+    const auto unsupported = ErrorKind::Unsupported;
     const struct {
         const char* name;
         WorkbookBuilder book;
@@ -121,29 +126,21 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         std::string member;
         // clang-format off
     } rows[] = {
-        {"document type", fullBook().part(sheet, changed("<worksheet",
-         "<!DOCTYPE worksheet []><worksheet")), ErrorKind::Unsupported, sheet},
-        {"invalid UTF-8", fullBook().part(sheet, changed("line", "\xC3\x28")), ErrorKind::Damaged,
-         sheet},
-        {"unbalanced", fullBook().part(sheet, changed("</row>", "</rom>")), ErrorKind::Damaged,
-         sheet},
-        {"bad reference", fullBook().part(sheet, changed("&amp;", "&nbsp;")), ErrorKind::Damaged,
-         sheet},
-        {"row out of range", fullBook().part(sheet, changed(R"(r="2")", R"(r="1048577")")),
-         ErrorKind::Damaged, sheet},
-        {"cell out of range", fullBook().part(sheet, changed(R"(r="C2")", R"(r="XFE2")")),
-         ErrorKind::Damaged, sheet},
-        {"no sheet", fullBook().withoutPart(sheet), ErrorKind::Damaged, sheet},
-        {"no strings", fullBook().part("xl/sharedStrings.xml", "<sst>"), ErrorKind::Damaged,
-         "xl/sharedStrings.xml"},
-        {"damaged styles", fullBook().part("xl/styles.xml", "<styleSheet"), ErrorKind::Damaged,
-         "xl/styles.xml"},
-        {"no workbook", fullBook().withoutPart("xl/workbook.xml"), ErrorKind::Unsupported, ""},
-        {"another document", fullBook().part("xl/workbook.xml", "<document/>"),
-         ErrorKind::Unsupported, "xl/workbook.xml"},
-        {"binary workbook", fullBook() .inAllParts("xl/workbook.xml",
-         "xl/workbook.bin") .part("xl/workbook.bin", "\x83\x01"), ErrorKind::Unsupported, ""},
-        {"no relationships", fullBook().withoutPart("_rels/.rels"), ErrorKind::Unsupported, ""},
+        {"document type", withSheet("<worksheet", "<!DOCTYPE worksheet []><worksheet"), unsupported,
+         kSheet},
+        {"invalid UTF-8", withSheet("line", "\xC3\x28"), damaged, kSheet},
+        {"unbalanced", withSheet("</row>", "</rom>"), damaged, kSheet},
+        {"bad reference", withSheet("&amp;", "&nbsp;"), damaged, kSheet},
+        {"row out of range", withSheet("r=\"2\"", "r=\"1048577\""), damaged, kSheet},
+        {"cell out of range", withSheet("r=\"C2\"", "r=\"XFE2\""), damaged, kSheet},
+        {"no sheet", fullBook().withoutPart(kSheet), damaged, kSheet},
+        {"no strings", fullBook().part(kStringsPart, "<sst>"), damaged, kStringsPart},
+        {"bad styles", fullBook().part("xl/styles.xml", "<styleSheet"), damaged, "xl/styles.xml"},
+        {"no workbook", fullBook().withoutPart(kMain), unsupported, ""},
+        {"another document", fullBook().part(kMain, "<document/>"), unsupported, kMain},
+        {"binary workbook", fullBook().inAllParts(kMain, "xl/workbook.bin")
+         .part("xl/workbook.bin", "\x83\x01"), unsupported, ""},
+        {"no relationships", fullBook().withoutPart("_rels/.rels"), unsupported, ""},
     };
     // clang-format on
     const std::vector<CellMatch> patterns = {part("&"), part("4")};
@@ -173,9 +170,8 @@ TEST(OoxmlProbe, GoesByContent) {
     for (const char* content :
          {"", "a,b", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "PK\x07\x08", "<Workbook/>"}) {
         SCOPED_TRACE(content);
-        const auto error = thrownBy([&] { openDocument(dir.write("b.xlsx", content), {}); });
-        ASSERT_TRUE(error.has_value());
-        EXPECT_EQ(error->kind(), ErrorKind::Unsupported);
+        EXPECT_EQ(kindOf([&] { openDocument(dir.write("b.xlsx", content), {}); }),
+                  ErrorKind::Unsupported);
     }
 }
 
@@ -241,34 +237,6 @@ TEST(OoxmlCorpus, BothReadersTellTheSameCells) {
     }
     std::printf("%d parts by both readers, %d by the general one alone\n", streamed, others);
     EXPECT_GT(streamed, others);
-}
-
-TEST(OoxmlCorpus, SurvivesRealFiles) {
-    const char* corpus = std::getenv("BRINDLE_CORPUS");
-    if (!corpus) GTEST_SKIP() << "BRINDLE_CORPUS names no folder of real workbooks";
-    TempDir dir;
-    int carriedOut = 0;
-    int refused = 0;
-    for (const char* kind :
-         {"xlsx", "xlsm", "xltx", "xltm", "corrupt", "misnamed", "xlsb", "ods"}) {
-        const auto folder = std::filesystem::path(corpus) / kind;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-            if (!entry.is_regular_file() || entry.file_size() > 3'000'000) continue;
-            const std::string path = dir.path("real.xlsx");
-            std::filesystem::copy_file(entry.path(), path,
-                                       std::filesystem::copy_options::overwrite_existing);
-            std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-            SCOPED_TRACE(entry.path().string());
-            const bool isOurs = survives(path);
-            ++(isOurs ? carriedOut : refused);
-            if (kind == "xlsb"s || kind == "ods"s) {
-                const auto error = thrownBy([&] { openDocument(path, {}); });
-                EXPECT_TRUE(error && error->kind() == ErrorKind::Unsupported);
-            }
-        }
-    }
-    std::printf("%d files changed, %d ended in an error\n", carriedOut, refused);
-    EXPECT_GT(carriedOut, refused);
 }
 
 }  // namespace

@@ -410,7 +410,8 @@ TEST(OoxmlEdit, RenamesTableColumns) {
         const char* columns;  // empty when refused
         // clang-format off
     } rows[] = {
-        {"renamed", "Price", "Cost <1>", R"(name="Cost &lt;1&gt;"/><tableColumn id="2" name="Used"/>)"
+        {"renamed", "Price", "Cost <1>",
+         R"(name="Cost &lt;1&gt;"/><tableColumn id="2" name="Used"/>)"
          R"(<tableColumn id="3" name="A_x000a_B"/>)"},
         {"looks like a number", "Price", "2024", R"(name="2024"/>)"},
         {"looks like a formula", "Price", "=1", R"(name="=1"/>)"},

@@ -32,60 +32,43 @@ struct Shown {
     const char* text;  // empty for a blank cell
 };
 
+// clang-format off
 const char* const kStrings =
-    "<si><t>plain &amp; simple</t></si><si><r><t>two </t></r><r><rPr><b/></rPr><t>"
-    "runs</t></r></si><si><t>kana</t><rPh sb=\"0\" eb=\"1\"><t>phonetic</t></rPh>"
-    "<phoneticPr fontId=\"1\"/></si><si><t>a_x000D_b_x005F_x0041_</t></si><si/><si>"
-    "<t xml:space=\"preserve\"> blanks </t></si><si><t><![CDATA[<1> & ]]>more</t></si>"
-    "<si><t>one<!-- aside -->two</t></si><si><t/></si><si><t>line\r\nend</t></si><si>"
-    "<t>_xD83D__xDE00_&#128512;</t></si>";
-
+    "<si><t>plain &amp; simple</t></si>"
+    "<si><r><t>two </t></r><r><rPr><b/></rPr><t>runs</t></r></si>"
+    R"(<si><t>kana</t><rPh sb="0" eb="1"><t>phonetic</t></rPh><phoneticPr fontId="1"/></si>)"
+    "<si><t>a_x000D_b_x005F_x0041_</t></si>" "<si/>"
+    R"(<si><t xml:space="preserve"> blanks </t></si>)" "<si><t><![CDATA[<1> & ]]>more</t></si>"
+    "<si><t>one<!-- aside -->two</t></si>" "<si><t/></si>"
+    "<si><t>line\r\nend</t></si>" "<si><t>_xD83D__xDE00_&#128512;</t></si>";
 const Shown kShown[] = {
-    {"A1", "><v>1000</v>", "1000"},
-    {"A2", R"( s="6"><v>1000</v>)", "1000"},
+    {"A1", "><v>1000</v>", "1000"}, {"A2", R"( s="6"><v>1000</v>)", "1000"},
     {"A3", "><v>0.10000000000000001</v>", "0.1"},
-    {"A4", "><v>12345678901234567</v>", "12345678901234600"},
-    {"A5", "><v>1.5E5</v>", "150000"},
-    {"A6", "><v>1E+20</v>", "100000000000000000000"},
-    {"A9", "><v>1E+21</v>", "1E+21"},
-    {"A7", "><v>1E+22</v>", "1E+22"},
-    {"A8", R"( t="n"><v>-0</v>)", "0"},
-    {"B1", R"( s="1"><v>0.07</v>)", "7%"},
-    {"B2", R"( s="11"><v>-0.125</v>)", "-12.5%"},
-    {"B3", R"( s="13"><v>0.5</v>)", "0.5"},
-    {"B4", R"( s="999"><v>0.5</v>)", "0.5"},
-    {"C1", R"( s="2"><v>42370</v>)", "1/1/2016"},
-    {"C2", R"( s="8"><v>42370</v>)", "1/1/2016"},
+    {"A4", "><v>12345678901234567</v>", "12345678901234600"}, {"A5", "><v>1.5E5</v>", "150000"},
+    {"A6", "><v>1E+20</v>", "100000000000000000000"}, {"A9", "><v>1E+21</v>", "1E+21"},
+    {"A7", "><v>1E+22</v>", "1E+22"}, {"A8", R"( t="n"><v>-0</v>)", "0"},
+    {"B1", R"( s="1"><v>0.07</v>)", "7%"}, {"B2", R"( s="11"><v>-0.125</v>)", "-12.5%"},
+    {"B3", R"( s="13"><v>0.5</v>)", "0.5"}, {"B4", R"( s="999"><v>0.5</v>)", "0.5"},
+    {"C1", R"( s="2"><v>42370</v>)", "1/1/2016"}, {"C2", R"( s="8"><v>42370</v>)", "1/1/2016"},
     {"C3", R"( s="10"><v>42370.5625</v>)", "1/1/2016 1:30:00 PM"},
     {"C4", R"( s="7"><v>0.0625</v>)", "1:30:00 AM"},
     {"C5", R"( s="12"><v>1.0833333333333333</v>)", "1/1/1900 2:00:00 AM"},
-    {"C6", R"( s="2"><v>60</v>)", "2/29/1900"},
-    {"C7", R"( s="2"><v>-1</v>)", "-1"},
+    {"C6", R"( s="2"><v>60</v>)", "2/29/1900"}, {"C7", R"( s="2"><v>-1</v>)", "-1"},
     {"C8", R"( s="2" t="d"><v>2016-01-01</v>)", "1/1/2016"},
     {"C9", R"( s="10" t="d"><v>2016-01-01T13:30:00Z</v>)", "1/1/2016 1:30:00 PM"},
-    {"D1", R"( t="b"><v>1</v>)", "TRUE"},
-    {"D2", R"( t="b"><v>0</v>)", "FALSE"},
-    {"D3", R"( t="b"><v>true</v>)", "TRUE"},
-    {"D4", R"( t="e"><v>#DIV/0!</v>)", "#DIV/0!"},
-    {"D5", R"( t="e"><v>#N/A</v>)", "#N/A"},
-    {"E1", R"( t="s"><v>0</v>)", "plain & simple"},
-    {"E2", R"( t="s"><v>1</v>)", "two runs"},
-    {"E3", R"( t="s"><v>2</v>)", "kana"},
-    {"E4", R"( t="s"><v>3</v>)", "a\rb_x0041_"},
-    {"E5", R"( t="s"><v>4</v>)", ""},
-    {"E6", R"( t="s"><v>5</v>)", " blanks "},
-    {"E7", R"( t="s"><v>6</v>)", "<1> & more"},
-    {"E8", R"( t="s"><v>7</v>)", "onetwo"},
-    {"E9", R"( t="s"><v>8</v>)", ""},
+    {"D1", R"( t="b"><v>1</v>)", "TRUE"}, {"D2", R"( t="b"><v>0</v>)", "FALSE"},
+    {"D3", R"( t="b"><v>true</v>)", "TRUE"}, {"D4", R"( t="e"><v>#DIV/0!</v>)", "#DIV/0!"},
+    {"D5", R"( t="e"><v>#N/A</v>)", "#N/A"}, {"E1", R"( t="s"><v>0</v>)", "plain & simple"},
+    {"E2", R"( t="s"><v>1</v>)", "two runs"}, {"E3", R"( t="s"><v>2</v>)", "kana"},
+    {"E4", R"( t="s"><v>3</v>)", "a\rb_x0041_"}, {"E5", R"( t="s"><v>4</v>)", ""},
+    {"E6", R"( t="s"><v>5</v>)", " blanks "}, {"E7", R"( t="s"><v>6</v>)", "<1> & more"},
+    {"E8", R"( t="s"><v>7</v>)", "onetwo"}, {"E9", R"( t="s"><v>8</v>)", ""},
     {"E10", R"( t="s"><v>9</v>)", "line\nend"},
-    {"E11", R"( t="s"><v>10</v>)", "\U0001F600\U0001F600"},
-    {"E12", R"( t="s"><v>99</v>)", ""},
+    {"E11", R"( t="s"><v>10</v>)", "\U0001F600\U0001F600"}, {"E12", R"( t="s"><v>99</v>)", ""},
     {"E13", R"( t="s" s="4"><v>0</v>)", "plain & simple"},
     {"F1", R"( t="inlineStr"><is><t>in &lt;line&gt;</t></is>)", "in <line>"},
-    {"F2",
-     R"( t="inlineStr"><is><r><t>a</t></r><r><t>b</t></r><rPh sb="0" eb="1"><t>c</t>)"
-     R"(</rPh></is>)",
-     "ab"},
+    {"F2", R"( t="inlineStr"><is><r><t>a</t></r><r><t>b</t></r><rPh sb="0" eb="1"><t>c</t></rPh>)"
+     "</is>", "ab"},
     {"F3", R"( t="inlineStr"><is/>)", ""},
     {"F4", R"( t="str"><v>text_x0009_constant</v>)", "text\tconstant"},
     {"G1", "><f>SUM(A1:A2)*2</f><v>4000</v>", "=SUM(A1:A2)*2"},
@@ -101,8 +84,7 @@ const Shown kShown[] = {
     {"H10", R"(><f t="shared" si="4">own+1</f>)", "=own+1"},
     {"H11", R"(><f t="shared" si="77"/><v>5</v>)", ""},
     {"J1", R"(><f t="array" ref="J1:K2">A1:B2*2</f><v>1</v>)", "=A1:B2*2"},
-    {"K1", "><v>2</v>", "=A1:B2*2"},
-    {"J2", R"( t="str"><v>three</v>)", "=A1:B2*2"},
+    {"K1", "><v>2</v>", "=A1:B2*2"}, {"J2", R"( t="str"><v>three</v>)", "=A1:B2*2"},
     {"K2", "><v>4</v>", "=A1:B2*2"},
     {"J3", R"(><f t="array" ref="J3">SUM(A1:A2*2)</f><v>1</v>)", "=SUM(A1:A2*2)"},
     {"K3", "><v>5</v>", "5"},
@@ -110,11 +92,10 @@ const Shown kShown[] = {
      "=TABLE(A1,B1)"},
     {"L2", "><v>2</v>", "=TABLE(A1,B1)"},
     {"M1", R"(><f t="dataTable" ref="M1" dtr="1" r1="A1"/><v>1</v>)", "=TABLE(A1,)"},
-    {"N1", R"( s="2")", ""},
-    {"N2", "><v></v>", ""},
-    {"N3", "><v/>", ""},
+    {"N1", R"( s="2")", ""}, {"N2", "><v></v>", ""}, {"N3", "><v/>", ""},
     {"N4", "><extLst><ext><v>7</v></ext></extLst>", ""},
 };
+// clang-format on
 
 // All cells of the table, row by row.
 std::string shownRows() {
@@ -341,31 +322,34 @@ TEST(OoxmlRead, ReadsPartsOfManyPieces) {
 
 // Names that the quick readers look for, in places where they mean nothing.
 TEST(OoxmlRead, IsNotMisledByTags) {
-    const std::string ns = R"(xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main")";
-    const std::string row = R"(<row><c t="s"><v>0</v></c></row>)";
+    const std::string ns = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+    const std::string row = "<row><c t=\"s\"><v>0</v></c></row>";
+    const std::string sheet =
+        "<worksheet " + ns + "><sheetData>" + row + "</sheetData></worksheet>";
+    const auto inlined = [&](const char* item) {
+        return "<worksheet " + ns + "><sheetData><row><c t=\"inlineStr\"><is>" + item +
+               "</is></c></row></sheetData></worksheet>";
+    };
+    const auto strings = [&](const char* items) { return "<sst " + ns + ">" + items + "</sst>"; };
     const struct {
         const char* name;
         std::string sheet;
         std::string strings;
-        // clang-format off
     } rows[] = {
-        {"comments in front",
-         "<!-- <sheetData> --><worksheet " + ns + "><sheetData>" + row + "</sheetData></worksheet>",
-         "<!-- <sst> --><sst " + ns + "><si><t>x</t></si></sst>"},
+        {"comments in front", "<!-- <sheetData> -->" + sheet,
+         "<!-- <sst> -->" + strings("<si><t>x</t></si>")},
         {"angle brackets in attributes",
-         "<worksheet " + ns + R"(><sheetData a=">">)" + row + "</sheetData></worksheet>",
-         R"(<sst a=">" )" + ns + "><si><t>x</t></si></sst>"},
-        {"end tags in CDATA",
-         "<worksheet " + ns + R"(><sheetData><row><c t="inlineStr"><is><t><![CDATA[</is>x]]></t></is></c></row>)"
-         R"(</sheetData></worksheet>)", "<sst " + ns + "><si><t><![CDATA[</si>x]]></t></si></sst>"},
-        {"end tags in comments",
-         "<worksheet " + ns + R"(><sheetData><row><c t="inlineStr"><is><t>x</t><!--</is>--></is></c></row>)"
-         R"(</sheetData></worksheet>)", "<sst " + ns + "><si><!--</si>--><t>x</t></si></sst>"},
+         "<worksheet " + ns + "><sheetData a=\">\">" + row + "</sheetData></worksheet>",
+         "<sst a=\">\" " + ns + "><si><t>x</t></si></sst>"},
+        {"end tags in CDATA", inlined("<t><![CDATA[</is>x]]></t>"),
+         strings("<si><t><![CDATA[</si>x]]></t></si>")},
+        {"end tags in comments", inlined("<t>x</t><!--</is>-->"),
+         strings("<si><!--</si>--><t>x</t></si>")},
         {"sheet data in an extension",
-         "<worksheet " + ns + "><extLst><ext><sheetData>" + row + "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",
-         "<sst " + ns + "><si><t>x</t></si><extLst><ext><si/></ext></extLst></sst>"},
+         "<worksheet " + ns + "><extLst><ext><sheetData>" + row +
+             "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",
+         strings("<si><t>x</t></si><extLst><ext><si/></ext></extLst>")},
     };
-    // clang-format on
     TempDir dir;
     for (const auto& odd : rows) {
         SCOPED_TRACE(odd.name);

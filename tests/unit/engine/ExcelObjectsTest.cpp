@@ -60,18 +60,6 @@ TEST_F(ExcelObjects, findNextGoesRoundTheSheet) {
     EXPECT_EQ(again->Row(), 2);
 }
 
-TEST_F(ExcelObjects, usedRangeAndCellsServeLists) {
-    excel::Workbook& book = app.Workbooks().Open("a.xls", {});
-    const auto sheet = book.Worksheets().Item(2);
-    EXPECT_EQ(sheet.UsedRange().RowsCount(), 3);
-    EXPECT_EQ(sheet.UsedRange().ColumnsCount(), 3);
-    EXPECT_EQ(sheet.Cells(4, 2).Value().text, "dog");
-    EXPECT_EQ(sheet.Cells(1, 1).Value().kind, workbook::CellValue::Kind::Blank);
-    const auto empty = book.Worksheets().Item(1).UsedRange();
-    EXPECT_EQ(empty.RowsCount(), 0);
-    EXPECT_EQ(empty.ColumnsCount(), 0);
-}
-
 TEST_F(ExcelObjects, onlySavingReachesTheFile) {
     files["b.xls"].sheets[0].links = {"old"};
     app.Workbooks().Open("a.xls", {});

@@ -99,14 +99,10 @@ protected:
     }();
 };
 
-TEST_P(ShippedLanguage, HasEveryText) {
-    for (const auto& [section, key] : wantedKeys())
-        EXPECT_NE(text(section, key), "") << section << " " << key;
-}
-
-TEST_P(ShippedLanguage, DecodesWithoutLoss) {
+TEST_P(ShippedLanguage, HasEveryTextWithoutLoss) {
     for (const auto& [section, key] : wantedKeys()) {
         const std::string value = text(section, key);
+        EXPECT_NE(value, "") << section << " " << key;
         EXPECT_TRUE(text::isValidUtf8(value)) << key;
         EXPECT_EQ(value.find("\uFFFD"), std::string::npos) << key;
     }
@@ -129,14 +125,11 @@ TEST_P(ShippedLanguage, HasThePlaceholdersThatAreFilledIn) {
                 << row.key << placeholder;
 }
 
-// The stop button tells its two states apart by these texts.
-TEST_P(ShippedLanguage, StopAndCloseDiffer) {
+TEST_P(ShippedLanguage, HasTheTextsThatMeanMore) {
+    // The stop button tells its two states apart by these.
     EXPECT_NE(text("global msg", "1019"), text("global msg", "1020"));
-}
-
-TEST_P(ShippedLanguage, SeparatorsStaySeparators) {
-    for (const char* name : {"mnuSep1", "mnuSep2", "mnuSep3"})
-        EXPECT_EQ(text("frmMain", std::string(name) + ".caption"), "-");
+    for (const char* separator : {"mnuSep1.caption", "mnuSep2.caption", "mnuSep3.caption"})
+        EXPECT_EQ(text("frmMain", separator), "-");
 }
 
 TEST_P(ShippedLanguage, AccessKeysAreUniqueInEachWindowAndMenu) {
@@ -176,8 +169,7 @@ INSTANTIATE_TEST_SUITE_P(Files, ShippedLanguage, testing::ValuesIn(shippedFiles(
                          [](const auto& row) { return fs::path(row.param).stem().string(); });
 
 TEST(ShippedLanguages, EnglishIsAmongThem) {
-    const std::vector<std::string> names = shippedFiles();
-    EXPECT_NE(std::find(names.begin(), names.end(), "English.lng"), names.end());
+    EXPECT_TRUE(fs::exists(shippedFolder() / "English.lng"));
 }
 
 }  // namespace

@@ -96,22 +96,17 @@ TEST_F(ProjectFile, BringsBackOptionsAndEntries) {
 
 TEST_F(ProjectFile, HoldsTheValuesInTheirOrder) {
     const Application app = sampleProject();
+    // clang-format off
     const std::pair<const char*, PropertyValue> values[] = {
-        {"BackupMode", true},
-        {"GetFilenamesFromTextFile", "/data/list \xFF.txt"},
-        {"LoadsearchFilePath", "C:\\lists\\a.csv"},
-        {"IsGrid", false},
-        {"IncludeSubFolders", false},
-        {"IsScanFolder", true},
-        {"KeepTheOriginalFileDate", false},
-        {"Password", "gehëim"},
-        {"SpreadsheetTypeToExamine", "*.xls;*.xl;*.xlt;"},
-        {"StartFolder", "/data/"},
-        {"Count", std::int32_t{3}},
-        {"Item1", clipOf("one", "1", 0, true, false, "Item-17")},
+        {"BackupMode", true}, {"GetFilenamesFromTextFile", "/data/list \xFF.txt"},
+        {"LoadsearchFilePath", "C:\\lists\\a.csv"}, {"IsGrid", false}, {"IncludeSubFolders", false},
+        {"IsScanFolder", true}, {"KeepTheOriginalFileDate", false}, {"Password", "gehëim"},
+        {"SpreadsheetTypeToExamine", "*.xls;*.xl;*.xlt;"}, {"StartFolder", "/data/"},
+        {"Count", std::int32_t{3}}, {"Item1", clipOf("one", "1", 0, true, false, "Item-17")},
         {"Item2", clipOf("two", "2", 6, false, true, "")},
         {"Item3", clipOf("", "", 99, true, true, "Item-1")},
     };
+    // clang-format on
     PropertyBag expected;
     for (const auto& [name, value] : values) expected.WriteProperty(name, value);
     EXPECT_EQ(projectBag(app.CurrentProject, *app.Items).Contents(), expected.Contents());
@@ -210,12 +205,12 @@ TEST_F(ProjectFile, ItemsThatAreNotThereUseUpNoKey) {
 }
 
 TEST_F(ProjectFile, TheCountHas16Bits) {
-    const std::pair<PropertyValue, int> rows[] = {{std::int32_t{32767}, 0},
-                                                  {std::int32_t{32768}, 6},
-                                                  {std::int32_t{-1}, 0},
-                                                  {PropertyValue(), 0},
-                                                  {"many", 13},
-                                                  {PropertyValue::Bytes{}, 13}};
+    // clang-format off
+    const std::pair<PropertyValue, int> rows[] = {
+        {std::int32_t{32767}, 0}, {std::int32_t{32768}, 6}, {std::int32_t{-1}, 0},
+        {PropertyValue(), 0}, {"many", 13}, {PropertyValue::Bytes{}, 13},
+    };
+    // clang-format on
     for (const auto& [count, number] : rows) {
         PropertyBag bag;
         bag.WriteProperty("Count", count);

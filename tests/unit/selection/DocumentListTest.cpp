@@ -72,22 +72,17 @@ TEST_F(GetFilePathsTest, RetainsTheLinesOfListedTypes) {
     const struct {
         std::string content;
         Paths paths;
+        // clang-format off
     } rows[] = {
-        {"", {}},
-        {"a.xls", {"a.xls"}},
-        {"a.xls\r\n", {"a.xls"}},
+        {"", {}}, {"a.xls", {"a.xls"}}, {"a.xls\r\n", {"a.xls"}},
         {"b.csv\r\n\r\na.XLT\r\nb.csv\r\nc.doc\r\n", {"b.csv", "a.XLT", "b.csv"}},
-        {"a.xls\nb.xls\r\nc.xls", {"a.xls\nb.xls", "c.xls"}},
-        {"a.xls\nb.doc\r\n", {}},
-        {"a.xls\rb.dif", {"a.xls\rb.dif"}},
-        {"a.xls \r\n b.xls\r\n", {" b.xls"}},
+        {"a.xls\nb.xls\r\nc.xls", {"a.xls\nb.xls", "c.xls"}}, {"a.xls\nb.doc\r\n", {}},
+        {"a.xls\rb.dif", {"a.xls\rb.dif"}}, {"a.xls \r\n b.xls\r\n", {" b.xls"}},
         {"C:\\x\\a.wk1\r\n/home/y/b.wk9\r\n", {"C:\\x\\a.wk1", "/home/y/b.wk9"}},
-        {"a.xlsx\r\nb.xlsm\r\nc.ods", {}},
-        {"\xEF\xBB\xBF"
-         "a.tab\r\nb.prn",
-         {"a.tab", "b.prn"}},
+        {"a.xlsx\r\nb.xlsm\r\nc.ods", {}}, {"\xEF\xBB\xBF" "a.tab\r\nb.prn", {"a.tab", "b.prn"}},
         {"\xE9.dbf\r\nc.xl" + std::string(1, '\0'), {"\xE9.dbf"}},
     };
+    // clang-format on
     for (const auto& row : rows) {
         EXPECT_EQ(GetFilePaths(mDir.write("list.txt", row.content), mHost), row.paths)
             << row.content;

@@ -37,7 +37,8 @@ TEST(FormulaParse, PrintsWhatItReads) {
         // References with sheets and books
         "Sheet1!A1", "'My Sheet'!A1:B2", "'It''s'!A1", "חישוב!B19", "Sheet1:Sheet3!A1", "'A:B'!C1",
         "Sheet1!$1:$3", "Sheet1!A:A", "[1]Sheet!A1", "'[1]My Sheet'!A1", "[1]!Name", "[0]!Name",
-        "[1]A:B!C3", "'C:\\dir\\[book.xls]Sheet'!A1", "'C:\\dir\\book.xls'!Name", "book.xls!Name",
+        "[1]A:B!C3",
+        "'C:\\dir\\[book.xls]Sheet'!A1", "'C:\\dir\\book.xls'!Name", "book.xls!Name",
         "Sheet1!Name", "Sheet1!#REF!", "#REF!A1", "#REF!$A$1:$B$2", "[1]#REF!A1",
         "Sheet1!A1:Sheet1!B2", "A1:Sheet2!B2", "[1]!Fn(1)", "Excel|'C:\\a.xls'!'!S!R1C1'",
         // Structured references
@@ -118,33 +119,25 @@ TEST(FormulaParse, KeepsTheLimits) {
     const std::string wideLiteral = '"' + repeated("\xF0\x9F\x98\x80", 128) + '"';
     const std::string tooLong = "Formula is too long";
     const std::string longText = "Text values in formulas are limited to 255 characters";
+    // clang-format off
     const Row rows[] = {
-        {literal, ""},
-        {'"' + repeated(R"("")", 255) + '"', ""},
-        {'"' + repeated("x", 256) + '"', longText},
-        {wideLiteral, longText},
-        {"1" + repeated("+1", 4095), ""},
-        {"1" + repeated("+1", 4096), tooLong},
-        {repeated("é", 8192), ""},
-        {repeated("é", 8193), tooLong},
+        {literal, ""}, {'"' + repeated(R"("")", 255) + '"', ""},
+        {'"' + repeated("x", 256) + '"', longText}, {wideLiteral, longText},
+        {"1" + repeated("+1", 4095), ""}, {"1" + repeated("+1", 4096), tooLong},
+        {repeated("é", 8192), ""}, {repeated("é", 8193), tooLong},
         {repeated("ABS(", 64) + "1" + repeated(")", 64), ""},
         {repeated("ABS(", 65) + "1" + repeated(")", 65), kInvalid},
-        {"SUM(1" + repeated(",1", 254) + ")", ""},
-        {"SUM(1" + repeated(",1", 255) + ")", kInvalid},
+        {"SUM(1" + repeated(",1", 254) + ")", ""}, {"SUM(1" + repeated(",1", 255) + ")", kInvalid},
         {repeated("(", 200) + "1" + repeated(")", 200), ""},
         {repeated("(", 4000) + "1" + repeated(")", 4000), kInvalid},
-        {repeated("(", 8000), kInvalid},
-        {repeated("(", 10000), tooLong},
-        {repeated("-", 8191) + "1", ""},
-        {repeated("-", 10000) + "1", tooLong},
-        {repeated("@", 8191) + "x", kInvalid},
-        {"1" + repeated("%", 8191), ""},
-        {"A1" + repeated("#", 8190), ""},
-        {"A1" + repeated(" A1", 2000), ""},
-        {"A1" + repeated(":A1", 2000), ""},
-        {repeated("[", 8000), kInvalid},
+        {repeated("(", 8000), kInvalid}, {repeated("(", 10000), tooLong},
+        {repeated("-", 8191) + "1", ""}, {repeated("-", 10000) + "1", tooLong},
+        {repeated("@", 8191) + "x", kInvalid}, {"1" + repeated("%", 8191), ""},
+        {"A1" + repeated("#", 8190), ""}, {"A1" + repeated(" A1", 2000), ""},
+        {"A1" + repeated(":A1", 2000), ""}, {repeated("[", 8000), kInvalid},
         {"f" + repeated("(1)", 2000), ""},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text.substr(0, 20) + " of " + std::to_string(row.text.size()));
         const std::string accepted = "accepted as " + row.text;

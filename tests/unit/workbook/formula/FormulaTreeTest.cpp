@@ -187,17 +187,15 @@ TEST(FormulaTree, ListsSheetsAndBooks) {
         Names sheets;
         Names books;
     };
+    // clang-format off
     const Row rows[] = {
-        {"A1+Name", {}, {}},
-        {"b!A1+'a b'!A1+B!C1", {"b", "a b"}, {}},
-        {R"(SUM('It''s:Z'!A1,"x!A1"))", {"It's", "Z"}, {}},
-        {"s!f(t!A1)", {"s", "t"}, {}},
-        {"[1]S!A1+'C:\\d\\[b.xls]S'!A1+'C:\\d\\c.xls'!N",
-         {},
-         {"1", "C:\\d\\[b.xls", "C:\\d\\c.xls"}},
-        {"b.xls!Name+sheet.1!Name", {"sheet.1"}, {"b.xls"}},
-        {"#REF!A1+S!#REF!", {"S"}, {}},
+        {"A1+Name", {}, {}}, {"b!A1+'a b'!A1+B!C1", {"b", "a b"}, {}},
+        {R"(SUM('It''s:Z'!A1,"x!A1"))", {"It's", "Z"}, {}}, {"s!f(t!A1)", {"s", "t"}, {}},
+        {"[1]S!A1+'C:\\d\\[b.xls]S'!A1+'C:\\d\\c.xls'!N", {}, {"1", "C:\\d\\[b.xls",
+         "C:\\d\\c.xls"}},
+        {"b.xls!Name+sheet.1!Name", {"sheet.1"}, {"b.xls"}}, {"#REF!A1+S!#REF!", {"S"}, {}},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         const Formula formula = Formula::parse(row.text);
