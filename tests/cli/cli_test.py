@@ -226,12 +226,6 @@ class Documents(CliTest):
         self.assertEqual(self.paths("--list", "-", "-0", feed=feed), names)
         self.assertEqual(self.paths("--list", "-", "-0", feed=feed + b"\0"), names)
 
-    def test_a_long_list_crosses_every_buffer(self):
-        folder = "f" * 200
-        names = ["%s/%05d.csv" % (folder, number) for number in range(1200)]
-        for name in names:
-            self.write(name, b"")
-        self.assertEqual(self.paths("--list", "-", feed="\n".join(names).encode()), names)
 
     def test_results_come_while_the_list_is_still_open(self):
         self.write("one.csv", column("apple"))
@@ -265,12 +259,6 @@ class Documents(CliTest):
 
 
 class Options(CliTest):
-    def test_backup_keeps_the_old_document(self):
-        self.write("one.csv", column("apple"))
-        self.assertEqual(self.call("replace", "--find", "apple", "--with", "fig", "--backup",
-                                   ".").code, 0)
-        self.assertEqual(self.read("one.bak"), column("apple").encode())
-        self.assertEqual(self.read("one.csv"), column("fig").encode())
 
     def test_keep_dates(self):
         for options, kept in (((), False), (("--keep-dates",), True)):

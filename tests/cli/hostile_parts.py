@@ -123,16 +123,6 @@ def ill_formed_strings():
     return {name + ".xlsx": book(strings=text) for name, text in rows.items()}
 
 
-def ill_formed_others():
-    rows = {}
-    for part in ("workbook", "rels", "root"):
-        text = parts()[PARTS[part]]
-        rows[part + " cut off.xlsx"] = book(**{part: text[:-5]})
-        rows[part + " not XML.xlsx"] = book(**{part: b"\x00\x01\x02"})
-        rows[part + " missing.xlsx"] = book(**{part: None})
-    return rows
-
-
 # --- sizes --------------------------------------------------------------------------------------
 
 
@@ -230,7 +220,6 @@ def rows():
             words="document type"),
         Row("ill-formed sheets", many(ill_formed)),
         Row("ill-formed strings", many(ill_formed_strings)),
-        Row("ill-formed other parts", many(ill_formed_others)),
         Row("a million nested elements", many(nested_elements), status=None, code={0, 2},
             memory=160, is_large=True),
         Row("a million attributes", many(many_attributes), status=None, code={0, 2}, memory=300,

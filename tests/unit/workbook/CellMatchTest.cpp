@@ -6,6 +6,7 @@
 #include <random>
 
 #include "base/Error.h"
+#include "support/Thrown.h"
 #include "workbook/DocumentModel.h"
 
 namespace brindle::workbook {
@@ -124,13 +125,10 @@ TEST(CellMatch, RefusesPatternsBeyond255Characters) {
     std::string umlauts;
     for (int i = 0; i < 255; ++i) umlauts += "\u00E4";
     EXPECT_NO_THROW(CellMatch(umlauts, kFolded, kPart));
-    try {
-        CellMatch(std::string(256, 'x'), kFolded, kPart);
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number(), 13);
-        EXPECT_EQ(error.description(), "Type mismatch");
-    }
+    const auto error = test::thrownBy([] { CellMatch(std::string(256, 'x'), kFolded, kPart); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->number(), 13);
+    EXPECT_EQ(error->description(), "Type mismatch");
 }
 
 // --- a matcher that tries everything ------------------------------------------------------

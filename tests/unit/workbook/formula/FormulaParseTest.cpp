@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "support/Thrown.h"
 #include "workbook/formula/Formula.h"
 
 namespace brindle::workbook::formula {
@@ -37,8 +38,7 @@ TEST(FormulaParse, PrintsWhatItReads) {
         // References with sheets and books
         "Sheet1!A1", "'My Sheet'!A1:B2", "'It''s'!A1", "חישוב!B19", "Sheet1:Sheet3!A1", "'A:B'!C1",
         "Sheet1!$1:$3", "Sheet1!A:A", "[1]Sheet!A1", "'[1]My Sheet'!A1", "[1]!Name", "[0]!Name",
-        "[1]A:B!C3",
-        "'C:\\dir\\[book.xls]Sheet'!A1", "'C:\\dir\\book.xls'!Name", "book.xls!Name",
+        "[1]A:B!C3", "'C:\\dir\\[book.xls]Sheet'!A1", "'C:\\dir\\book.xls'!Name", "book.xls!Name",
         "Sheet1!Name", "Sheet1!#REF!", "#REF!A1", "#REF!$A$1:$B$2", "[1]#REF!A1",
         "Sheet1!A1:Sheet1!B2", "A1:Sheet2!B2", "[1]!Fn(1)", "Excel|'C:\\a.xls'!'!S!R1C1'",
         // Structured references
@@ -101,12 +101,9 @@ TEST(FormulaParse, SaysWhereTheFaultIs) {
     const std::pair<const char*, std::uint64_t> rows[] = {
         {"1+", 2}, {"SUM(A1))", 7}, {"A1 + ~B1", 5}, {R"(SUM("x)", 4}};
     for (const auto& [text, offset] : rows) {
-        try {
-            Formula::parse(text);
-            ADD_FAILURE() << text;
-        } catch (const Error& error) {
-            EXPECT_EQ(error.place().offset, offset) << text;
-        }
+        const auto error = test::thrownBy([&] { Formula::parse(text); });
+        ASSERT_TRUE(error) << text;
+        EXPECT_EQ(error->place().offset, offset) << text;
     }
 }
 
