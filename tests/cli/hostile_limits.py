@@ -6,10 +6,11 @@ import resource
 import signal
 import time
 
+from cli_support import Result
 from hostile_books import book, inline, row, sheet
 from hostile_container import CHANGED, MIB
 from hostile_lists import APPLES
-from hostile_support import ANY, REPLACE, CannotRun, Result, Row
+from hostile_support import ANY, REPLACE, CannotRun, Row
 from hostile_system import BACKUP, NOBODY, mount, need_root
 
 BODY = b'"pear"\r\n' * 25_000  # 200 kB

@@ -93,30 +93,17 @@ TEST_F(GetFilePathsTest, RetainsTheLinesOfListedTypes) {
 
 TEST_F(GetFilePathsTest, ShowsAndThenLogsWhyAListCannotBeRead) {
     std::string logWhenShown = "not shown";
-    class WatchingHost : public FakeHost {
-    public:
-        WatchingHost(const TempDir& dir, std::string& log) : mLogDir(dir), mLog(log) {}
-        MessageAnswer showMessage(const std::string& text, MessageIcon icon,
-                                  MessageButtons buttons) override {
-            mLog = mLogDir.read("Errors.Log");
-            return FakeHost::showMessage(text, icon, buttons);
-        }
-
-    private:
-        const TempDir& mLogDir;
-        std::string& mLog;
-    } host(mDir, logWhenShown);
-
-    EXPECT_TRUE(GetFilePaths(mDir.path("missing.txt"), host).empty());
-    ASSERT_EQ(host.messages.size(), 1U);
-    EXPECT_EQ(host.messages[0].text, "File not found");
-    EXPECT_EQ(host.messages[0].buttons, MessageButtons::Ok);
+    mHost.onMessage = [&] { logWhenShown = mDir.read("Errors.Log"); };
+    EXPECT_TRUE(GetFilePaths(mDir.path("missing.txt"), mHost).empty());
+    ASSERT_EQ(mHost.messages.size(), 1U);
+    EXPECT_EQ(mHost.messages[0].text, "File not found");
+    EXPECT_EQ(mHost.messages[0].buttons, MessageButtons::Ok);
     EXPECT_EQ(logWhenShown, "");
     const std::string log = mDir.read("Errors.Log");
     EXPECT_EQ(log.rfind("Error 53 (File not found) in procedure GetFilePaths at Line No. ", 0), 0U);
     EXPECT_NE(log.find(" of Module modBrindle at time- "), std::string::npos) << log;
-    EXPECT_TRUE(GetFilePaths(mDir.path(), host).empty());
-    EXPECT_EQ(host.messages.size(), 2U);
+    EXPECT_TRUE(GetFilePaths(mDir.path(), mHost).empty());
+    EXPECT_EQ(mHost.messages.size(), 2U);
 }
 
 }  // namespace
