@@ -2,18 +2,14 @@
 # SPDX-License-Identifier: MIT
 """Makes each system call of a program that replaces one file fail, and kills it at each.
 
-    fault_sweep.py --old OLD --new NEW [--name NAME] [options] -- COMMAND... {file} ...
-
-COMMAND is run once for every call of the kinds below and every fault, on a fresh copy of OLD,
-whose path stands for {file} ({new} is the path of NEW). After each run the file must hold OLD or
-NEW, whole, with its mode, owner, attributes and access list; a run that reports success must have
-left NEW, one that reports a failure must have left OLD, and no other file may stand beside it. A
-killed run may leave one temporary, which the next run has to remove.
-
     fault_sweep.py --driver PATH
 
-does so with the program of ReplaceFileDriver.cpp, replacing and copying. Needs strace; exits with
-77 (skipped) where it does not work.
+runs the program of ReplaceFileDriver.cpp, replacing and copying, once for every call of the kinds
+below and every fault, on a fresh copy of the old file. After each run the file must hold the old or
+the new content, whole, with its mode, owner, attributes and access list; a run that reports success
+must have left the new one, one that reports a failure the old one, and no other file may stand
+beside it. A killed run may leave one temporary, which the next run has to remove. Needs strace;
+exits with 77 (skipped) where it does not work.
 """
 import argparse
 import collections
@@ -195,28 +191,16 @@ def sweep_driver(driver, base, calls, faults):
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--driver")
-    parser.add_argument("--old")
-    parser.add_argument("--new")
-    parser.add_argument("--name", help="name of the file in the trials; default: that of OLD")
+    parser.add_argument("--driver", required=True)
     parser.add_argument("--calls", default=",".join(CALLS))
     parser.add_argument("--faults", default=",".join(FAULTS))
-    parser.add_argument("command", nargs="*")
     arguments = parser.parse_args()
     if not strace_works():
         print("strace cannot inject faults here")
         return SKIPPED
     calls, faults = arguments.calls.split(","), arguments.faults.split(",")
     with tempfile.TemporaryDirectory(prefix="fault sweep ") as base:
-        if arguments.driver:
-            is_good = sweep_driver(os.path.abspath(arguments.driver), base, calls, faults)
-        elif arguments.command and arguments.old and arguments.new:
-            sweep = Sweep(arguments.command, os.path.abspath(arguments.old),
-                          os.path.abspath(arguments.new),
-                          arguments.name or os.path.basename(arguments.old), base, True)
-            is_good = sweep.all(calls, faults)
-        else:
-            parser.error("give --driver, or --old, --new and a command")
+        is_good = sweep_driver(os.path.abspath(arguments.driver), base, calls, faults)
     return 0 if is_good else 1
 
 
