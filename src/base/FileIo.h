@@ -93,10 +93,11 @@ struct ReplaceOptions {
 // hard links is an Error (Refused) unless in-place writing is allowed, a file without write
 // permission is one (number 70) for every user. Access and modification times become those of
 // the writing. On every failure the original is untouched and the temporary is gone, or else
-// the message names it. Only two cases are weaker: writing in place, where a failure while the
-// bytes are copied leaves a mixture (room is reserved first), and a file system that cannot
-// exchange two names, where a folder that cannot be flushed is reported with the new content
-// already there.
+// the message names it. Only three cases are weaker: writing in place, where a failure while the
+// bytes are copied leaves a mixture (room is reserved first); a file system that cannot exchange
+// two names, where a folder that cannot be flushed is reported with the new content already there;
+// and one where an exchange cannot be undone, when the message names the temporary that is now
+// the old file.
 void replaceFile(const std::string& path, const ReplaceOptions& options,
                  const std::function<void(OutputFile&)>& write,
                  const std::function<void(const std::string& temporary)>& verify = {});

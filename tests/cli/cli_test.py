@@ -97,9 +97,9 @@ class TextOutput(CliTest):
         self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)
 
     def test_control_characters_in_names_do_not_reach_the_terminal(self):
-        self.write("a\n\x1b[1m.csv", column("apple"))
+        self.write("a\n\x1b[1m\u009b\u00e9.csv", column("apple"))
         out = self.call("search", "--find", "apple", ".").out
-        self.assertEqual(out.splitlines()[0], rb"./a\n\x1b[1m.csv")
+        self.assertEqual(out.splitlines()[0], rb"./a\n\x1b[1m\u009b" + "\u00e9.csv".encode())
 
 
 class JsonOutput(CliTest):
@@ -372,6 +372,13 @@ class OutputFailures(CliTest):
             with open("/dev/full", "wb") as full:
                 self.assertEqual(self.call(*arguments, stdout=full).code, 2)
 
+    def test_a_closed_output_is_no_file_of_the_run(self):
+        """The first file that is opened must not get the number of standard output."""
+        run = self.start("replace", "--find", "apple", "--with", "fig", "d", stdin=None,
+                         stdout=None, stderr=None, preexec_fn=lambda: os.closerange(0, 3))
+        self.assertEqual(run.wait(timeout=60), 2)
+        self.assertLess(self.changed(), 300)
+
     def test_a_reader_that_goes_away_ends_the_run_early(self):
         ours, theirs = os.pipe()
         os.close(ours)
@@ -435,6 +442,7 @@ class Projects(CliTest):
                          [{"find": "plum", "with": "fig", "in": "cells", "count": 1}])
 
     def test_what_a_project_needs_must_be_there(self):
+        self.write("a.csv", column("apple"))
         rows = [
             project(self.ENTRIES, StartFolder=self.path("gone")),
             project(self.ENTRIES, IsScanFolder=False,
@@ -442,11 +450,18 @@ class Projects(CliTest):
             project(StartFolder=self.dir),
             project(self.ENTRIES, StartFolder=self.dir, IsGrid=False,
                     LoadsearchFilePath=self.path("gone.csv")),
+            # A list with line ends of this system is one long name.
+            project(self.ENTRIES, IsScanFolder=False,
+                    GetFilenamesFromTextFile=self.write("list.txt", self.path("a.csv") + "\n" +
+                                                        self.path("a.csv"))),
+            # Of the second entry only the name is left.
+            project(self.ENTRIES, StartFolder=self.dir).replace(b"Item2", b"Item3"),
         ]
         for content in rows:
             result = self.run_project(content)
             self.assertEqual(result.code, 2)
             self.assertRegex(result.err, rb"\Atarvello: [^\n]+\n\Z")
+            self.assertEqual(self.read("a.csv"), column("apple").encode())
 
 
 if __name__ == "__main__":

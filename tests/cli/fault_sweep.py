@@ -188,6 +188,26 @@ def sweep_driver(driver, base, calls, faults):
     return is_good
 
 
+def keeps_both_files(driver, base):
+    """The folder cannot be flushed, and the exchange of the names not be undone: the old file must
+    still be there, under a name that the message tells."""
+    old, new = write_samples(base)
+    sweep = Sweep([driver, "replace", "{file}", "{new}"], old, new, "book.xls", base, False)
+    trial = Trial(base, "book.xls", old)
+    result = sweep.run(trial, ["strace", "-o", sweep.trace, "-e", "inject=fsync:error=EIO:when=2",
+                               "-e", "inject=renameat2:error=EIO:when=2"])
+    contents = {}
+    for name in os.listdir(trial.folder):
+        with open(os.path.join(trial.folder, name), "rb") as file:
+            contents[name] = file.read()
+    left = [name for name, content in contents.items() if content == sweep.old_bytes]
+    is_good = (result.returncode == 2 and len(left) == 1 and len(contents) == 2 and
+               contents["book.xls"] == sweep.new_bytes and left[0].encode() in result.stderr)
+    if not is_good:
+        sweep.complain("undoing an exchange", f"{result} leaves {sorted(contents)}")
+    return is_good
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -200,7 +220,9 @@ def main():
         return SKIPPED
     calls, faults = arguments.calls.split(","), arguments.faults.split(",")
     with tempfile.TemporaryDirectory(prefix="fault sweep ") as base:
-        is_good = sweep_driver(os.path.abspath(arguments.driver), base, calls, faults)
+        driver = os.path.abspath(arguments.driver)
+        is_good = keeps_both_files(driver, base)
+        is_good = sweep_driver(driver, base, calls, faults) and is_good
     return 0 if is_good else 1
 
 

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "base/FileIo.h"
+#include "engine/BackupPath.h"
 #include "engine/ListSource.h"
 #include "lang/modINI.h"
 #include "support/ConnectorRun.h"
@@ -77,14 +78,16 @@ TEST(ExcelConnectorRun, runWithoutEntriesStillOpensSavesAndReports) {
 }
 
 TEST(ExcelConnectorRun, startFolderThatIsMissingLeavesNothingToDo) {
-    ConnectorRun run;
-    run.app.CurrentProject.StartFolder = run.dir.path("missing");
-    run.go();
-    EXPECT_TRUE(run.flags.NoFilesToProcess);
-    EXPECT_TRUE(run.reports.empty());
-    EXPECT_EQ(run.linesOf("getFilesCount"), 1u) << run.log();
-    EXPECT_EQ(run.linesOf("getFolders"), 1u);
-    EXPECT_NE(run.log().find("Error 76 ("), std::string::npos);
+    for (const bool named : {true, false}) {
+        ConnectorRun run;
+        run.app.CurrentProject.StartFolder = named ? run.dir.path("missing") : "";
+        run.go();
+        EXPECT_TRUE(run.flags.NoFilesToProcess);
+        EXPECT_TRUE(run.reports.empty());
+        EXPECT_EQ(run.linesOf("getFilesCount"), 1u) << run.log();
+        EXPECT_EQ(run.linesOf("getFolders"), 1u);
+        EXPECT_NE(run.log().find("Error 76 ("), std::string::npos);
+    }
 }
 
 TEST(ExcelConnectorRun, stopLetsTheDocumentInWorkFinish) {
@@ -263,6 +266,13 @@ TEST(ExcelConnectorRun, backupIsMadeBeforeTheDocumentIsOpened) {
     }
 }
 
+TEST(ExcelConnectorRun, backupNeedsFourCharactersOfTheName) {
+    EXPECT_EQ(backupPath("/folder/a.x"), "");
+    EXPECT_EQ(backupPath("a.x"), "");
+    EXPECT_EQ(backupPath("/folder/.xls"), "/folder/.bak");
+    EXPECT_EQ(backupPath("/folder/a.bak"), "");
+}
+
 TEST(ExcelConnectorRun, backupThatCannotBeMadeIsPassedOver) {
     ConnectorRun run;
     FakeBook& book = run.addBook("book.xls");
@@ -286,6 +296,7 @@ TEST(ExcelConnectorRun, originalTimesComeBackWhenAsked) {
                 setTimes(opened, {1700000000, 0}, {1700000001, 0});
             };
             run.app.CurrentProject.KeepTheOriginalFileDate = keep;
+            run.app.CurrentProject.BackupMode = true;  // for which the document is read
             run.flags.isSearchOnly = searchOnly;
             run.go();
             const struct stat status = statusOf(path);
