@@ -73,6 +73,16 @@ const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
     return mPatterns;
 }
 
+void OoxmlDocument::checkMayChange() const {
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "The workbook was saved and takes no more changes");
+    }
+    if (mWorkbook.isSigned) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
+}
+
 bool OoxmlDocument::isChanged() const {
     return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
                                     [](const auto& sheet) { return sheet->isChanged(); });
@@ -129,6 +139,10 @@ void OoxmlDocument::placeStrings() {
 }
 
 void OoxmlDocument::changeCalculation() {
+    const bool areCellsChanged =
+        std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                    [](const auto& sheet) { return sheet->hasCellEdits(); });
+    if (!areCellsChanged) return;
     FormulaCells lost;
     bool hasFormulas = false;
     for (const auto& sheet : mWorksheets) {
@@ -164,7 +178,9 @@ void OoxmlDocument::changeParts() {
         if (!sheet->isChanged()) continue;
         const package::Buffer part = sheet->changedPart();
         if (part.size() > 0) mPackage.replacePart(sheet->entry().partName, part.view());
-        for (const auto& [name, text] : sheet->changedTables()) mPackage.replacePart(name, text);
+        for (const auto& [name, text] : sheet->changedPartsBeside()) {
+            mPackage.replacePart(name, text);
+        }
     }
     if (mStrings.isChanged()) {
         mPackage.replacePart(mStrings.partName(), mStrings.changedPart().view());
@@ -177,7 +193,11 @@ void OoxmlDocument::changeParts() {
 
 void OoxmlDocument::save() {
     if (!isChanged()) return;
-    mIsSaved = true;
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "Document not saved: an earlier attempt failed");
+    }
+    mIsClosedForEdits = true;
     changeParts();
     ReplaceOptions options;
     options.expected = &mPackage.file().status();
@@ -185,6 +205,7 @@ void OoxmlDocument::save() {
     replaceFile(
         mPackage.file().path(), options, [this](OutputFile& out) { mPackage.writeTo(out); },
         [this](const std::string& temporary) { mPackage.verify(temporary); });
+    mIsSaved = true;
 }
 
 }  // namespace brindle::workbook::ooxml

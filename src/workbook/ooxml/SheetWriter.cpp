@@ -12,12 +12,6 @@ namespace brindle::workbook::ooxml {
 
 namespace {
 
-struct Splice {
-    std::uint64_t begin = 0;
-    std::uint64_t end = 0;
-    std::string text;
-};
-
 // The cells that are left of the shared formulas that lose their defining cell.
 class OrphanCollector final : public CellSink {
 public:
@@ -109,31 +103,15 @@ std::vector<Splice> promotions(std::string_view part, const CellTexts& texts,
 
 }  // namespace
 
-package::Buffer changedSheet(std::string_view part, const CellTexts& texts,
-                             const std::vector<const CellEdit*>& edits) {
+std::vector<Splice> changedCells(std::string_view part, const CellTexts& texts,
+                                 const std::vector<const CellEdit*>& edits) {
     std::vector<Splice> splices = promotions(part, texts, edits);
     for (const CellEdit* edit : edits) {
         const std::string_view raw = part.substr(edit->cell.begin, edit->cell.length);
         splices.push_back({edit->cell.begin, edit->cell.begin + edit->cell.length,
                            cellXml(texts.context(), raw, *edit)});
     }
-    std::sort(splices.begin(), splices.end(),
-              [](const Splice& a, const Splice& b) { return a.begin < b.begin; });
-    std::size_t size = part.size();
-    for (const Splice& splice : splices) size += splice.text.size();
-
-    package::Buffer buffer(size);
-    char* out = buffer.data();
-    std::size_t at = 0;
-    for (const Splice& splice : splices) {
-        out = std::copy(part.begin() + static_cast<std::ptrdiff_t>(at),
-                        part.begin() + static_cast<std::ptrdiff_t>(splice.begin), out);
-        out = std::copy(splice.text.begin(), splice.text.end(), out);
-        at = splice.end;
-    }
-    out = std::copy(part.begin() + static_cast<std::ptrdiff_t>(at), part.end(), out);
-    buffer.shrink(static_cast<std::size_t>(out - buffer.data()));
-    return buffer;
+    return splices;
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -6,13 +6,13 @@
 
 #include "workbook/ooxml/CellEdit.h"
 #include "workbook/ooxml/CellTexts.h"
-#include "workbook/package/Inflate.h"
+#include "workbook/ooxml/Splices.h"
 
 namespace brindle::workbook::ooxml {
 
-// The part with the cells of `edits` written anew and all other bytes as they are; except that
-// a shared formula whose defining cell is among the edits moves to the next of its cells.
-package::Buffer changedSheet(std::string_view part, const CellTexts& texts,
-                             const std::vector<const CellEdit*>& edits);
+// The cells of `edits` written anew; and where the defining cell of a shared formula is among
+// them, the next of its cells, to which the definition moves.
+std::vector<Splice> changedCells(std::string_view part, const CellTexts& texts,
+                                 const std::vector<const CellEdit*>& edits);
 
 }  // namespace brindle::workbook::ooxml
