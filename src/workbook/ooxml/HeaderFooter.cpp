@@ -51,8 +51,14 @@ bool isTrue(const XmlScanner& scanner, std::string_view name) {
     return attribute && (attribute->rawValue == "1" || attribute->rawValue == "true");
 }
 
+// Blanks at the ends would be lost on readers that go by the letter.
 const char* spaceAttribute(const PageText& text) {
-    return needsSpacePreserved(xstring(text.raw())) ? " xml:space=\"preserve\"" : "";
+    static constexpr std::string_view kBlanks = " \t\r\n";
+    const std::string whole = xstring(text.raw());
+    const bool hasBlanks =
+        !whole.empty() && (kBlanks.find(whole.front()) != std::string_view::npos ||
+                           kBlanks.find(whole.back()) != std::string_view::npos);
+    return hasBlanks ? " xml:space=\"preserve\"" : "";
 }
 
 }  // namespace
