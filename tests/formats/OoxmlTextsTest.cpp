@@ -627,6 +627,21 @@ TEST(OoxmlTexts, AreRefusedByProtectedSheetsAndSignedWorkbooks) {
     }
 }
 
+TEST(OoxmlTexts, AreNoChangeOnceTheyAreBack) {
+    TempDir dir;
+    WorkbookBuilder book;
+    book.sheet("", "<hyperlinks>" + link("A1", "r:id=\"rId1\"") + "</hyperlinks>" +
+                       pages("<oddHeader>&amp;Lold &quot; old</oddHeader>"))
+        .part(kRelationships, relationshipPart(relationship("rId1", "old%62old")));
+    auto document = openDocument(book.write(dir), {});
+    Worksheet& sheet = document->worksheet(0);
+    for (const std::string text : {"new", "old"}) {
+        sheet.setHyperlinkAddress(0, text + "b" + text);
+        sheet.setPageSection(PageKind::Odd, kLeft, text + " \" " + text);
+        EXPECT_EQ(document->isChanged(), text == "new");
+    }
+}
+
 TEST(OoxmlTexts, CannotBeChangedOnceTheWorkbookIsSaved) {
     TempDir dir;
     const std::string path =

@@ -157,7 +157,11 @@ void HeaderFooter::setSection(PageKind kind, PageSection section, std::string_vi
     if (mEnd == 0 && mPlace == 0 && !text.empty()) {
         throw cannotSet(section, "the worksheet has no content");
     }
-    mTexts[indexOf(kind, section)].text.setSection(section, text);
+    Text& changed = mTexts[indexOf(kind, section)];
+    changed.text.setSection(section, text);
+    // Back to what it was, spelling and all.
+    const PageText original(changed.original);
+    if (changed.text.isSameAs(original)) changed.text = original;
 }
 
 bool HeaderFooter::isChanged() const {

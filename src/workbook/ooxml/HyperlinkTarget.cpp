@@ -106,6 +106,11 @@ Spelling spellingOf(const Parts& parts) {
     return spelling;
 }
 
+// No address, but something made to fill the memory.
+bool isHuge(std::string_view target) {
+    return target.size() > 16 * kLongestTarget;
+}
+
 bool isEscape(std::string_view text) {
     return text.size() >= 3 && hexDigit(text[1]) >= 0 && hexDigit(text[2]) >= 0;
 }
@@ -134,10 +139,12 @@ std::string escaped(std::string_view text, Form form) {
 }  // namespace
 
 std::string shownAddress(std::string_view target) {
-    return spellingOf(partsOf(target)).text();
+    const Parts parts = partsOf(target);
+    return isHuge(target) ? std::string(parts.body) : spellingOf(parts).text();
 }
 
 std::string targetForAddress(std::string_view target, std::string_view address, bool hasLocation) {
+    if (isHuge(target)) throw Error::refused("The address is too long for a hyperlink");
     const Parts old = partsOf(target);
     const Parts wanted = partsOf(address);
     const std::string_view text = address.substr(wanted.prefix.size());

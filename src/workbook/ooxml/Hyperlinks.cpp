@@ -107,7 +107,10 @@ void Hyperlinks::setAddress(std::size_t index, std::string_view address) {
     if (!link.relationship) {
         throw Error::refused("The link leads to a place in the workbook and has no address");
     }
-    std::string target = targetForAddress(link.target, address, link.hasLocation);
+    const std::string& stored = link.relationship->target;
+    std::string target = address == shownAddress(stored)
+                             ? stored  // back to what it was, spelling and all
+                             : targetForAddress(link.target, address, link.hasLocation);
     package::xmlAttributeEscaped(target);  // refuses what the part cannot hold
     link.target = std::move(target);
 }

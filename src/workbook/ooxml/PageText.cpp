@@ -162,6 +162,13 @@ void PageText::setSection(PageSection section, std::string_view text) {
     mRaw = std::move(raw);
 }
 
+bool PageText::isSameAs(const PageText& other) const {
+    for (int column = 0; column < 3; ++column) {
+        if (textOf(mRaw, column) != textOf(other.mRaw, column)) return false;
+    }
+    return true;
+}
+
 Error cannotSet(PageSection section, const char* reason) {
     return Error::refused(std::string("Unable to set the ") +
                           kProperties[static_cast<std::size_t>(section)] +

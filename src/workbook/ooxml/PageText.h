@@ -23,6 +23,8 @@ public:
     // Keeps the stored bytes of the others. Throws Error 1004 when all would be longer than 255
     // characters, or when a code in the new text would run into another section.
     void setSection(PageSection section, std::string_view text);
+    // Whether all sections are, however they are written.
+    bool isSameAs(const PageText& other) const;
 
 private:
     std::string mRaw;

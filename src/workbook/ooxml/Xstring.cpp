@@ -129,6 +129,9 @@ std::string xstringAttributeEscaped(std::string_view text) {
 
 namespace {
 
+// Far beyond the texts that this is for; a spelling takes a multiple of its text.
+constexpr std::size_t kLongestSpelling = 1u << 20;
+
 // How many bytes write the character at the front.
 std::size_t writtenLength(std::string_view raw) {
     if (raw[0] == '&') return std::min(raw.find(';'), raw.size() - 1) + 1;
@@ -142,6 +145,7 @@ std::size_t writtenLength(std::string_view raw) {
 }  // namespace
 
 std::string xstringChanged(std::string_view raw, std::string_view text) {
+    if (raw.size() > kLongestSpelling) return xstringEscaped(text);
     Spelling spelling(raw);
     for (std::string_view rest = raw; !rest.empty();) {
         const std::size_t length = writtenLength(rest);
