@@ -51,7 +51,8 @@ const package::XmlAttribute* relationshipAttribute(const XmlScanner& scanner) {
 std::map<std::string, const Relationship*> byId(const std::vector<Relationship>& all) {
     std::map<std::string, const Relationship*> found;
     for (const Relationship& relationship : all) {
-        const bool isLink = relationship.isExternal && relationship.hasType(kHyperlinkType);
+        const bool isLink = relationship.isExternal && relationship.hasType(kHyperlinkType) &&
+                            !relationship.target.empty();
         found.emplace(relationship.id, isLink ? &relationship : nullptr);
     }
     return found;
