@@ -62,7 +62,8 @@ WorkbookBuilder linkedBook(const std::string& links, const std::string& relation
     WorkbookBuilder book;
     book.sheet("<row r=\"1\"><c r=\"A1\"><f>1+1</f><v>2</v></c></row>",
                "<hyperlinks>" + links + "</hyperlinks>")
-        .part(kRelationships, relationshipPart(relationships));
+        .part(kRelationships, relationshipPart(relationships))
+        .calcChain("<c r=\"A1\" i=\"1\"/>");
     return book;
 }
 
@@ -390,7 +391,8 @@ std::string pages(const std::string& content, const std::string& attributes = ""
 
 WorkbookBuilder pageBook(const std::string& tail) {
     WorkbookBuilder book;
-    book.sheet("<row r=\"1\"><c r=\"A1\"><f>1+1</f><v>2</v></c></row>", tail);
+    book.sheet("<row r=\"1\"><c r=\"A1\"><f>1+1</f><v>2</v></c></row>", tail)
+        .calcChain("<c r=\"A1\" i=\"1\"/>");
     return book;
 }
 
