@@ -301,6 +301,15 @@ def is_inside(place, ranges):
                for sheet, top, left, bottom, right in ranges)
 
 
+def truth_of(corpus):
+    with open(os.path.join(corpus, 'truth.json'), encoding='utf-8') as file:
+        return json.load(file)['files']
+
+
+def is_workbook(name, truth):
+    return name.split('/')[0] in FOLDERS and any(v is True for v in truth['opens'].values())
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument('--tarvello', required=True)
@@ -311,14 +320,11 @@ def main():
     if not arguments.corpus:
         print('skipped: BRINDLE_CORPUS does not name a folder of real workbooks')
         return 77
-    with open(os.path.join(arguments.corpus, 'truth.json'), encoding='utf-8') as file:
-        truth = json.load(file)['files']
+    truth = truth_of(arguments.corpus)
     checker = Checker(arguments)
     try:
         for name in sorted(truth):
-            if name.split('/')[0] not in FOLDERS or arguments.only not in name:
-                continue
-            if not any(value is True for value in truth[name]['opens'].values()):
+            if arguments.only not in name or not is_workbook(name, truth[name]):
                 continue
             checker.check_counts(name, truth[name])
             checker.check_untouched(name)

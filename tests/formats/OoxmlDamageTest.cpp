@@ -7,6 +7,7 @@
 #include <random>
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "support/CellRuns.h"
 #include "support/TempDir.h"
 #include "support/Thrown.h"
@@ -30,11 +31,34 @@ WorkbookBuilder fullBook() {
                R"(</is></c></row><row r="2"><c r="A2"><f t="shared" ref="A2:B2" si="0">)"
                R"(SUM(B1)</f><v>1</v></c><c r="B2"><f t="shared" si="0"/><v>1</v></c>)"
                R"(<c r="C2" t="str"><v>Column &amp;</v></c></row>)",
-               R"(<sheetProtection sheet="0"/>)")
+               R"(<sheetProtection sheet="0"/><hyperlinks><hyperlink ref="A1" r:id="h"/>)"
+               R"(<hyperlink ref="A2" r:id="h" location="B2"/></hyperlinks><headerFooter>)"
+               R"(<oddHeader>&amp;Lleft &amp;&amp;&amp;Rright</oddHeader></headerFooter>)")
         .table("C2:C3", {"Column &amp;"})
         .strings("<si><t>a text</t></si>", R"(count="1" uniqueCount="1")")
         .calcChain(R"(<c r="A2" i="1"/><c r="B2"/>)");
+    const char* const name = "xl/worksheets/_rels/sheet1.xml.rels";
+    std::string relationships = book.parts().at(name);
+    relationships.insert(
+        relationships.find("</"),
+        R"(<Relationship Id="h" Type="http://schemas.openxmlformats.org/officeDocument/2006/)"
+        R"(relationships/hyperlink" Target="../the%20same.xlsx" TargetMode="External"/>)");
+    book.part(name, relationships);
     return book;
+}
+
+void replaceInTexts(Worksheet& sheet, const char* what) {
+    const auto replaced = [&](const std::string& text) {
+        return text::replaceAll(text, what, "7", CaseMode::Exact);
+    };
+    for (std::size_t i = 0; i < sheet.hyperlinkCount(); ++i) {
+        sheet.setHyperlinkAddress(i, replaced(sheet.hyperlinkAddress(i)));
+    }
+    for (int i = 0; i < 6; ++i) {
+        const auto section = static_cast<PageSection>(i);
+        sheet.setPageSection(PageKind::Odd, section,
+                             replaced(sheet.pageSection(PageKind::Odd, section)));
+    }
 }
 
 // A run over the file: it ends with an Error, and then the file is as it was, or is carried out.
@@ -49,6 +73,9 @@ bool survives(const std::string& path) {
         // Refused cells do not keep the others from being saved.
         for (const char* what : {"e", "1", "u"}) {
             thrownBy([&] { replaceAll(*document, part(what), "7"); });
+            for (std::size_t i = 0; i < document->worksheetCount(); ++i) {
+                thrownBy([&] { replaceInTexts(document->worksheet(i), what); });
+            }
         }
         document->save();
     });
@@ -219,6 +246,8 @@ void compareReaders(const std::string& path, int& streamed, int& others) {
         ++streamed;
         EXPECT_TRUE(fast.lines() == general.lines()) << path << " " << name;
         EXPECT_TRUE(fastFrame->text == frame.text) << path << " " << name;
+        const ooxml::SheetFrame alone = ooxml::readSheetFrame(archive, i);
+        EXPECT_TRUE(alone.text == frame.text && alone.cut == frame.cut) << path << " " << name;
     }
 }
 

@@ -73,6 +73,16 @@ const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
     return mPatterns;
 }
 
+void OoxmlDocument::checkMayChange() const {
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "The workbook was saved and takes no more changes");
+    }
+    if (mWorkbook.isSigned) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
+}
+
 bool OoxmlDocument::isChanged() const {
     return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
                                     [](const auto& sheet) { return sheet->isChanged(); });
@@ -129,6 +139,10 @@ void OoxmlDocument::placeStrings() {
 }
 
 void OoxmlDocument::changeCalculation() {
+    const bool areCellsChanged =
+        std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                    [](const auto& sheet) { return sheet->hasCellEdits(); });
+    if (!areCellsChanged) return;
     FormulaCells lost;
     bool hasFormulas = false;
     for (const auto& sheet : mWorksheets) {
@@ -163,7 +177,9 @@ void OoxmlDocument::changeParts() {
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
         sheet->changePart(mPackage);
-        for (const auto& [name, text] : sheet->changedTables()) mPackage.replacePart(name, text);
+        for (const auto& [name, text] : sheet->changedPartsBeside()) {
+            mPackage.replacePart(name, text);
+        }
     }
     if (mStrings.isChanged()) mStrings.changePart(mPackage);
     if (mStyles.isChanged()) {
@@ -199,7 +215,11 @@ bool OoxmlDocument::isReadBack(const package::ZipArchive& written, std::size_t m
 
 void OoxmlDocument::save() {
     if (!isChanged()) return;
-    mIsSaved = true;
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "Document not saved: an earlier attempt failed");
+    }
+    mIsClosedForEdits = true;
     changeParts();
     ReplaceOptions options;
     options.expected = &mPackage.file().status();
@@ -212,6 +232,7 @@ void OoxmlDocument::save() {
                                 return isReadBack(written, member);
                             });
         });
+    mIsSaved = true;
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -31,6 +31,9 @@ public:
     const Package& package() const { return mPackage; }
     const WorkbookPart& workbook() const { return mWorkbook; }
     const OpenOptions& options() const { return mOptions; }
+    // To be called before anything is changed. Throws Error 1004 when the workbook refuses every
+    // change, Error (Internal) when it was saved already: what comes later would be lost.
+    void checkMayChange() const;
     WorkbookTexts& texts() { return mTexts; }
     // The patterns that the next pass over a sheet looks for, `match` among them; the shared
     // strings have been looked through for them. Changes the generation when it changes.
@@ -55,6 +58,7 @@ private:
     PatternSet mPatterns;
     unsigned mGeneration = 0;
     std::size_t mActiveSheet = 0;
+    bool mIsClosedForEdits = false;
     bool mIsSaved = false;
     std::vector<std::unique_ptr<OoxmlWorksheet>> mWorksheets;
 };

@@ -24,6 +24,7 @@ inline constexpr std::string_view kSharedStringsType = "/sharedStrings";
 inline constexpr std::string_view kStylesType = "/styles";
 inline constexpr std::string_view kCalcChainType = "/calcChain";
 inline constexpr std::string_view kTableType = "/table";
+inline constexpr std::string_view kHyperlinkType = "/hyperlink";
 inline constexpr std::string_view kExternalLinkType = "/externalLink";
 inline constexpr std::string_view kSignatureOriginType = "/digital-signature/origin";
 
