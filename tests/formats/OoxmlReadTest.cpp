@@ -99,10 +99,14 @@ const Shown kShown[] = {
      "ab"},
     {"F3", " t=\"inlineStr\"><is/>", ""},
     {"F4", " t=\"str\"><v>text_x0009_constant</v>", "text\tconstant"},
+    {"F5", " t=\"inlineStr\"><is><t>_&#x78;0041_&#95;x0042_</t></is>", "AB"},
     {"G1", "><f>SUM(A1:A2)*2</f><v>4000</v>", "=SUM(A1:A2)*2"},
     {"G2", " t=\"str\"><f>A1&amp;\"x\"</f><v>1000x</v>", "=A1&\"x\""},
     {"G3", "><f>_xlfn.CONCAT(A1,\"_xlfn.\")</f>", "=CONCAT(A1,\"_xlfn.\")"},
     {"G4", "><f>[1]Data!A1</f><v>1</v>", "='C:\\books\\[other one.xlsx]Data'!A1"},
+    {"G6", "><f t=\"shared\" ref=\"G6:G7\" si=\"5\">[1]Data!A1</f>",
+     "='C:\\books\\[other one.xlsx]Data'!A1"},
+    {"G7", "><f t=\"shared\" si=\"5\"/>", "='C:\\books\\[other one.xlsx]Data'!A2"},
     {"G5", " t=\"e\"><f>1/0</f><v>#DIV/0!</v>", "=1/0"},
     {"H1", "><f t=\"shared\" ref=\"H1:I3\" si=\"4\">A1+$B$1+Sheet1!A$1&amp;\"A1\"</f><v>1</v>",
      "=A1+$B$1+Sheet1!A$1&\"A1\""},
@@ -380,6 +384,12 @@ TEST(OoxmlRead, IsNotMisledByTags) {
              "><sheetData><row><c t=\"inlineStr\"><is><t>x</t><!--</is>--></is></c>"
              "</row></sheetData></worksheet>",
          "<sst " + ns + "><si><!--</si>--><t>x</t></si></sst>"},
+        {"end and start tags in comments",
+         "<worksheet " + ns +
+             "><!-- <sheetData><row r=\"3\"><c t=\"s\"><v>0</v></c></row></sheetData> -->"
+             "<sheetData>" +
+             row + "</sheetData></worksheet>",
+         "<sst " + ns + "><si><t>x</t><!--</si><si>--></si></sst>"},
         {"sheet data in an extension",
          "<worksheet " + ns + "><extLst><ext><sheetData>" + row +
              "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",

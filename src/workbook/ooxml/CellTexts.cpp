@@ -129,8 +129,12 @@ void CellTexts::learnFormula(const ScannedCell& cell, const PatternSet& patterns
     const std::string_view type = rawAttribute(cell.formulaAttributes, "t");
     if (const auto index = sharedFormulaIndex(cell)) {
         if (cell.formula.empty() || mShared.count(*index)) return;
-        formula::SharedFormula shared(formulaText(cell), cell.position);
-        const PatternMask possible = patterns.possibleWithLetterRuns(shared.fixedText());
+        const std::string text = formulaText(cell);
+        formula::SharedFormula shared(text, cell.position);
+        // Another workbook is stored as a number and shown by its name.
+        const PatternMask possible = isShownAsStored(text)
+                                         ? patterns.possibleWithLetterRuns(shared.fixedText())
+                                         : ~PatternMask{0};
         mShared.emplace(*index, Shared{std::move(shared), cell.position, possible});
     } else if (type == "array") {
         std::string shown = "=";
