@@ -430,6 +430,8 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
              return names;
          }(),
          "Formula is too long"},
+        {"no character in a formula", oneCell(formula), "A1", part("B1"), "\"\x01\"",
+         "The text contains a character that is not allowed"},
         {"no character", oneCell(textCell("x")), "A1", part("x"), "\xED\xA0\x80", ""},
     };
     TempDir dir;

@@ -124,6 +124,8 @@ CellContent OoxmlWorksheet::enteredFormula(const State& state, std::string newTe
     content.arrayReference = state.content.arrayReference;
     content.formula =
         formula::storedText(shown, state.content.formula, mDocument.texts().externalBooks);
+    // What the part cannot hold is refused here, not when the document is saved.
+    static_cast<void>(package::xmlEscaped(content.formula));
     content.text = "=" + shown;
     return content;
 }
