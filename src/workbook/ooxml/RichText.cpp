@@ -21,8 +21,8 @@ std::string textElement(const std::string& prefix, std::string_view text) {
 
 // The new text of one piece: what of [piece] no span covers, and the replacement for every
 // span that begins in it. `spans` are those that do not end before the piece.
-std::string pieceText(std::string_view text, const TextSpan& piece,
-                      std::span<const TextSpan> spans, std::string_view replacement) {
+std::string pieceText(std::string_view text, const TextSpan& piece, std::span<const TextSpan> spans,
+                      std::string_view replacement) {
     std::string out;
     std::size_t at = piece.begin;
     for (const TextSpan& span : spans) {
