@@ -404,6 +404,10 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
             "relationships/digital-signature/origin\" Target=\"_xmlsignatures/origin.sigs\"/>"
             "<Relationship Id=\"main\"");
     const std::string formula = "<c r=\"A1\"><f>SUM(B1)</f><v>1</v></c>";
+    const std::string ns = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    WorkbookBuilder odd;
+    odd.rawSheet("<x:worksheet xmlns:x=\"" + ns + "\"><x:sheetData><row xmlns=\"" + ns +
+                 "\"><c r=\"A1\" t=\"str\"><v>x</v></c></row></x:sheetData></x:worksheet>");
     const Refusal rows[] = {
         {"first of an array", oneCell(array), "A1", part("C1"), "E1",
          "You cannot change part of an array"},
@@ -430,6 +434,7 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
              return names;
          }(),
          "Formula is too long"},
+        {"a namespace of the row", odd, "A1", part("x"), "y", "The cell is written in a form"},
         {"no character in a formula", oneCell(formula), "A1", part("B1"), "\"\x01\"",
          "The text contains a character that is not allowed"},
         {"no character", oneCell(textCell("x")), "A1", part("x"), "\xED\xA0\x80", ""},

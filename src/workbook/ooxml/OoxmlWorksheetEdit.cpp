@@ -19,12 +19,12 @@ void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match
     const Candidate* found = index.find(position);
     if (!found) return;
     const Candidate cell = *found;
-    const State state = stateOf(cell);
-    const std::vector<TextSpan> spans = match.spans(state.content.text);
-    if (spans.empty()) return;
-    std::string newText = replaceSpans(state.content.text, spans, replacement);
-    if (newText == state.content.text) return;
     try {
+        const State state = stateOf(cell);
+        const std::vector<TextSpan> spans = match.spans(state.content.text);
+        if (spans.empty()) return;
+        std::string newText = replaceSpans(state.content.text, spans, replacement);
+        if (newText == state.content.text) return;
         checkMayChange(cell);
         keep(cell, state, entered(state, cell, match, replacement, std::move(newText)));
     } catch (Error& error) {
