@@ -83,6 +83,8 @@ const Entering kEntered[] = {
      "<c r=\"A1\" s=\"0\" t=\"inlineStr\"><is><t>z axxb</t></is></c>", "z axxb"},
     {"sign in front of a name", textCell("a*b axxb"), part("a~*b"), "-",
      "<c r=\"A1\" s=\"0\"><f>- axxb</f></c>", "=- axxb"},
+    {"sign in front of a sheet that is not there", textCell("x-No!a"), part("x"), "",
+     "<c r=\"A1\" s=\"0\" t=\"inlineStr\"><is><t>-No!a</t></is></c>", "-No!a"},
     {"shortest run", textCell("x (y) z (w)"), part("(*)"), "",
      "<c r=\"A1\" s=\"0\" t=\"inlineStr\"><is><t xml:space=\"preserve\">x  z </t></is></c>",
      "x  z "},

@@ -64,7 +64,15 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     context.date1904 = mDocument.texts().date1904;
     context.currentYear = mDocument.options().currentYear;
     EnteredCell result = recogniseEntry(newText, context);
-    if (result.kind == Kind::Formula) return enteredFormula(state, std::move(result.text));
+    if (result.kind == Kind::Formula) {
+        try {
+            return enteredFormula(state, std::move(result.text));
+        } catch (const Error&) {
+            if (newText.front() == '=') throw;
+            // With a sign in front it is no formula either, so it is a text.
+            result.kind = Kind::Text;
+        }
+    }
     CellContent content;
     if (result.kind == Kind::Text) content = enteredText(state, match, replacement, newText);
     // Last of what may refuse, so that a refused cell keeps its column's name.
