@@ -162,6 +162,8 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         {"cell out of range", withSheet("r=\"C2\"", "r=\"XFE2\""), damaged, kSheet},
         {"no sheet", fullBook().withoutPart(kSheet), damaged, kSheet},
         {"no strings", fullBook().part(kStringsPart, "<sst>"), damaged, kStringsPart},
+        {"one part for two sheets", fullBook().sheet("").inAllParts(
+         "worksheets/sheet2.xml\"/>", "worksheets/sheet1.xml\"/>"), damaged, kMain},
         {"bad styles", fullBook().part("xl/styles.xml", "<styleSheet"), damaged, "xl/styles.xml"},
         {"no workbook", fullBook().withoutPart(kMain), unsupported, ""},
         {"another document", fullBook().part(kMain, "<document/>"), unsupported, kMain},

@@ -61,6 +61,8 @@ const Entering kEntered[] = {
     {"tilde", text("a*b axxb"), part("a~*b"), "z", text("z axxb"), "z axxb"},
     {"sign in front of a name", text("a*b axxb"), part("a~*b"), "-", R"( s="0"><f>- axxb</f>)",
      "=- axxb"},
+    {"sign in front of a sheet that is not there", text("x-No!a"), part("x"), "", text("-No!a"),
+     "-No!a"},
     {"shortest run", text("x (y) z (w)"), part("(*)"), "",
      R"( s="0" t="inlineStr"><is><t xml:space="preserve">x  z </t></is>)", "x  z "},
     {"text into number", text("007"), part("0"), "", R"( s="0"><v>7</v>)", "7"},
@@ -335,6 +337,10 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
     const std::string isWrong = "The formula you typed contains an error";
     std::string names = "B1";
     for (int i = 0; i < 2800; ++i) names += "+B1";
+    const std::string ns = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+    WorkbookBuilder odd;
+    odd.rawSheet("<x:worksheet xmlns:x=\"" + ns + "\"><x:sheetData><row xmlns=\"" + ns +
+                 R"("><c r="A1" t="str"><v>x</v></c></row></x:sheetData></x:worksheet>)");
     WorkbookBuilder locked;
     const struct {
         const char* name;
@@ -360,6 +366,9 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
         {"long text", oneText("x" + std::string(32767, 'y')), "A1", part("x"), "xx", ""},
         {"long formula", oneRow(a1("><f>B1&amp;\"" + std::string(250, 'a') + "\"</f>")), "A1",
          part("B1"), names, "Formula is too long"},
+        {"a namespace of the row", odd, "A1", part("x"), "y", "The cell is written in a form"},
+        {"no character in a formula", oneRow(formula), "A1", part("B1"), "\"\x01\"",
+         "The text contains a character that is not allowed"},
         {"no character", oneText("x"), "A1", part("x"), "\xED\xA0\x80", ""},
     };
     TempDir dir;

@@ -71,10 +71,14 @@ const Shown kShown[] = {
      "</is>", "ab"},
     {"F3", R"( t="inlineStr"><is/>)", ""},
     {"F4", R"( t="str"><v>text_x0009_constant</v>)", "text\tconstant"},
+    {"F5", R"( t="inlineStr"><is><t>_&#x78;0041_&#95;x0042_</t></is>)", "AB"},
     {"G1", "><f>SUM(A1:A2)*2</f><v>4000</v>", "=SUM(A1:A2)*2"},
     {"G2", R"( t="str"><f>A1&amp;"x"</f><v>1000x</v>)", R"(=A1&"x")"},
     {"G3", R"(><f>_xlfn.CONCAT(A1,"_xlfn.")</f>)", R"(=CONCAT(A1,"_xlfn."))"},
     {"G4", "><f>[1]Data!A1</f><v>1</v>", "='C:\\books\\[other one.xlsx]Data'!A1"},
+    {"G6", R"(><f t="shared" ref="G6:G7" si="5">[1]Data!A1</f>)",
+     "='C:\\books\\[other one.xlsx]Data'!A1"},
+    {"G7", R"(><f t="shared" si="5"/>)", "='C:\\books\\[other one.xlsx]Data'!A2"},
     {"G5", R"( t="e"><f>1/0</f><v>#DIV/0!</v>)", "=1/0"},
     {"H1", R"(><f t="shared" ref="H1:I3" si="4">A1+$B$1+Sheet1!A$1&amp;"A1"</f><v>1</v>)",
      R"(=A1+$B$1+Sheet1!A$1&"A1")"},
@@ -345,6 +349,12 @@ TEST(OoxmlRead, IsNotMisledByTags) {
          strings("<si><t><![CDATA[</si>x]]></t></si>")},
         {"end tags in comments", inlined("<t>x</t><!--</is>-->"),
          strings("<si><!--</si>--><t>x</t></si>")},
+        {"end and start tags in comments",
+         "<worksheet " + ns +
+             "><!-- <sheetData><row r=\"3\"><c t=\"s\"><v>0</v></c></row></sheetData> -->"
+             "<sheetData>" +
+             row + "</sheetData></worksheet>",
+         strings("<si><t>x</t><!--</si><si>--></si>")},
         {"sheet data in an extension",
          "<worksheet " + ns + "><extLst><ext><sheetData>" + row +
              "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/CellTexts.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 
 #include "base/Error.h"
 #include "workbook/ooxml/IsoDate.h"
@@ -14,6 +14,9 @@
 namespace brindle::workbook::ooxml {
 
 namespace {
+
+// Bytes; 8,192 characters and the prefixes of stored names take less.
+constexpr std::size_t kLongestShared = 65536;
 
 bool holdsCharacter(std::string_view text, char c) {
     return !text.empty() && std::memchr(text.data(), c, text.size()) != nullptr;
@@ -116,21 +119,25 @@ void CellTexts::restart() {
 }
 
 void CellTexts::learn(const ScannedCell& cell, const PatternSet& patterns) {
-    if (cell.hasFormula) {
-        mHasFormulas = true;
-        if (!cell.formulaAttributes.empty()) learnFormula(cell, patterns);
-    }
-    while (!mOpenBlocks.empty() && mBlocks[mOpenBlocks.front()].range.lastRow < cell.position.row) {
-        mOpenBlocks.erase(mOpenBlocks.begin());
-    }
+    if (!cell.hasFormula) return;
+    mHasFormulas = true;
+    if (!cell.formulaAttributes.empty()) learnFormula(cell, patterns);
 }
 
 void CellTexts::learnFormula(const ScannedCell& cell, const PatternSet& patterns) {
     const std::string_view type = rawAttribute(cell.formulaAttributes, "t");
     if (const auto index = sharedFormulaIndex(cell)) {
         if (cell.formula.empty() || mShared.count(*index)) return;
-        formula::SharedFormula shared(formulaText(cell), cell.position);
-        const PatternMask possible = patterns.possibleWithLetterRuns(shared.fixedText());
+        const std::string text = formulaText(cell);
+        // It is made anew for each of its cells.
+        if (text.size() > kLongestShared) {
+            throw Error::damaged("A shared formula is longer than a formula can be");
+        }
+        formula::SharedFormula shared(text, cell.position);
+        // Another workbook is stored as a number and shown by its name.
+        const PatternMask possible = isShownAsStored(text)
+                                         ? patterns.possibleWithLetterRuns(shared.fixedText())
+                                         : ~PatternMask{0};
         mShared.emplace(*index, Shared{std::move(shared), cell.position, possible});
     } else if (type == "array") {
         std::string shown = "=";
@@ -149,12 +156,22 @@ void CellTexts::learnBlock(const ScannedCell& cell, std::string shown, bool isDa
         range->firstRow == range->lastRow && range->firstColumn == range->lastColumn;
     // A formula in a block of one cell is entered like any other; a what-if table never is.
     if (isOneCell && !isDataTable) return;
+    // Blocks do not overlap: the defining cell stands in no other.
+    if (openBlockAt(cell.position)) return;
     const PatternMask mask = patterns.matching(shown);
-    mOpenBlocks.push_back(mBlocks.size());
+    mOpenBlocks[range->firstColumn] = mBlocks.size();
     mBlocks.push_back({*range, std::move(shown), isDataTable, mask});
-    std::sort(mOpenBlocks.begin(), mOpenBlocks.end(), [this](std::size_t a, std::size_t b) {
-        return mBlocks[a].range.lastRow < mBlocks[b].range.lastRow;
-    });
+}
+
+// Of blocks that do not overlap, the next one to the left is the only one that can hold a cell.
+const FormulaBlock* CellTexts::openBlockAt(CellPosition position) {
+    for (auto behind = mOpenBlocks.upper_bound(position.column); behind != mOpenBlocks.begin();) {
+        const auto open = std::prev(behind);
+        const FormulaBlock& block = mBlocks[open->second];
+        if (block.range.lastRow >= position.row) return block.holds(position) ? &block : nullptr;
+        behind = mOpenBlocks.erase(open);
+    }
+    return nullptr;
 }
 
 const FormulaBlock* CellTexts::blockAt(CellPosition position) const {
@@ -235,10 +252,13 @@ void CellTexts::appendNumber(std::string& out, const ScannedCell& cell) const {
 }
 
 std::string CellTexts::textOf(const ScannedCell& cell) {
+    const FormulaBlock* block = blockAt(cell.position);
+    return block ? block->shown : ownText(cell);
+}
+
+// The text of a cell outside of every block.
+std::string CellTexts::ownText(const ScannedCell& cell) {
     std::string out;
-    if (const FormulaBlock* block = mBlocks.empty() ? nullptr : blockAt(cell.position)) {
-        return block->shown;
-    }
     if (cell.hasFormula) {
         appendFormula(out, cell);
         return out;
@@ -293,9 +313,7 @@ PatternMask CellTexts::stringMask(const ScannedCell& cell) const {
 }
 
 PatternMask CellTexts::maskOf(const ScannedCell& cell, const PatternSet& patterns) {
-    for (const std::size_t open : mOpenBlocks) {
-        if (mBlocks[open].holds(cell.position)) return mBlocks[open].mask;
-    }
+    if (const FormulaBlock* block = openBlockAt(cell.position)) return block->mask;
     if (cell.hasFormula) return formulaMask(cell, patterns);
     switch (cell.type) {
         case CellType::SharedString:
@@ -305,15 +323,15 @@ PatternMask CellTexts::maskOf(const ScannedCell& cell, const PatternSet& pattern
             return numberMask(cell, patterns);
         case CellType::Boolean: {
             const PatternMask among = patterns.possible(TextClass::Boolean);
-            return among == 0 ? 0 : patterns.matching(textOf(cell), among);
+            return among == 0 ? 0 : patterns.matching(ownText(cell), among);
         }
         case CellType::Error: {
             const PatternMask among = patterns.possible(TextClass::Error);
-            return among == 0 ? 0 : patterns.matching(textOf(cell), among);
+            return among == 0 ? 0 : patterns.matching(ownText(cell), among);
         }
         case CellType::String:
         case CellType::InlineString:
-            return patterns.matching(textOf(cell));
+            return patterns.matching(ownText(cell));
     }
     return 0;
 }

@@ -65,6 +65,8 @@ public:
     bool hasBlocks() const { return !mBlocks.empty(); }
     // The block of several cells that `position` belongs to; null for none.
     const FormulaBlock* blockAt(CellPosition position) const;
+    // The same for the cell learnt last and those behind it.
+    const FormulaBlock* openBlockAt(CellPosition position);
     // Whether any cell holds a formula.
     bool hasFormulas() const { return mHasFormulas; }
     // Stored text of a shared formula at a cell (without "="), if `index` was learnt.
@@ -81,6 +83,7 @@ private:
     void learnFormula(const ScannedCell& cell, const PatternSet& patterns);
     void learnBlock(const ScannedCell& cell, std::string shown, bool isDataTable,
                     const PatternSet& patterns);
+    std::string ownText(const ScannedCell& cell);
     void appendFormula(std::string& out, const ScannedCell& cell) const;
     void appendShown(std::string& out, std::string_view stored) const;
     void appendNumber(std::string& out, const ScannedCell& cell) const;
@@ -91,7 +94,7 @@ private:
     FragmentContext mContext;
     std::unordered_map<std::uint32_t, Shared> mShared;
     std::vector<FormulaBlock> mBlocks;
-    std::vector<std::size_t> mOpenBlocks;  // those that rows to come may still touch
+    std::map<std::int32_t, std::size_t> mOpenBlocks;  // the last one at each first column
     bool mHasFormulas = false;
     std::string mScratch;
 };

@@ -9,9 +9,6 @@ namespace brindle::workbook::ooxml {
 
 namespace {
 
-// Days between the two date systems.
-constexpr double kDays1904 = 1462;
-
 // Exactly `digits` digits at the start of `text`, which then is behind them.
 bool takeNumber(std::string_view& text, std::size_t digits, int& value) {
     if (text.size() < digits) return false;
@@ -64,7 +61,7 @@ std::optional<double> serialOfIsoDate(std::string_view text, bool date1904) {
     if (text.size() >= 10 && text[4] == '-') {
         const auto date = takeDate(text);
         if (!date) return std::nullopt;
-        serial = *date - (date1904 ? kDays1904 : 0);
+        serial = *date - (date1904 ? kDaysFrom1900To1904 : 0);
         if (text.empty()) return serial;
         if (!take(text, 'T')) return std::nullopt;
     }

@@ -99,8 +99,20 @@ void OoxmlWorksheet::withScanned(const Candidate& candidate, const Use& use) {
     std::string piece = "<" + prefix + "sheetData><" + prefix + "row>";
     piece += part().substr(candidate.begin, candidate.length);
     piece += "</" + prefix + "row></" + prefix + "sheetData>";
-    OneCell<Use> sink(candidate.position, use);
-    scanSheetText(mTexts->context().wrapped(piece), sink);
+    bool isTold = false;
+    const auto tell = [&](const ScannedCell& cell) {
+        isTold = true;
+        use(cell);
+    };
+    OneCell<decltype(tell)> sink(candidate.position, tell);
+    try {
+        scanSheetText(mTexts->context().wrapped(piece), sink);
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Damaged) throw;
+        isTold = false;
+    }
+    // Cut out of its row, it lacks a namespace that is declared between it and the root.
+    if (!isTold) throw Error::refused("The cell is written in a form that cannot be changed");
 }
 
 OoxmlWorksheet::State OoxmlWorksheet::stateOf(const Candidate& candidate) {

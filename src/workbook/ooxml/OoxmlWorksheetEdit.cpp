@@ -19,12 +19,12 @@ void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match
     const Candidate* found = index.find(position);
     if (!found) return;
     const Candidate cell = *found;
-    const State state = stateOf(cell);
-    const std::vector<TextSpan> spans = match.spans(state.content.text);
-    if (spans.empty()) return;
-    std::string newText = replaceSpans(state.content.text, spans, replacement);
-    if (newText == state.content.text) return;
     try {
+        const State state = stateOf(cell);
+        const std::vector<TextSpan> spans = match.spans(state.content.text);
+        if (spans.empty()) return;
+        std::string newText = replaceSpans(state.content.text, spans, replacement);
+        if (newText == state.content.text) return;
         checkMayChange(cell);
         keep(cell, state, entered(state, cell, match, replacement, std::move(newText)));
     } catch (Error& error) {
@@ -62,7 +62,15 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     context.date1904 = mDocument.texts().date1904;
     context.currentYear = mDocument.options().currentYear;
     EnteredCell result = recogniseEntry(newText, context);
-    if (result.kind == Kind::Formula) return enteredFormula(state, std::move(result.text));
+    if (result.kind == Kind::Formula) {
+        try {
+            return enteredFormula(state, std::move(result.text));
+        } catch (const Error&) {
+            if (newText.front() == '=') throw;
+            // With a sign in front it is no formula either, so it is a text.
+            result.kind = Kind::Text;
+        }
+    }
     CellContent content;
     if (result.kind == Kind::Text) content = enteredText(state, match, replacement, newText);
     // Last of what may refuse, so that a refused cell keeps its column's name.
@@ -122,6 +130,8 @@ CellContent OoxmlWorksheet::enteredFormula(const State& state, std::string newTe
     content.arrayReference = state.content.arrayReference;
     content.formula =
         formula::storedText(shown, state.content.formula, mDocument.texts().externalBooks);
+    // What the part cannot hold is refused here, not when the document is saved.
+    static_cast<void>(package::xmlEscaped(content.formula));
     content.text = "=" + shown;
     return content;
 }

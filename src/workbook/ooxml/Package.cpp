@@ -175,10 +175,12 @@ const std::vector<Relationship>& Package::relationships(std::string_view partNam
 
 const Relationship* Package::relationshipById(std::string_view partName,
                                               std::string_view id) const {
-    for (const Relationship& relationship : relationships(partName)) {
-        if (relationship.id == id) return &relationship;
-    }
-    return nullptr;
+    const std::vector<Relationship>& list = relationships(partName);
+    const auto [ids, isNew] = mRelationshipIds.try_emplace(std::string(partName));
+    // The first of two that have the same id counts.
+    for (std::size_t i = 0; isNew && i < list.size(); ++i) ids->second.emplace(list[i].id, i);
+    const auto found = ids->second.find(std::string(id));
+    return found == ids->second.end() ? nullptr : &list[found->second];
 }
 
 const Relationship* Package::relationshipByType(std::string_view partName,

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/FileIo.h"
@@ -93,6 +94,9 @@ private:
     std::unique_ptr<InputFile> mFile;
     std::unique_ptr<package::ZipArchive> mArchive;
     mutable std::map<std::string, std::vector<Relationship>, std::less<>> mRelationships;
+    // Places in these lists, by id; made when first asked for.
+    mutable std::map<std::string, std::unordered_map<std::string, std::size_t>, std::less<>>
+        mRelationshipIds;
     std::map<std::size_t, Change> mChanges;  // by member
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "workbook/ooxml/Xstring.h"
 
@@ -19,13 +20,13 @@ std::string textElement(const std::string& prefix, std::string_view text) {
 }
 
 // The new text of one piece: what of [piece] no span covers, and the replacement for every
-// span that begins in it.
-std::string pieceText(std::string_view text, const TextSpan& piece,
-                      const std::vector<TextSpan>& spans, std::string_view replacement) {
+// span that begins in it. `spans` are those that do not end before the piece.
+std::string pieceText(std::string_view text, const TextSpan& piece, std::span<const TextSpan> spans,
+                      std::string_view replacement) {
     std::string out;
     std::size_t at = piece.begin;
     for (const TextSpan& span : spans) {
-        if (span.end <= piece.begin || span.begin >= piece.end) continue;
+        if (span.begin >= piece.end) break;
         const std::size_t begin = std::max(span.begin, piece.begin);
         out += text.substr(at, begin - at);
         if (span.begin >= piece.begin) out += replacement;
@@ -104,8 +105,9 @@ void RichText::parse(const FragmentContext& context) {
         const bool runEnds =
             token == XmlToken::EndElement && scanner.depth() == 2 && scanner.localName() == "r";
         if (runEnds) {
-            for (Piece& known : mPieces) {
-                if (known.run.begin == piece.run.begin) known.run.end = scanner.end() - shift;
+            for (auto known = mPieces.rbegin();
+                 known != mPieces.rend() && known->run.begin == piece.run.begin; ++known) {
+                known->run.end = scanner.end() - shift;
             }
         }
     }
@@ -127,11 +129,13 @@ std::string RichText::replaced(const std::vector<TextSpan>& spans,
     };
     std::vector<Change> changes;
     for (const TextSpan& phonetic : mPhonetic) changes.push_back({phonetic, {}});
+    std::span<const TextSpan> left(spans);
     for (std::size_t i = 0; i < mPieces.size(); ++i) {
         const Piece& piece = mPieces[i];
+        while (!left.empty() && left.front().end <= piece.text.begin) left = left.subspan(1);
         const std::string_view before =
             std::string_view(mText).substr(piece.text.begin, piece.text.end - piece.text.begin);
-        const std::string after = pieceText(mText, piece.text, spans, replacement);
+        const std::string after = pieceText(mText, piece.text, left, replacement);
         if (after == before) continue;
         if (after.empty()) {
             // A run without text goes as a whole.

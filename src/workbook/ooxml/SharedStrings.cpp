@@ -132,16 +132,20 @@ std::optional<FragmentContext> walkPlainPart(PartWindow& window, const Take& tak
     return isPlain ? std::optional(std::move(context)) : std::nullopt;
 }
 
+// Throws Error (Damaged) when the content is not well-formed, as where the end tag that was found
+// stands in a comment.
+void checkItem(const FragmentContext& context, std::string_view content) {
+    const auto single = RichText::singleText(content);
+    if (!single || !isVerbatim(*single)) static_cast<void>(RichText(context, content));
+}
+
 }  // namespace
 
 bool isReadableStringPart(const package::ZipArchive& archive, std::size_t member) {
     try {
         PartWindow window(archive, member);
         const auto check = [](const FragmentContext& context, std::string_view content,
-                              std::uint64_t) {
-            const auto single = RichText::singleText(content);
-            if (!single || !isVerbatim(*single)) static_cast<void>(RichText(context, content));
-        };
+                              std::uint64_t) { checkItem(context, content); };
         return walkPlainPart(window, check).has_value();
     } catch (const Error& error) {
         if (error.kind() != ErrorKind::Damaged) throw;
@@ -185,8 +189,10 @@ std::optional<std::vector<SharedStrings::ItemRange>> SharedStrings::plainItems(
     std::vector<ItemRange> items;
     PartWindow window(text);
     try {
-        const bool isPlain = keepContext(walkPlainPart(
-            window, [&](const FragmentContext&, std::string_view content, std::uint64_t offset) {
+        const bool isPlain =
+            keepContext(walkPlainPart(window, [&](const FragmentContext& context,
+                                                  std::string_view content, std::uint64_t offset) {
+                checkItem(context, content);
                 items.push_back({offset, offset + content.size(), false});
             }));
         if (!isPlain || items.empty()) return std::nullopt;
@@ -313,7 +319,8 @@ void SharedStrings::changePart(Package& package) {
     if (!added.empty()) {
         splices.push_back({isEmpty ? mAppendAt - 2 : mAppendAt, mAppendAt, std::move(added)});
     }
-    package.changePart(mPartName, *mText, std::move(splices));
+    // Without counts there may be nothing to change.
+    if (!splices.empty()) package.changePart(mPartName, *mText, std::move(splices));
 }
 
 }  // namespace brindle::workbook::ooxml

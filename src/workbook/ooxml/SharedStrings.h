@@ -51,7 +51,9 @@ public:
     std::uint32_t add(const std::string& content);
     // How the number of cells that use shared strings changed.
     void countReferences(long long difference) { mReferenceDifference += difference; }
-    bool isChanged() const { return !mItemEdits.empty() || !mAdded.empty(); }
+    bool isChanged() const {
+        return !mItemEdits.empty() || !mAdded.empty() || mReferenceDifference != 0;
+    }
     // Puts the changes into the part.
     void changePart(Package& package);
 

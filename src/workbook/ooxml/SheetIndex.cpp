@@ -28,7 +28,8 @@ void SheetIndex::cell(const ScannedCell& cell) {
     candidate.begin = cell.begin;
     candidate.length = static_cast<std::uint32_t>(cell.end - cell.begin);
     candidate.style = cell.style;
-    if (cell.type == CellType::SharedString && !cell.hasFormula && !mTexts.blockAt(cell.position)) {
+    if (cell.type == CellType::SharedString && !cell.hasFormula &&
+        !mTexts.openBlockAt(cell.position)) {
         candidate.sharedString = sharedStringIndex(cell);
     }
     if (!mCandidates.empty() && !(mCandidates.back().position < cell.position)) mIsOrdered = false;

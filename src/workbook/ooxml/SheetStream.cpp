@@ -455,14 +455,15 @@ std::optional<std::string> readHead(PartWindow& window) {
     }
 }
 
-// Checks that the frame is well-formed and that its names mean what the fast walk took them for.
-bool isPlainFrame(std::string_view text) {
+// Checks that the frame is well-formed and that what the fast walk took for the start tag of
+// sheetData, which ends at `headSize`, is one.
+bool isPlainFrame(std::string_view text, std::size_t headSize) {
     XmlScanner scanner(text);
     bool isPlain = false;
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
-        if (token == XmlToken::StartElement && scanner.depth() == 2 &&
-            scanner.qualifiedName() == "sheetData") {
-            isPlain = isMainNamespace(scanner.namespaceUri());
+        if (token == XmlToken::StartElement && scanner.end() == headSize) {
+            isPlain = scanner.depth() == 2 && scanner.qualifiedName() == "sheetData" &&
+                      isMainNamespace(scanner.namespaceUri());
         }
     }
     return isPlain;
@@ -477,7 +478,7 @@ std::optional<SheetFrame> frameAround(std::string head, PartWindow& window) {
     frame.cut = head.size();
     frame.text = std::move(head);
     frame.text += window.view();
-    if (!isPlainFrame(frame.text)) return std::nullopt;
+    if (!isPlainFrame(frame.text, frame.cut)) return std::nullopt;
     return frame;
 }
 

@@ -15,6 +15,7 @@ using package::XmlToken;
 namespace {
 
 constexpr int kFirstCustomFormat = 164;
+constexpr int kLastCustomFormat = 1 << 30;  // of those that new ones are counted on from
 
 int intAttribute(const XmlScanner& scanner, std::string_view name, int missing) {
     const auto* attribute = scanner.attribute(name);
@@ -91,7 +92,7 @@ int StyleSheet::formatId(std::string_view formatCode) {
     int next = kFirstCustomFormat;
     for (const auto& [id, code] : mFormatCodes) {
         if (code == formatCode) return id;
-        next = std::max(next, id + 1);
+        if (id < kLastCustomFormat) next = std::max(next, id + 1);
     }
     mFormatCodes.emplace(next, formatCode);
     mNewFormats.emplace_back(next, formatCode);

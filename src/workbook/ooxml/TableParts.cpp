@@ -14,6 +14,8 @@ using package::XmlToken;
 
 namespace {
 
+constexpr std::size_t kLongestName = 255;  // UTF-16 units
+
 std::string attributeText(const XmlScanner& scanner, std::string_view name) {
     const auto* attribute = scanner.attribute(name);
     return attribute ? withoutXstringEscapes(package::xmlAttributeText(attribute->rawValue))
@@ -28,6 +30,22 @@ std::string bracketed(std::string_view name) {
         out += c;
     }
     return out + "]";
+}
+
+// Adds every [...] of a part's text that holds no other one, in folded case.
+void addBracketed(std::string_view text, std::set<std::string>& names) {
+    constexpr std::size_t kNone = std::string_view::npos;
+    std::size_t begin = kNone;
+    for (std::size_t at = text.find('['); at < text.size(); ++at) {
+        if (text[at] == '[') {
+            begin = at;
+        } else if (text[at] == ']' && begin != kNone) {
+            names.insert(text::fold(text.substr(begin, at + 1 - begin)));
+            begin = kNone;
+        } else if (text[at] == '\'' && begin != kNone) {
+            ++at;
+        }
+    }
 }
 
 bool holdsFormulas(const std::string& memberName) {
@@ -78,26 +96,32 @@ bool TableParts::isHeaderCell(CellPosition position) const {
     return tableAt(position) != kNone;
 }
 
-void TableParts::refuseWhenUsed(const std::string& column) const {
-    const TextFinder finder(package::xmlEscaped(bracketed(column)), CaseMode::Folded);
+const std::set<std::string>& TableParts::bracketedNames() {
+    if (mBracketed) return *mBracketed;
+    std::set<std::string> names;
     for (std::size_t i = 0; i < mPackage.archive().members().size(); ++i) {
         if (!holdsFormulas(mPackage.archive().members()[i].name)) continue;
-        if (finder.isIn(PartText(mPackage.archive().read(i)).view())) {
-            throw Error::refused("Cannot rename a table column that formulas refer to");
-        }
+        addBracketed(PartText(mPackage.archive().read(i)).view(), names);
     }
+    return mBracketed.emplace(std::move(names));
 }
 
 void TableParts::rename(CellPosition position, const std::string& name) {
     Table& table = mTables[tableAt(position)];
     const auto index = static_cast<std::size_t>(position.column - table.range.firstColumn);
     if (name.empty()) throw Error::refused("The header cell of a table cannot be empty");
+    if (text::lengthUtf16(name) > kLongestName) {
+        throw Error::refused("The header cell of a table cannot hold more than 255 characters");
+    }
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
         if (i != index && text::equals(table.columns[i], name, CaseMode::Folded)) {
             throw Error::refused("The table has another column of that name");
         }
     }
-    refuseWhenUsed(table.oldColumns[index]);
+    if (bracketedNames().count(
+            text::fold(package::xmlEscaped(bracketed(table.oldColumns[index]))))) {
+        throw Error::refused("Cannot rename a table column that formulas refer to");
+    }
     table.columns[index] = name;
 }
 

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,10 +36,13 @@ private:
     };
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
     std::size_t tableAt(CellPosition position) const;  // index of the table, or kNone
-    void refuseWhenUsed(const std::string& column) const;
+    // What stands in brackets anywhere in the workbook's formulas, as stored and in folded case.
+    // Made when first asked for: it takes a look into every part.
+    const std::set<std::string>& bracketedNames();
 
     const Package& mPackage;
     std::vector<Table> mTables;
+    std::optional<std::set<std::string>> mBracketed;
 };
 
 }  // namespace brindle::workbook::ooxml

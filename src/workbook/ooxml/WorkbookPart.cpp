@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <set>
 
 #include "base/Error.h"
 #include "workbook/ooxml/OoxmlNames.h"
@@ -15,6 +16,17 @@ using package::XmlScanner;
 using package::XmlToken;
 
 namespace {
+
+// Changes to one of them would be lost under those to the other.
+void checkDistinctParts(const WorkbookPart& workbook) {
+    std::set<std::string> parts;
+    for (const SheetEntry& sheet : workbook.sheets) {
+        if (sheet.partName.empty()) continue;
+        if (!parts.insert(package::normalisedMemberName(sheet.partName)).second) {
+            throw Error::damaged("Two sheets of the workbook are the same part");
+        }
+    }
+}
 
 Error notAWorkbook(const char* what) {
     return {ErrorKind::Unsupported, error_number::kApplicationDefined, what};
@@ -144,6 +156,7 @@ WorkbookPart readWorkbookPart(const Package& package) {
             }
             if (isMainNamespace(scanner.namespaceUri())) readElement(package, scanner, workbook);
         }
+        checkDistinctParts(workbook);
     } catch (Error& error) {
         throw error.inMember(workbook.partName);
     }

@@ -106,11 +106,13 @@ std::string withoutXstringEscapes(std::string text) {
 }
 
 void appendXstring(std::string& out, std::string_view raw) {
-    if (raw.find("_x") == std::string_view::npos) {
-        package::appendXmlText(out, raw);
-    } else {
-        out += withoutXstringEscapes(package::xmlText(raw));
-    }
+    const std::size_t begin = out.size();
+    package::appendXmlText(out, raw);
+    // Looked for behind the expansion: a reference may stand for a part of an escape.
+    if (out.find("_x", begin) == std::string::npos) return;
+    const std::string expanded = out.substr(begin);
+    out.resize(begin);
+    out += withoutXstringEscapes(expanded);
 }
 
 std::string xstring(std::string_view raw) {

@@ -21,6 +21,8 @@ constexpr std::size_t kScratch = 256 * 1024;
 constexpr std::size_t kMostInput = std::numeric_limits<uInt>::max() / 2;
 // Packing everything at once is faster per byte than packing piece by piece.
 constexpr std::uint64_t kWorthPercent = 60;
+constexpr std::uint64_t kFewBlocks = 64;
+constexpr std::uint64_t kSmallBlock = 1024;
 
 struct Block {
     std::uint64_t bitBegin = 0;
@@ -54,7 +56,8 @@ private:
     z_stream mStream{};
 };
 
-// The blocks of a stream that unpacks to `size` bytes.
+// The blocks of a stream that unpacks to `size` bytes; none when they are so many that they would
+// not pay, and might be there to fill the memory.
 std::vector<Block> blocksOf(std::string_view compressed, std::uint64_t size) {
     // zlib because it is the one library that stops between blocks and tells where.
     Inflater stream;
@@ -78,6 +81,7 @@ std::vector<Block> blocksOf(std::string_view compressed, std::uint64_t size) {
         const auto unusedBits = static_cast<std::uint64_t>(stream->data_type & 7);
         block.bitEnd = stream->total_in * 8 - unusedBits;
         block.end = stream->total_out;
+        if (blocks.size() > kFewBlocks + size / kSmallBlock) return {};
         blocks.push_back(block);
         block.bitBegin = block.bitEnd;
         block.begin = block.end;
@@ -119,7 +123,8 @@ public:
 
     // The bits [begin, end) of `source`.
     void append(std::string_view source, std::uint64_t begin, std::uint64_t end);
-    // Whole bytes; the bits before them are filled up with zeros by the caller's stream.
+    // For whole bytes behind the bits; a stream that goes on within the last byte takes it out
+    // and writes it anew.
     std::vector<char>& bytes() { return mBytes; }
     unsigned usedBits() const { return mUsed; }
     unsigned char lastByte() const { return static_cast<unsigned char>(mBytes.back()); }
@@ -260,10 +265,6 @@ void measure(PackedText& packed, std::string_view text, const std::vector<TextCh
         packed.crc = crc32(piece, packed.crc);
     });
 }
-
-}  // namespace
-
-namespace {
 
 // Whether looking for blocks can be worth it, by the size that blocks usually have.
 bool isWorthLooking(std::string_view text, const std::vector<TextChange>& changes) {

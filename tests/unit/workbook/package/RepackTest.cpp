@@ -174,6 +174,9 @@ TEST(RepackTest, LeavesItToOthers) {
     const std::string stored = packedByZlib(noise(1'000'000), 0, Z_DEFAULT_STRATEGY, 0);
     EXPECT_FALSE(repacked(stored, noise(1'000'000), {{1, 2, "x"}}, 6));
 
+    const std::string inCrumbs = packedByZlib(text, 6, Z_DEFAULT_STRATEGY, 400);
+    EXPECT_FALSE(repacked(inCrumbs, text, {{1, 2, "x"}}, 6));
+
     for (const std::string& damaged : {packed.substr(0, packed.size() / 2),
                                        packedByZlib(text + "more", 6, Z_DEFAULT_STRATEGY, 0)}) {
         EXPECT_THROW(repacked(damaged, text, {{1, 2, "x"}}, 6), Error);
