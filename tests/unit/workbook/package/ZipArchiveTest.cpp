@@ -13,6 +13,7 @@
 #include <random>
 
 #include "base/Error.h"
+#include "base/FileIo.h"
 #include "support/TempDir.h"
 #include "unit/workbook/package/ZipBuilder.h"
 #include "workbook/package/ZipRecords.h"
