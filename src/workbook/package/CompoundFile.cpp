@@ -32,7 +32,8 @@ struct CompoundFile::Contents {
         if (entry.type != CompoundEntry::Type::Stream || entry.size == 0) return;
         try {
             const std::uint32_t start = directory.start(entry.id);
-            chains[index] = isMini(entry) ? sectors.takeMini(start) : sectors.take(start);
+            chains[index] = isMini(entry) ? sectors.takeMini(start, entry.size)
+                                          : sectors.take(start, entry.size);
             sectors.requireWhole(ranges(index));
         } catch (Error& error) {
             throw error.inMember(text::fromUtf16(entry.name));

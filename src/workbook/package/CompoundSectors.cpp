@@ -19,7 +19,7 @@ constexpr std::uint16_t kLittleEndianMark = 0xFFFE;
     throw Error::damaged("The header of the compound file is broken");
 }
 [[noreturn]] void failChain() {
-    throw Error::damaged("The sectors of the compound file do not form a chain");
+    throw Error::damaged("A stream of the compound file has fewer sectors than it needs");
 }
 [[noreturn]] void failCut() {
     throw Error::damaged("The compound file is cut off");
@@ -32,17 +32,6 @@ void append(std::vector<Range>& ranges, std::uint64_t offset, std::uint64_t leng
     } else {
         ranges.push_back({offset, length});
     }
-}
-
-// The chain from `first` on through `table`, each unit taken once.
-template <typename Take>
-Chain follow(const std::vector<std::uint32_t>& table, std::uint32_t first, const Take& take) {
-    Chain chain;
-    for (std::uint32_t at = first; at != kEndOfChain; at = table[at]) {
-        take(at);
-        chain.push_back(at);
-    }
-    return chain;
 }
 
 }  // namespace
@@ -86,6 +75,7 @@ void Sectors::readHeader() {
 
 // Makes a sector somebody's.
 void Sectors::own(std::uint32_t sector) {
+    if (sector == kEndOfChain) failChain();
     if (sector >= mIsOwned.size()) {
         throw Error::damaged("A sector of the compound file lies outside of it");
     }
@@ -142,8 +132,7 @@ std::vector<std::uint32_t> Sectors::readTable(const Chain& chain, std::uint32_t 
 
 void Sectors::readMiniFat(std::uint32_t rootStart, std::uint64_t rootSize) {
     if (rootSize == 0) return;
-    mMiniStream = take(rootStart);
-    if (rootSize > std::uint64_t{mMiniStream.size()} << mShift) failChain();
+    mMiniStream = take(rootStart, rootSize);
     if (headerNumber(header::kMiniFatSectors) != 0) {
         mMiniFatChain = take(headerNumber(header::kFirstMiniFat));
     }
@@ -154,21 +143,39 @@ void Sectors::readMiniFat(std::uint32_t rootStart, std::uint64_t rootSize) {
 }
 
 Chain Sectors::take(std::uint32_t first) {
-    return follow(mFat, first, [this](std::uint32_t sector) { own(sector); });
+    Chain chain;
+    for (std::uint32_t at = first; at != kEndOfChain; at = mFat[at]) {
+        own(at);
+        chain.push_back(at);
+    }
+    return chain;
 }
 
-Chain Sectors::takeMini(std::uint32_t first) {
-    return follow(mMiniFat, first, [this](std::uint32_t sector) {
-        if (sector >= mIsMiniOwned.size()) failChain();
-        if (mIsMiniOwned[sector]) {
+Chain Sectors::take(std::uint32_t first, std::uint64_t size) {
+    Chain chain;
+    std::uint32_t at = first;
+    for (std::uint64_t left = unitsFor(size, mShift); left > 0; --left, at = mFat[at]) {
+        own(at);
+        chain.push_back(at);
+    }
+    return chain;
+}
+
+Chain Sectors::takeMini(std::uint32_t first, std::uint64_t size) {
+    Chain chain;
+    std::uint32_t at = first;
+    for (std::uint64_t left = unitsFor(size, mMiniShift); left > 0; --left, at = mMiniFat[at]) {
+        if (at >= mIsMiniOwned.size()) failChain();
+        if (mIsMiniOwned[at]) {
             throw Error::damaged("A mini sector of the compound file is used twice");
         }
-        mIsMiniOwned[sector] = true;
-    });
+        mIsMiniOwned[at] = true;
+        chain.push_back(at);
+    }
+    return chain;
 }
 
 std::vector<Range> Sectors::ranges(const Chain& chain, std::uint64_t size) const {
-    if (size > std::uint64_t{chain.size()} << mShift) failChain();
     std::vector<Range> ranges;
     for (std::size_t i = 0; size > 0; ++i) {
         const std::uint64_t length = std::min(size, sectorSize());
@@ -179,7 +186,6 @@ std::vector<Range> Sectors::ranges(const Chain& chain, std::uint64_t size) const
 }
 
 std::vector<Range> Sectors::miniRanges(const Chain& chain, std::uint64_t size) const {
-    if (size > std::uint64_t{chain.size()} << mMiniShift) failChain();
     std::vector<Range> ranges;
     for (std::size_t i = 0; size > 0; ++i) {
         const std::uint64_t length = std::min(size, std::uint64_t{1} << mMiniShift);

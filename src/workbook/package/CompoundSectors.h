@@ -48,7 +48,11 @@ public:
     // The sectors from `first` to the end of their chain, which then belong to the caller: a
     // sector that belongs to somebody already is an Error (Damaged).
     Chain take(std::uint32_t first);
-    Chain takeMini(std::uint32_t first);
+    // The sectors, or mini sectors, that `size` bytes take. What their chain goes on with is not
+    // looked at: some programs do not end the chain of the mini stream, which then runs into the
+    // next stream.
+    Chain take(std::uint32_t first, std::uint64_t size);
+    Chain takeMini(std::uint32_t first, std::uint64_t size);
 
     // Where the first `size` bytes of a chain stand in the file. The chain holds them.
     std::vector<Range> ranges(const Chain& chain, std::uint64_t size) const;
