@@ -135,10 +135,11 @@ std::string resolveTarget(std::string_view sourcePart, std::string_view target) 
     return result;
 }
 
-Package::Package(std::unique_ptr<InputFile> file) : mFile(std::move(file)) {
+Package::Package(std::unique_ptr<InputFile> file, const std::string& password)
+    : mFile(std::move(file), password) {
     package::ZipLimits limits;
     limits.ratio = kHighestRatio;
-    mArchive = std::make_unique<package::ZipArchive>(*mFile, limits);
+    mArchive = std::make_unique<package::ZipArchive>(mFile.package(), limits);
 }
 
 std::size_t Package::memberOf(std::string_view partName) const {
@@ -272,7 +273,7 @@ void Package::writeTo(OutputFile& out) {
         }
         edits.push_back(std::move(edit));
     }
-    mArchive->writeTo(out, std::move(edits));
+    mFile.write(out, [&](ByteSink& sink) { mArchive->writeTo(sink, std::move(edits)); });
 }
 
 void Package::verify(const std::string& path) const {
@@ -281,8 +282,8 @@ void Package::verify(const std::string& path) const {
                     "Document not saved: the written file did not read back as it was meant")
             .inMember(member);
     };
-    const InputFile written(path);
-    const package::ZipArchive archive(written);
+    const auto written = mFile.reopened(path);
+    const package::ZipArchive archive(written->package());
     std::size_t kept = 0;
     for (std::size_t i = 0; i < mArchive->members().size(); ++i) {
         const package::ZipMember& old = mArchive->members()[i];

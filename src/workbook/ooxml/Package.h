@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "workbook/ooxml/PackageFile.h"
 #include "workbook/package/ZipArchive.h"
 
 namespace brindle::workbook::ooxml {
@@ -42,11 +42,11 @@ private:
 
 class Package {
 public:
-    // `file` stays open for the life of the package.
-    explicit Package(std::unique_ptr<InputFile> file);
+    // `file` stays open for the life of the package. Throws Error as PackageFile and ZipArchive.
+    explicit Package(std::unique_ptr<InputFile> file, const std::string& password = {});
 
     const package::ZipArchive& archive() const { return *mArchive; }
-    const InputFile& file() const { return *mFile; }
+    const InputFile& file() const { return mFile.file(); }
 
     bool hasPart(std::string_view partName) const { return mArchive->find(partName).has_value(); }
     // Index of a part in the archive. Throws Error (Damaged) when it is missing.
@@ -66,7 +66,7 @@ public:
     void removePart(std::string_view partName, std::string_view owner);
     bool hasChanges() const { return !mChanges.empty(); }
     void writeTo(OutputFile& out);
-    // Reads a written package back: same members, checksums, changed parts as they were meant
+    // Reads a written file back: same members, checksums, changed parts as they were meant
     // and well-formed. Throws Error (Internal).
     void verify(const std::string& path) const;
 
@@ -81,7 +81,7 @@ private:
     void removeContentType(std::string_view partName);
     std::string currentText(std::string_view partName) const;
 
-    std::unique_ptr<InputFile> mFile;
+    PackageFile mFile;
     std::unique_ptr<package::ZipArchive> mArchive;
     mutable std::map<std::string, std::vector<Relationship>, std::less<>> mRelationships;
     std::map<std::size_t, Change> mChanges;  // by member
