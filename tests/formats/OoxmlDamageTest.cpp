@@ -199,8 +199,7 @@ TEST(OoxmlProbe, GoesByContent) {
         const auto document = openDocument(fullBook().write(dir, name), {});
         EXPECT_EQ(document->worksheet(0).name(), "Sheet1");
     }
-    for (const char* content :
-         {"", "a,b", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "PK\x07\x08", "<Workbook/>"}) {
+    for (const char* content : {"", "a,b", "PK\x07\x08", "<Workbook/>"}) {
         SCOPED_TRACE(content);
         const auto error = test::thrownBy([&] { openDocument(dir.write("b.xlsx", content), {}); });
         ASSERT_TRUE(error.has_value());

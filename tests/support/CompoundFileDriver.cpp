@@ -38,14 +38,13 @@ void list(const CompoundFile& file) {
     for (std::size_t i = 0; i < file.entries().size(); ++i) {
         const CompoundEntry& entry = file.entries()[i];
         const bool isStream = entry.type == CompoundEntry::Type::Stream;
-        std::printf("%u %d %d %s %s %u %llu %llu %llu %u\n", entry.id,
-                    static_cast<int>(entry.parent), static_cast<int>(entry.type),
-                    hexadecimal(file.path(i)).c_str(),
-                    hexadecimal({entry.classId.data(), entry.classId.size()}).c_str(),
-                    entry.stateBits, static_cast<unsigned long long>(entry.created),
-                    static_cast<unsigned long long>(entry.modified),
-                    static_cast<unsigned long long>(entry.size),
-                    isStream ? crc32(file.read(i).view()) : 0);
+        std::printf(
+            "%u %d %d %s %s %u %llu %llu %llu %u\n", entry.id, static_cast<int>(entry.parent),
+            static_cast<int>(entry.type), hexadecimal(file.path(i)).c_str(),
+            hexadecimal({entry.classId.data(), entry.classId.size()}).c_str(), entry.stateBits,
+            static_cast<unsigned long long>(entry.created),
+            static_cast<unsigned long long>(entry.modified),
+            static_cast<unsigned long long>(entry.size), isStream ? crc32(file.read(i).view()) : 0);
     }
 }
 

@@ -29,6 +29,7 @@ public:
     const std::string& bytes() const { return mBytes; }
     std::uint32_t start(std::uint32_t id) const { return number(id, entry::kStart); }
     std::uint64_t size(std::uint32_t id) const;
+    std::u16string name(std::uint32_t id) const;
 
     // --- changes ----------------------------------------------------------------------------
     void setStream(std::uint32_t id, std::uint32_t start, std::uint64_t size);
@@ -45,7 +46,6 @@ private:
     char* at(std::uint32_t id) { return mBytes.data() + id * entry::kSize; }
     std::uint32_t number(std::uint32_t id, std::size_t field) const;
     void setNumber(std::uint32_t id, std::size_t field, std::uint32_t value);
-    std::u16string name(std::uint32_t id) const;
     CompoundEntry entryOf(std::uint32_t id, std::uint32_t parent) const;
 
     std::string mBytes;

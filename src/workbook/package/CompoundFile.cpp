@@ -78,15 +78,15 @@ std::optional<std::size_t> CompoundFile::childOf(std::uint32_t storage,
 }
 
 std::optional<std::size_t> CompoundFile::find(std::string_view path) const {
+    if (path.empty()) return 0;
     std::size_t index = 0;
-    while (!path.empty()) {
+    for (;;) {
         const std::size_t slash = path.find('/');
         const auto child = childOf(entries()[index].id, text::toUtf16(path.substr(0, slash)));
-        if (!child) return std::nullopt;
+        if (!child || slash == std::string_view::npos) return child;
         index = *child;
-        path.remove_prefix(slash == std::string_view::npos ? path.size() : slash + 1);
+        path.remove_prefix(slash + 1);
     }
-    return index;
 }
 
 std::string CompoundFile::path(std::size_t index) const {

@@ -162,7 +162,11 @@ void CompoundWriter::remove(std::size_t index) {
 }
 
 void CompoundWriter::add(std::uint32_t storage, std::u16string_view name, std::string_view bytes) {
-    const bool isAllowed = !name.empty() && name.size() <= entry::kLongestName &&
+    const std::vector<std::uint32_t>& siblings = childrenOf(storage);
+    const bool isTaken = std::any_of(siblings.begin(), siblings.end(), [&](std::uint32_t id) {
+        return compareNames(mDirectory.name(id), name) == 0;
+    });
+    const bool isAllowed = !isTaken && !name.empty() && name.size() <= entry::kLongestName &&
                            name.find_first_of(u"/\\:!") == std::u16string_view::npos;
     if (!isAllowed) {
         throw Error(ErrorKind::Argument, error_number::kInvalidArgument,
