@@ -23,7 +23,7 @@ void require(bool condition) {
 // So many rounds would be all that the fuzzer does.
 bool takesLong(const std::string& description) {
     static const std::regex rounds("spinCount *= *[\"'] *\\+?0*([1-9][0-9]{3,})");
-    return std::regex_search(description, rounds);
+    return description.find("&#") != std::string::npos || std::regex_search(description, rounds);
 }
 
 void checkRoundTrip(const EncryptionInfo& info) {
@@ -31,11 +31,10 @@ void checkRoundTrip(const EncryptionInfo& info) {
     const std::string password = "secret";
     std::string stream(EncryptionInfo::kSizeField, '\0');
     stream += package;
-    // Never what opens it: the key is that of another document.
-    const std::string key(64, 'k');
+    const std::string key(32, 'k');
     std::string description;
     try {
-        description = info.encrypt(password, key.substr(0, 32), stream);
+        description = info.encrypt(password, key, stream);
     } catch (const Error&) {
         return;
     }

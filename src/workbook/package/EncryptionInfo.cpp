@@ -98,6 +98,10 @@ public:
         const std::string key = mDescriptor.hasOtherKeys()
                                     ? std::string(oldKey)
                                     : crypto::randomBytes(fresh.data.keySize());
+        if (key.size() != fresh.data.keySize()) {
+            throw Error(ErrorKind::Argument, error_number::kInvalidArgument,
+                        "The key has another size than the cipher needs");
+        }
         crypto::renew(fresh, password, key);
         const auto package = filledUp(stream, crypto::blockSize(fresh.data.algorithm));
         crypto::encryptSegments(fresh.data, key, package);

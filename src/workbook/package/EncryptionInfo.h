@@ -29,7 +29,9 @@ public:
     // The way back. `stream` holds kSizeField bytes and the package, and becomes the stream
     // EncryptedPackage. Returns the stream EncryptionInfo for it: algorithms, sizes and rounds
     // as here, with new salts, verifiers and checksums. The key is new as well, unless others than
-    // the password hold it too (certificates, say): `oldKey` stays then, so that they still can.
+    // the password hold it too (certificates, say): `oldKey` (from
+    // unlock()) stays then, so that they still can. Throws Error (Argument) for one of another
+    // size.
     virtual std::string encrypt(std::string_view password, std::string_view oldKey,
                                 std::string& stream) const = 0;
 
