@@ -34,6 +34,11 @@ void append(std::vector<Range>& ranges, std::uint64_t offset, std::uint64_t leng
     }
 }
 
+// What follows the last unit of a chain was not looked at, but it must not be given out again.
+void keep(std::vector<std::uint32_t>& table, const Chain& chain) {
+    if (!chain.empty() && table[chain.back()] == kFree) table[chain.back()] = kEndOfChain;
+}
+
 }  // namespace
 
 Sectors::Sectors(const ByteSource& source) : mSource(source) {
@@ -55,8 +60,9 @@ void Sectors::readHeader() {
     if (!mHeader.starts_with(kSignature)) failHeader();
     mVersion = number(header::kMajorVersion);
     if (mVersion != 3 && mVersion != 4) {
-        throw Error(ErrorKind::Unsupported, error_number::kApplicationDefined,
-                    "The compound file has an unknown version");
+        throw Error(
+            ErrorKind::Unsupported, error_number::kApplicationDefined,
+            "The file is not in a recognizable format: a compound file of an unknown version");
     }
     mShift = number(header::kSectorShift);
     mMiniShift = number(header::kMiniSectorShift);
@@ -158,6 +164,7 @@ Chain Sectors::take(std::uint32_t first, std::uint64_t size) {
         own(at);
         chain.push_back(at);
     }
+    keep(mFat, chain);
     return chain;
 }
 
@@ -172,6 +179,7 @@ Chain Sectors::takeMini(std::uint32_t first, std::uint64_t size) {
         mIsMiniOwned[at] = true;
         chain.push_back(at);
     }
+    keep(mMiniFat, chain);
     return chain;
 }
 

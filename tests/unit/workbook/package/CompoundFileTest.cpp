@@ -241,6 +241,11 @@ TEST(CompoundFile, AcceptsHarmlessDamage) {
              while (b.number(b.fatEntryAt(at)) != kEnd) at = b.number(b.fatEntryAt(at));
              b.set(b.fatEntryAt(at), b.number(b.entryAt("Workbook") + 116));
          }},
+        {"the last sector of a stream is free",
+         [](BuiltCompound& b) {
+             b.set(b.fatEntryAt(b.number(b.entryAt("VBA/module") + 116) + 9000 / 512), kFree);
+             b.set(b.miniFatEntryAt(b.number(b.entryAt("below") + 116) + 4095 / 64), kFree);
+         }},
         {"the table does not know itself",
          [](BuiltCompound& b) { b.set(b.fatEntryAt(b.fatSectors[0]), kFree); }},
     };
