@@ -64,7 +64,27 @@ def formulas(root):
         yield from file.read().splitlines()
 
 
+def compound_files(corpus):
+    for folder in ('xls', 'xlt', 'xls-biff5', 'encrypted', 'corrupt'):
+        yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
+
+
+def descriptions(root):
+    """Descriptions of encryption with their packages; the password is "password"."""
+    sys.path.insert(0, os.path.join(root, 'tests/cli'))
+    import office_crypto
+    agile, standard = office_crypto.Agile, office_crypto.Standard
+    others = '<keyEncryptor uri="other"><c:encryptedKey/></keyEncryptor>'
+    for how in (agile(), agile(bits=128, hash='SHA1'), agile('DES', 64, 'MD5'),
+                agile('3DES', 192, 'SHA256', 'ChainingModeCFB'), agile(others=others),
+                agile(integrity=False), standard(), standard(256)):
+        how.password, how.rounds = 'password', 10
+        yield b'|||'.join(how.write(b'package ' * 700))
+
+
 def seeds_of(target, corpus, root):
+    if target.startswith('EncryptionInfo'):
+        return descriptions(root)
     if target.startswith('Formula'):
         return formulas(root)
     if target.startswith('Language'):
@@ -74,6 +94,8 @@ def seeds_of(target, corpus, root):
         return ()
     if target.startswith('TextFormat'):
         return files(corpus, TEXT)
+    if target.startswith('CompoundFile'):
+        return compound_files(corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
     if target.startswith('SharedStrings'):

@@ -196,8 +196,7 @@ TEST(OoxmlProbe, GoesByContent) {
         const auto document = openDocument(fullBook().write(dir, name), {});
         EXPECT_EQ(document->worksheet(0).name(), "Sheet1");
     }
-    for (const char* content :
-         {"", "a,b", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "PK\x07\x08", "<Workbook/>"}) {
+    for (const char* content : {"", "a,b", "PK\x07\x08", "<Workbook/>"}) {
         SCOPED_TRACE(content);
         EXPECT_EQ(kindOf([&] { openDocument(dir.write("b.xlsx", content), {}); }),
                   ErrorKind::Unsupported);

@@ -33,7 +33,7 @@ StyleSheet readStyles(const Package& package, const std::string& partName) {
 
 OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
     : mOptions(options),
-      mPackage(std::move(file)),
+      mPackage(std::move(file), options.password),
       mWorkbook(readWorkbookPart(mPackage)),
       mStyles(readStyles(mPackage, partOfType(mPackage, mWorkbook, kStylesType))),
       mStrings(mPackage, partOfType(mPackage, mWorkbook, kSharedStringsType)),
@@ -52,7 +52,17 @@ OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions&
 }
 
 ReadOnlyReason OoxmlDocument::readOnlyReason() const {
-    return workbook::readOnlyReason(mPackage.file().path());
+    const ReadOnlyReason reason = workbook::readOnlyReason(mPackage.file().path());
+    if (reason != ReadOnlyReason::None) return reason;
+    return isReserved() ? ReadOnlyReason::WriteReserved : ReadOnlyReason::None;
+}
+
+bool OoxmlDocument::isReserved() const {
+    if (!mIsReserved) {
+        mIsReserved =
+            !mWorkbook.reservation.allows(mOptions.writeResPassword, mOptions.ansiCodePage);
+    }
+    return *mIsReserved;
 }
 
 const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
@@ -219,6 +229,7 @@ void OoxmlDocument::save() {
         throw Error(ErrorKind::Internal, error_number::kInternal,
                     "Document not saved: an earlier attempt failed");
     }
+    if (isReserved()) throw Error::refused("Writing the workbook is reserved by another password");
     mIsClosedForEdits = true;
     changeParts();
     ReplaceOptions options;

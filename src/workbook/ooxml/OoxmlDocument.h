@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ public:
     unsigned generation() const { return mGeneration; }
 
 private:
+    bool isReserved() const;
     void placeStrings();
     bool placeInPlace(std::uint32_t index, const std::vector<CellEdit*>& edits,
                       std::size_t references);
@@ -60,6 +62,7 @@ private:
     std::size_t mActiveSheet = 0;
     bool mIsClosedForEdits = false;
     bool mIsSaved = false;
+    mutable std::optional<bool> mIsReserved;  // once asked: the answer takes its time
     std::vector<std::unique_ptr<OoxmlWorksheet>> mWorksheets;
 };
 

@@ -140,10 +140,11 @@ std::string resolveTarget(std::string_view sourcePart, std::string_view target) 
     return result;
 }
 
-Package::Package(std::unique_ptr<InputFile> file) : mFile(std::move(file)) {
+Package::Package(std::unique_ptr<InputFile> file, const std::string& password)
+    : mFile(std::move(file), password) {
     package::ZipLimits limits;
     limits.ratio = kHighestRatio;
-    mArchive = std::make_unique<package::ZipArchive>(*mFile, limits);
+    mArchive = std::make_unique<package::ZipArchive>(mFile.package(), limits);
 }
 
 std::size_t Package::memberOf(std::string_view partName) const {
@@ -217,7 +218,7 @@ bool Package::isTooLong(std::size_t member, const Change& change) const {
     const package::ZipMember& old = mArchive->members()[member];
     if (old.method != kDeflated) return false;
     const std::uint64_t longer = change.size > old.size ? change.size - old.size : 0;
-    const std::uint64_t tolerance = std::max(old.compressedSize / 50, mFile->size() / 100);
+    const std::uint64_t tolerance = std::max(old.compressedSize / 50, file().size() / 100);
     return change.compressed.size() > old.compressedSize + longer + tolerance;
 }
 
@@ -306,7 +307,7 @@ void Package::writeTo(OutputFile& out) {
         }
         edits.push_back(std::move(edit));
     }
-    mArchive->writeTo(out, std::move(edits));
+    mFile.write(out, [&](ByteSink& sink) { mArchive->writeTo(sink, std::move(edits)); });
 }
 
 void Package::verify(const std::string& path, const PartReader& read) const {
@@ -315,8 +316,8 @@ void Package::verify(const std::string& path, const PartReader& read) const {
                     "Document not saved: the written file did not read back as it was meant")
             .inMember(member);
     };
-    const InputFile written(path);
-    const package::ZipArchive archive(written);
+    const auto written = mFile.reopened(path);
+    const package::ZipArchive archive(written->package());
     std::size_t kept = 0;
     for (std::size_t i = 0; i < mArchive->members().size(); ++i) {
         const package::ZipMember& old = mArchive->members()[i];

@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "workbook/ooxml/PackageFile.h"
 #include "workbook/ooxml/Splices.h"
 #include "workbook/package/ZipArchive.h"
 
@@ -45,11 +45,11 @@ private:
 
 class Package {
 public:
-    // `file` stays open for the life of the package.
-    explicit Package(std::unique_ptr<InputFile> file);
+    // `file` stays open for the life of the package. Throws Error as PackageFile and ZipArchive.
+    explicit Package(std::unique_ptr<InputFile> file, const std::string& password = {});
 
     const package::ZipArchive& archive() const { return *mArchive; }
-    const InputFile& file() const { return *mFile; }
+    const InputFile& file() const { return mFile.file(); }
 
     bool hasPart(std::string_view partName) const { return mArchive->find(partName).has_value(); }
     // Index of a part in the archive. Throws Error (Damaged) when it is missing.
@@ -74,8 +74,8 @@ public:
     // Reads a member of a written package to its end and checks that it is well-formed; false
     // when it cannot do so with that member. Throws Error (Damaged).
     using PartReader = std::function<bool(const package::ZipArchive& written, std::size_t member)>;
-    // Reads a written package back: same members, checksums, changed parts as they were meant
-    // and well-formed. `read` may know a faster way than the general one. Throws Error (Internal,
+    // Reads a written file back: same members, checksums, changed parts as they were meant and
+    // well-formed. `read` may know a faster way than the general one. Throws Error (Internal,
     // Damaged).
     void verify(const std::string& path, const PartReader& read) const;
 
@@ -91,7 +91,7 @@ private:
     void removeContentType(std::string_view partName);
     std::string currentText(std::string_view partName) const;
 
-    std::unique_ptr<InputFile> mFile;
+    PackageFile mFile;
     std::unique_ptr<package::ZipArchive> mArchive;
     mutable std::map<std::string, std::vector<Relationship>, std::less<>> mRelationships;
     // Places in these lists, by id; made when first asked for.

@@ -12,6 +12,7 @@
 #include <random>
 
 #include "base/Error.h"
+#include "base/FileIo.h"
 #include "support/Archives.h"
 #include "support/TempDir.h"
 #include "support/Thrown.h"
