@@ -96,6 +96,8 @@ const Entering kEntered[] = {
     {"one-cell array", R"( cm="1"><f t="array" aca="1" ref="A1">SUM(B1:B2*2)</f><v>1</v>)",
      part("2*2"), "3*2", R"( cm="1"><f t="array" ref="A1" aca="1">SUM(B1:B3*2)</f>)",
      "=SUM(B1:B3*2)"},
+    {"sheet that is there", "><f>sheet1!B1+1</f>", part("+1"), "+2", "><f>sheet1!B1+2</f>",
+     "=sheet1!B1+2"},
     {"column of a table that was there", "><f>SUM(T[a])+1</f>", part("+1"), "+2",
      "><f>SUM(T[a])+2</f>", "=SUM(T[a])+2"},
     {"always calculated", R"(><f ca="1">NOW()+1</f><v>1</v>)", part("1"), "2",
