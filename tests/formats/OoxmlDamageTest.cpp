@@ -158,6 +158,7 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         {"invalid UTF-8", withSheet("line", "\xC3\x28"), damaged, kSheet},
         {"unbalanced", withSheet("</row>", "</rom>"), damaged, kSheet},
         {"bad reference", withSheet("&amp;", "&nbsp;"), damaged, kSheet},
+        {"row zero", withSheet("r=\"2\"", "r=\"0\""), damaged, kSheet},
         {"row out of range", withSheet("r=\"2\"", "r=\"1048577\""), damaged, kSheet},
         {"cell out of range", withSheet("r=\"C2\"", "r=\"XFE2\""), damaged, kSheet},
         {"no sheet", fullBook().withoutPart(kSheet), damaged, kSheet},

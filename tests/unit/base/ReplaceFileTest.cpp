@@ -216,6 +216,15 @@ TEST(ReplaceFile, ADocumentThatChangedMeanwhileIsLeftAlone) {
              ASSERT_EQ(::utimensat(AT_FDCWD, dir.path("book.xls").c_str(), times, 0), 0);
          },
          "old"},
+        {"edited within the second",
+         [](const TempDir& dir) {
+             const std::string path = dir.path("book.xls");
+             struct timespec write = statusOf(path).st_mtim;
+             write.tv_nsec ^= 1;
+             dir.write("book.xls", "odd");
+             test::setTimes(path, {0, UTIME_OMIT}, write);
+         },
+         "odd"},
         {"replaced by one of the same size and time",
          [](const TempDir& dir) {
              const struct stat status = statusOf(dir.path("book.xls"));

@@ -7,6 +7,7 @@
 
 #include "base/FileIo.h"
 #include "engine/BackupPath.h"
+#include "engine/FolderSource.h"
 #include "engine/ListSource.h"
 #include "lang/modINI.h"
 #include "support/ConnectorRun.h"
@@ -386,6 +387,20 @@ TEST(ExcelConnectorRun, takesDocumentsFromAnySource) {
     TwoPaths none({});
     run.go(&none);
     EXPECT_TRUE(run.flags.NoFilesToProcess);
+}
+
+TEST(DocumentSources, folderSourceYieldsMatchingFilesParentsFirst) {
+    TempDir dir;
+    for (const char* name : {"b.xls", "a.XLS", "c.doc", "sub/a.xls", "sub/deep/a.xls"})
+        dir.write(name, "x");
+    const auto all = [&](bool subfolders) {
+        FolderSource source(dir.path(), "*.xls;", subfolders);
+        std::vector<std::string> paths;
+        while (const auto path = source.next()) paths.push_back(path->substr(dir.path().size()));
+        return paths;
+    };
+    EXPECT_EQ(all(true), (Names{"/a.XLS", "/b.xls", "/sub/a.xls", "/sub/deep/a.xls"}));
+    EXPECT_EQ(all(false), (Names{"/a.XLS", "/b.xls"}));
 }
 
 TEST(DocumentSources, listSourceSkipsWhatIsMissingOrEmpty) {
