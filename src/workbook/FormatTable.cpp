@@ -18,7 +18,7 @@ const std::vector<FormatRow>& rows() {
     static const std::vector<FormatRow> table = {
         {"Excel workbook (Office Open XML)",
          {".xlsx", ".xlsm", ".xltx", ".xltm"},
-         {.cells = true},
+         {.cells = true, .shapes = true, .properties = true},
          ooxml::probe,
          ooxml::open},
         {"Delimited text",

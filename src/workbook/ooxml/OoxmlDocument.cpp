@@ -73,9 +73,14 @@ const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
     return mPatterns;
 }
 
+bool OoxmlDocument::hasChangedCells() const {
+    return std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                       [](const auto& sheet) { return sheet->isChanged(); });
+}
+
 bool OoxmlDocument::isChanged() const {
-    return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
-                                    [](const auto& sheet) { return sheet->isChanged(); });
+    return !mIsSaved && (hasChangedCells() || mDrawings.isChanged() ||
+                         (mBuiltIn && mBuiltIn->isChanged()) || (mCustom && mCustom->isChanged()));
 }
 
 // A string that all of its cells exchange for the same new one is changed where it stands, and
@@ -158,7 +163,7 @@ void OoxmlDocument::changeCalculation() {
     }
 }
 
-void OoxmlDocument::changeParts() {
+void OoxmlDocument::changeCells() {
     placeStrings();
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
@@ -173,6 +178,13 @@ void OoxmlDocument::changeParts() {
         mPackage.replacePart(partOfType(mPackage, mWorkbook, kStylesType), mStyles.changedPart());
     }
     changeCalculation();
+}
+
+void OoxmlDocument::changeParts() {
+    if (hasChangedCells()) changeCells();
+    mDrawings.changeParts(mPackage);
+    if (mBuiltIn) mBuiltIn->changeParts(mPackage);
+    if (mCustom) mCustom->changeParts(mPackage);
 }
 
 void OoxmlDocument::save() {

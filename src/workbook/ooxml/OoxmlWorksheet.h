@@ -11,6 +11,7 @@
 #include "workbook/Document.h"
 #include "workbook/ooxml/CellEdit.h"
 #include "workbook/ooxml/CellTexts.h"
+#include "workbook/ooxml/drawing/SheetShapes.h"
 #include "workbook/ooxml/Package.h"
 #include "workbook/ooxml/SheetIndex.h"
 #include "workbook/ooxml/TableParts.h"
@@ -31,6 +32,9 @@ public:
                        std::string_view replacement) override;
     CellValue cellValue(CellPosition position) override;
     CellRange usedRange() override;
+    std::size_t shapeCount() override;
+    std::string shapeText(std::size_t index) override;
+    void setShapeText(std::size_t index, std::string_view text) override;
 
     // --- for the document -----------------------------------------------------
     // Reads all cells, looking for `match` and every other pattern of the document.
@@ -46,6 +50,8 @@ public:
     // The part with all edits that are not in place; empty when there are none.
     package::Buffer changedPart();
     std::map<std::string, std::string> changedTables() const;
+    // The text of a cell that was changed and holds a text.
+    std::optional<std::string> changedText(CellPosition position) const;
 
 private:
     // What a cell holds now.
@@ -76,6 +82,10 @@ private:
     void withScanned(const Candidate& candidate, const Use& use);
     void readFrame();
     void readValues();
+    // The part around its cells, read when needed.
+    std::string_view frameText();
+    // Null when the sheet has none.
+    SheetShapes* shapes();
 
     OoxmlDocument& mDocument;
     const SheetEntry& mEntry;
@@ -89,6 +99,7 @@ private:
     std::optional<PartText> mPart;
     std::map<CellPosition, CellEdit> mEdits;
     std::optional<std::map<CellPosition, CellValue>> mValues;
+    std::unique_ptr<SheetShapes> mShapes;
 };
 
 }  // namespace brindle::workbook::ooxml

@@ -150,6 +150,12 @@ WorkbookPart readWorkbookPart(const Package& package) {
     return workbook;
 }
 
+void checkNotSigned(const WorkbookPart& workbook) {
+    if (workbook.isSigned) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
+}
+
 std::string withFullCalculation(std::string_view text) {
     XmlScanner scanner(text);
     std::string prefix;

@@ -31,6 +31,9 @@ struct WorkbookPart {
 // ours.
 WorkbookPart readWorkbookPart(const Package& package);
 
+// Throws Error (Refused) when any change would break a signature.
+void checkNotSigned(const WorkbookPart& workbook);
+
 // The text of the main part with the request to calculate everything when it is opened.
 std::string withFullCalculation(std::string_view text);
 

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/ooxml/drawing/VmlPart.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "workbook/ooxml/drawing/TextBody.h"
+#include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ooxml/Splices.h"
+#include "workbook/package/XmlScanner.h"
+
+namespace brindle::workbook::ooxml {
+
+using package::XmlScanner;
+using package::XmlToken;
+
+namespace {
+
+constexpr std::array<std::string_view, 9> kShapes = {
+    "shape", "rect", "roundrect", "oval", "line", "polyline", "curve", "arc", "image"};
+
+bool isShape(std::string_view name) {
+    return std::find(kShapes.begin(), kShapes.end(), name) != kShapes.end();
+}
+
+class VmlPartReader {
+public:
+    explicit VmlPartReader(std::string_view part) : mPart(part), mScanner(part) {}
+
+    std::vector<VmlShape> read() {
+        std::vector<VmlShape> shapes;
+        for (XmlToken token = mScanner.next(); token != XmlToken::EndOfInput;
+             token = mScanner.next()) {
+            if (token == XmlToken::StartElement) {
+                readStart();
+            } else if (token == XmlToken::EndElement && !mOpen.empty() &&
+                       mScanner.depth() == mOpen.back().depth) {
+                shapes.push_back(std::move(mOpen.back().shape));
+                mOpen.pop_back();
+            }
+        }
+        return shapes;
+    }
+
+private:
+    struct OpenShape {
+        std::size_t depth = 0;
+        VmlShape shape;
+    };
+
+    void readStart() {
+        const std::string_view name = mScanner.localName();
+        const bool isVml = mScanner.namespaceUri() == kVmlNamespace;
+        // A shape type is a template.
+        if (isVml && name == "shapetype") {
+            mScanner.skipElement();
+        } else if (isVml && isShape(name)) {
+            beginShape();
+        } else if (mOpen.empty()) {
+            return;
+        } else if (isVml && name == "textbox") {
+            PlacedText& box = mOpen.back().shape.box;
+            box.where.begin = mScanner.begin();
+            box.text = readVmlTextBox(mScanner, mPart);
+            box.where.end = mScanner.end();
+        } else if (name == "ClientData") {
+            readClientData(mOpen.back().shape);
+        }
+    }
+
+    void beginShape() {
+        const auto* id = mScanner.attribute("spid");
+        if (!id) id = mScanner.attribute("id");
+        OpenShape& open = mOpen.emplace_back();
+        open.depth = mScanner.depth();
+        if (id) open.shape.id = package::xmlAttributeText(id->rawValue);
+    }
+
+    void readClientData(VmlShape& shape) {
+        const auto* type = mScanner.attribute("ObjectType");
+        shape.isComment = type && type->rawValue == "Note";
+        const std::size_t depth = mScanner.depth();
+        for (XmlToken token = mScanner.next();
+             token != XmlToken::EndElement || mScanner.depth() != depth; token = mScanner.next()) {
+            if (token != XmlToken::StartElement || mScanner.depth() != depth + 1) continue;
+            const std::string_view name = mScanner.localName();
+            if (name == "Locked" || name == "LockText") {
+                if (elementText() == "false") shape.isLocked = false;
+            } else if (name == "FmlaTxbx") {
+                const std::size_t begin = mScanner.begin();
+                mScanner.skipElement();
+                shape.link = {begin, mScanner.end()};
+            }
+        }
+    }
+
+    std::string elementText() {
+        std::string text;
+        const std::size_t depth = mScanner.depth();
+        for (XmlToken token = mScanner.next();
+             token != XmlToken::EndElement || mScanner.depth() != depth; token = mScanner.next()) {
+            if (token == XmlToken::Text) mScanner.appendText(text);
+        }
+        return text::lowerAscii(text::trimBlanks(text));
+    }
+
+    std::string_view mPart;
+    XmlScanner mScanner;
+    std::vector<OpenShape> mOpen;
+};
+
+// The part with every line break closed and the one entity expanded that web pages have and XML
+// does not.
+std::string repaired(std::string_view text) {
+    std::string out;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::string head = text::lowerAscii(text.substr(at, 6));
+        if (head.starts_with("<br>")) {
+            out += "<br/>";
+            at += 4;
+        } else if (head.starts_with("</br>")) {
+            at += 5;
+        } else if (head == "&nbsp;") {
+            out += "&#160;";
+            at += 6;
+        } else {
+            const std::size_t next = text.find_first_of("<&", at + 1);
+            out += text.substr(at, next - at);
+            at = std::min(next, text.size());
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+void VmlShape::setText(std::string_view text) {
+    box.text = box.text.changedTo(text, false);
+    isUnlinked = link.end > link.begin;
+}
+
+VmlPart::VmlPart(std::string_view text) : mText(text) {
+    if (read()) return;
+    mText = repaired(text);
+    mIsReadable = read();
+}
+
+bool VmlPart::read() {
+    try {
+        mShapes = VmlPartReader(mText).read();
+        return true;
+    } catch (const Error&) {
+        return false;  // the workbook is none the worse; what the part shows is just not searched
+    }
+}
+
+bool VmlPart::isChanged() const {
+    return std::any_of(mShapes.begin(), mShapes.end(), [&](const VmlShape& shape) {
+        return shape.isUnlinked || shape.box.isChangedIn(mText);
+    });
+}
+
+std::string VmlPart::changedPart() const {
+    std::vector<Splice> splices;
+    for (const VmlShape& shape : mShapes) {
+        if (shape.box.isChangedIn(mText))
+            splices.push_back({shape.box.where, shape.box.text.xml()});
+        if (shape.isUnlinked) splices.push_back({shape.link, {}});
+    }
+    return spliced(mText, std::move(splices));
+}
+
+}  // namespace brindle::workbook::ooxml
