@@ -76,6 +76,7 @@ private:
             body.where.begin = mScanner.begin();
             body.text = readTextBody(mScanner, mPart);
             body.where.end = mScanner.end();
+            body.oldXml = body.text.xml();
             mShape->bodies.push_back(std::move(body));
         } else if (name == "clientData" && isFalse(attributeText(mScanner, "fLocksWithSheet"))) {
             for (std::size_t i = mAnchored; i < mShapes.size(); ++i) mShapes[i].isLocked = false;
@@ -131,10 +132,6 @@ private:
 
 }  // namespace
 
-bool PlacedText::isChangedIn(std::string_view part) const {
-    return text.xml() != part.substr(where.begin, where.end - where.begin);
-}
-
 void DrawingShape::setText(std::string_view text) {
     const std::string old = this->text();
     std::vector<PlacedText> changed = bodies;
@@ -152,10 +149,10 @@ DrawingPart::DrawingPart(std::string_view text) : mText(text) {
 }
 
 bool DrawingPart::isChanged() const {
-    return std::any_of(mShapes.begin(), mShapes.end(), [&](const DrawingShape& shape) {
+    return std::any_of(mShapes.begin(), mShapes.end(), [](const DrawingShape& shape) {
         return shape.isUnlinked ||
                std::any_of(shape.bodies.begin(), shape.bodies.end(),
-                           [&](const PlacedText& body) { return body.isChangedIn(mText); });
+                           [](const PlacedText& body) { return body.isChanged(); });
     });
 }
 
@@ -163,7 +160,7 @@ std::string DrawingPart::changedPart() const {
     std::vector<Splice> splices;
     for (const DrawingShape& shape : mShapes) {
         for (const PlacedText& body : shape.bodies) {
-            if (body.isChangedIn(mText)) splices.push_back({body.where, body.text.xml()});
+            if (body.isChanged()) splices.push_back({body.where, body.text.xml()});
         }
         for (const TextSpan& link : shape.links) {
             if (shape.isUnlinked) splices.push_back({link, {}});

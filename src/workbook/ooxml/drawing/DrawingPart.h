@@ -17,7 +17,8 @@ namespace brindle::workbook::ooxml {
 struct PlacedText {
     TextSpan where;
     ShapeText text;
-    bool isChangedIn(std::string_view part) const;
+    std::string oldXml;  // of the text as it was read
+    bool isChanged() const { return text.xml() != oldXml; }
 };
 
 struct DrawingShape {

@@ -25,6 +25,13 @@ bool isShape(std::string_view name) {
     return std::find(kShapes.begin(), kShapes.end(), name) != kShapes.end();
 }
 
+// "False", with white space around it.
+bool isFalse(const std::string& text) {
+    const std::size_t begin = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    const std::size_t end = text.find_last_not_of(" \t\r\n") + 1;
+    return text::lowerAscii(std::string_view(text).substr(begin, end - begin)) == "false";
+}
+
 class VmlPartReader {
 public:
     explicit VmlPartReader(std::string_view part) : mPart(part), mScanner(part) {}
@@ -65,6 +72,7 @@ private:
             box.where.begin = mScanner.begin();
             box.text = readVmlTextBox(mScanner, mPart);
             box.where.end = mScanner.end();
+            box.oldXml = box.text.xml();
         } else if (name == "ClientData") {
             readClientData(mOpen.back().shape);
         }
@@ -87,7 +95,7 @@ private:
             if (token != XmlToken::StartElement || mScanner.depth() != depth + 1) continue;
             const std::string_view name = mScanner.localName();
             if (name == "Locked" || name == "LockText") {
-                if (elementText() == "false") shape.isLocked = false;
+                if (isFalse(elementText())) shape.isLocked = false;
             } else if (name == "FmlaTxbx") {
                 const std::size_t begin = mScanner.begin();
                 mScanner.skipElement();
@@ -103,7 +111,7 @@ private:
              token != XmlToken::EndElement || mScanner.depth() != depth; token = mScanner.next()) {
             if (token == XmlToken::Text) mScanner.appendText(text);
         }
-        return text::lowerAscii(text::trimBlanks(text));
+        return text;
     }
 
     std::string_view mPart;
@@ -157,16 +165,15 @@ bool VmlPart::read() {
 }
 
 bool VmlPart::isChanged() const {
-    return std::any_of(mShapes.begin(), mShapes.end(), [&](const VmlShape& shape) {
-        return shape.isUnlinked || shape.box.isChangedIn(mText);
+    return std::any_of(mShapes.begin(), mShapes.end(), [](const VmlShape& shape) {
+        return shape.isUnlinked || shape.box.isChanged();
     });
 }
 
 std::string VmlPart::changedPart() const {
     std::vector<Splice> splices;
     for (const VmlShape& shape : mShapes) {
-        if (shape.box.isChangedIn(mText))
-            splices.push_back({shape.box.where, shape.box.text.xml()});
+        if (shape.box.isChanged()) splices.push_back({shape.box.where, shape.box.text.xml()});
         if (shape.isUnlinked) splices.push_back({shape.link, {}});
     }
     return spliced(mText, std::move(splices));
