@@ -153,14 +153,15 @@ TEST(OoxmlShapes, countInTheOrderOfTheDrawing) {
     const std::string frame =
         "<xdr:graphicFrame><a:graphic><a:graphicData><a:t>chart</a:t></a:graphicData></a:graphic>"
         "</xdr:graphicFrame>";
-    const std::string drawing = drawingPart(
-        anchored(shape(paragraph("first"))) + anchored(group) + anchored(shape("")) +
-        anchored(picture) + anchored(frame) + anchored(connector) +
-        alternatives(anchored(shape(paragraph("both"))), anchored(shape(paragraph("both")))) +
-        alternatives(anchored(frame), anchored(shape(paragraph("This is a slicer")))) +
-        anchored(shape(paragraph("caption"), "", "1026", controlId("_x0000_s1026"))) +
-        anchored(shape("", "", "1027", controlId("_x0000_s1027"))) +
-        anchored(shape("", "", "1028", controlId("_x0000_s1028"))));
+    const std::string drawing =
+        drawingPart(anchored(shape(paragraph("first"))) + anchored(group) + anchored(shape("")) +
+                    anchored(picture) + anchored(frame) + anchored(connector) +
+                    alternatives(anchored(shape(paragraph("both"))),
+                                 anchored(shape(paragraph("both"), "", "0"))) +
+                    alternatives(anchored(frame), anchored(shape(paragraph("This is a slicer")))) +
+                    anchored(shape(paragraph("caption"), "", "1026", controlId("_x0000_s1026"))) +
+                    anchored(shape("", "", "1027", controlId("_x0000_s1027"))) +
+                    anchored(shape("", "", "1028", controlId("_x0000_s1028"))));
     const std::string vml = vmlPart(
         vmlShape("_x0000_s1025", "Note", "<div>comment</div>") +
         vmlShape("_x0000_s1027", "Checkbox", "<div>check</div>") +

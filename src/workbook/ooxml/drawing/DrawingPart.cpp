@@ -46,6 +46,7 @@ private:
         std::size_t depth = 0;
         std::size_t firstShape = 0;
         std::size_t branches = 0;
+        std::size_t shapesInBranch = 0;  // behind the first
     };
 
     void readStart() {
@@ -53,9 +54,10 @@ private:
         const std::string_view uri = mScanner.namespaceUri();
         if (uri == kCompatibilityNamespace) {
             if (name == "AlternateContent") {
-                mAlternatives.push_back({mScanner.depth(), mShapes.size(), 0});
+                mAlternatives.push_back({mScanner.depth(), mShapes.size(), 0, 0});
             } else if (!mAlternatives.empty()) {
                 ++mAlternatives.back().branches;
+                mAlternatives.back().shapesInBranch = 0;
             }
         } else if (isSpreadsheetDrawingNamespace(uri)) {
             readDrawingElement(name);
@@ -112,12 +114,20 @@ private:
             mShapes.push_back(std::move(shape));
             return;
         }
+        const std::size_t place = other->firstShape + other->shapesInBranch++;
         const auto known = mById.find(shape.id);
-        if (known == mById.end() || known->second < other->firstShape) return;
-        DrawingShape& first = mShapes[known->second];
-        if (first.bodies.empty() || shape.bodies.empty() || first.text() != shape.text()) return;
-        std::move(shape.bodies.begin(), shape.bodies.end(), std::back_inserter(first.bodies));
-        first.links.insert(first.links.end(), shape.links.begin(), shape.links.end());
+        const bool isKnown = known != mById.end() && known->second >= other->firstShape;
+        if (!(isKnown && addForm(known->second, shape))) addForm(place, shape);
+    }
+
+    // Its id may be missing in the other form.
+    bool addForm(std::size_t index, DrawingShape& form) {
+        if (index >= mShapes.size() || form.bodies.empty()) return false;
+        DrawingShape& first = mShapes[index];
+        if (first.bodies.empty() || first.text() != form.text()) return false;
+        std::move(form.bodies.begin(), form.bodies.end(), std::back_inserter(first.bodies));
+        first.links.insert(first.links.end(), form.links.begin(), form.links.end());
+        return true;
     }
 
     std::string_view mPart;

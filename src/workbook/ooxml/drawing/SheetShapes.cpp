@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -15,6 +16,8 @@ using package::XmlScanner;
 using package::XmlToken;
 
 namespace {
+
+constexpr std::size_t kLongestText = 32767;  // UTF-16 units, as for cells
 
 // What the frame of a sheet says of its drawings.
 struct DrawingLinks {
@@ -132,9 +135,13 @@ std::string SheetShapes::text(std::size_t index) const {
 }
 
 void SheetShapes::setText(std::size_t index, std::string_view newText) {
-    if (newText == text(index)) return;
+    const std::string oldText = text(index);
+    if (newText == oldText) return;
     const Shape& shape = mShapes.at(index);
     checkMayChange(shape);
+    if (text::lengthUtf16(newText) > std::max(kLongestText, text::lengthUtf16(oldText))) {
+        throw Error::refused("The text is too long for a shape");
+    }
     if (!isInDrawing(shape) && !shape.vml) {
         throw Error::refused("Unable to set the Text property of the Characters class");
     }
