@@ -205,10 +205,11 @@ std::string Package::contentType(std::string_view partName) const {
     return byExtension;
 }
 
-void Package::replacePart(std::string_view partName, std::string_view text) {
+void Package::replacePart(std::string_view partName, std::string_view text, Content content) {
     const std::size_t member = memberOf(partName);
     const package::ZipMember& old = mArchive->members()[member];
     Change change;
+    change.content = content;
     change.size = text.size();
     change.crc = package::crc32(text);
     change.compressed = package::deflateWhole(text, kLevel);
@@ -301,7 +302,8 @@ void Package::verify(const std::string& path) const {
             // Reading checks the sum over the unpacked bytes; scanning, that they are XML.
             const PartText text(archive.read(kept));
             XmlScanner scanner(text.view());
-            while (scanner.next() != XmlToken::EndOfInput) {
+            while (change->second.content == Content::Xml &&
+                   scanner.next() != XmlToken::EndOfInput) {
             }
         }
         ++kept;

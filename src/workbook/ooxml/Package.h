@@ -61,18 +61,21 @@ public:
     std::string contentType(std::string_view partName) const;
 
     // --- changes, held (packed) until writeTo -----------------------------------------------
-    void replacePart(std::string_view partName, std::string_view text);
+    enum class Content { Xml, Other };
+    void replacePart(std::string_view partName, std::string_view text,
+                     Content content = Content::Xml);
     // Removes a part, its content type and the relationship of `owner` that leads to it.
     void removePart(std::string_view partName, std::string_view owner);
     bool hasChanges() const { return !mChanges.empty(); }
     void writeTo(OutputFile& out);
     // Reads a written package back: same members, checksums, changed parts as they were meant
-    // and well-formed. Throws Error (Internal).
+    // and, those of XML, well-formed. Throws Error (Internal).
     void verify(const std::string& path) const;
 
 private:
     struct Change {
         bool removed = false;
+        Content content = Content::Xml;
         package::Buffer compressed;
         std::uint64_t size = 0;
         std::uint32_t crc = 0;

@@ -28,13 +28,6 @@ bool isAnyChanged(const std::map<std::string, std::unique_ptr<Part>>& parts) {
                        [](const auto& each) { return each.second && each.second->isChanged(); });
 }
 
-template <typename Part>
-void changeEach(const std::map<std::string, std::unique_ptr<Part>>& parts, Package& package) {
-    for (const auto& [name, part] : parts) {
-        if (part && part->isChanged()) package.replacePart(name, part->changedPart());
-    }
-}
-
 }  // namespace
 
 DrawingPart& Drawings::drawing(const Package& package, const std::string& partName) {
@@ -50,8 +43,15 @@ bool Drawings::isChanged() const {
 }
 
 void Drawings::changeParts(Package& package) const {
-    changeEach(mDrawings, package);
-    changeEach(mVmlDrawings, package);
+    for (const auto& [name, part] : mDrawings) {
+        if (part && part->isChanged()) package.replacePart(name, part->changedPart());
+    }
+    for (const auto& [name, part] : mVmlDrawings) {
+        if (!part || !part->isChanged()) continue;
+        const std::string changed = part->changedPart();
+        package.replacePart(name, changed,
+                            part->isXml() ? Package::Content::Xml : Package::Content::Other);
+    }
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/drawing/TextBody.h"
 
+#include "base/Text.h"
 #include "workbook/ooxml/Fragment.h"
 
 namespace brindle::workbook::ooxml {
@@ -170,7 +171,8 @@ private:
 
 class VmlReader {
 public:
-    VmlReader(XmlScanner& scanner, std::string_view part) : mScanner(scanner), mPart(part) {}
+    VmlReader(XmlScanner& scanner, std::string_view part, std::string_view lineBreak)
+        : mScanner(scanner), mPart(part), mLineBreak(lineBreak) {}
 
     ShapeText read() {
         const std::size_t depth = mScanner.depth();
@@ -181,7 +183,7 @@ public:
             const bool isStart = kind == XmlToken::StartElement;
             if (kind == XmlToken::Text || kind == XmlToken::CData) {
                 readText();
-            } else if (isStart && mScanner.localName() == "br") {
+            } else if (isStart && text::lowerAscii(mScanner.localName()) == "br") {
                 readBreak();
             } else {
                 // Each block inside of the box is a paragraph.
@@ -236,7 +238,7 @@ private:
         Node node;
         node.kind = Kind::Run;
         node.raw = token();
-        node.lineBreak = "<br/>";
+        node.lineBreak = mLineBreak;
         mNodes.push_back(std::move(node));
         for (const char c : text) {
             if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
@@ -253,6 +255,7 @@ private:
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
     XmlScanner& mScanner;
     std::string_view mPart;
+    std::string_view mLineBreak;
     std::vector<Node> mNodes;
     std::size_t mHasBlock = 0;
     bool mIsLineEmpty = true;
@@ -265,8 +268,8 @@ ShapeText readTextBody(XmlScanner& scanner, std::string_view part) {
     return BodyReader(scanner, part).read();
 }
 
-ShapeText readVmlTextBox(XmlScanner& scanner, std::string_view part) {
-    return VmlReader(scanner, part).read();
+ShapeText readVmlTextBox(XmlScanner& scanner, std::string_view part, std::string_view lineBreak) {
+    return VmlReader(scanner, part, lineBreak).read();
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -15,6 +15,8 @@ namespace brindle::workbook::ooxml {
 ShapeText readTextBody(package::XmlScanner& scanner, std::string_view part);
 
 // White space counts as in a web page: a run of it is one blank, none at the ends of a line.
-ShapeText readVmlTextBox(package::XmlScanner& scanner, std::string_view part);
+// New line feeds are written as `lineBreak`.
+ShapeText readVmlTextBox(package::XmlScanner& scanner, std::string_view part,
+                         std::string_view lineBreak);
 
 }  // namespace brindle::workbook::ooxml

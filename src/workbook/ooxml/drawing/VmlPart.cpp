@@ -34,7 +34,8 @@ bool isFalse(const std::string& text) {
 
 class VmlPartReader {
 public:
-    explicit VmlPartReader(std::string_view part) : mPart(part), mScanner(part) {}
+    VmlPartReader(std::string_view part, std::string_view lineBreak)
+        : mPart(part), mLineBreak(lineBreak), mScanner(part) {}
 
     std::vector<VmlShape> read() {
         std::vector<VmlShape> shapes;
@@ -70,7 +71,7 @@ private:
         } else if (isVml && name == "textbox") {
             PlacedText& box = mOpen.back().shape.box;
             box.where.begin = mScanner.begin();
-            box.text = readVmlTextBox(mScanner, mPart);
+            box.text = readVmlTextBox(mScanner, mPart, mLineBreak);
             box.where.end = mScanner.end();
             box.oldXml = box.text.xml();
         } else if (name == "ClientData") {
@@ -115,24 +116,32 @@ private:
     }
 
     std::string_view mPart;
+    std::string_view mLineBreak;
     XmlScanner mScanner;
     std::vector<OpenShape> mOpen;
 };
 
-// The part with every line break closed and the one entity expanded that web pages have and XML
-// does not.
-std::string repaired(std::string_view text) {
+// What makes a part XML, and what it stands for in the part.
+struct Mark {
+    std::string_view part;
+    std::string_view mark;
+};
+constexpr std::string_view kUnclosed = " brindle-unclosed=\"\"/";
+constexpr Mark kSpace = {"&nbsp;", "&#0000000160;"};
+
+// The part with every line break closed, and the one entity expanded that web pages have and XML
+// does not. Everything else stays, so that unmarked() leads back.
+std::string marked(std::string_view text) {
     std::string out;
     for (std::size_t at = 0; at < text.size();) {
-        const std::string head = text::lowerAscii(text.substr(at, 6));
-        if (head.starts_with("<br>")) {
-            out += "<br/>";
+        if (text::lowerAscii(text.substr(at, 4)) == "<br>") {
+            out += text.substr(at, 3);
+            out += kUnclosed;
+            out += '>';
             at += 4;
-        } else if (head.starts_with("</br>")) {
-            at += 5;
-        } else if (head == "&nbsp;") {
-            out += "&#160;";
-            at += 6;
+        } else if (text.substr(at, kSpace.part.size()) == kSpace.part) {
+            out += kSpace.mark;
+            at += kSpace.part.size();
         } else {
             const std::size_t next = text.find_first_of("<&", at + 1);
             out += text.substr(at, next - at);
@@ -140,6 +149,25 @@ std::string repaired(std::string_view text) {
         }
     }
     return out;
+}
+
+std::string unmarked(std::string text) {
+    for (std::size_t at = text.find(kUnclosed); at != std::string::npos;
+         at = text.find(kUnclosed, at)) {
+        // A new text may hold the words of the mark, but no tag.
+        const bool isMark = at >= 3 && text::lowerAscii(text.substr(at - 3, 3)) == "<br";
+        if (isMark) {
+            text.erase(at, kUnclosed.size());
+        } else {
+            at += kUnclosed.size();
+        }
+    }
+    return text::replaceAll(text, kSpace.mark, kSpace.part, CaseMode::Exact);
+}
+
+bool hasMarks(std::string_view text) {
+    return text::contains(text, kUnclosed, CaseMode::Exact) ||
+           text::contains(text, kSpace.mark, CaseMode::Exact);
 }
 
 }  // namespace
@@ -151,13 +179,17 @@ void VmlShape::setText(std::string_view text) {
 
 VmlPart::VmlPart(std::string_view text) : mText(text) {
     if (read()) return;
-    mText = repaired(text);
+    mIsReadable = false;
+    if (hasMarks(text)) return;
+    mText = marked(text);
+    mIsMarked = true;
     mIsReadable = read();
 }
 
 bool VmlPart::read() {
     try {
-        mShapes = VmlPartReader(mText).read();
+        const std::string lineBreak = mIsMarked ? "<br" + std::string(kUnclosed) + ">" : "<br/>";
+        mShapes = VmlPartReader(mText, lineBreak).read();
         return true;
     } catch (const Error&) {
         return false;  // the workbook is none the worse; what the part shows is just not searched
@@ -176,7 +208,8 @@ std::string VmlPart::changedPart() const {
         if (shape.box.isChanged()) splices.push_back({shape.box.where, shape.box.text.xml()});
         if (shape.isUnlinked) splices.push_back({shape.link, {}});
     }
-    return spliced(mText, std::move(splices));
+    std::string changed = spliced(mText, std::move(splices));
+    return mIsMarked ? unmarked(std::move(changed)) : changed;
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -28,21 +28,23 @@ struct VmlShape {
 class VmlPart {
 public:
     // `text` is borrowed by the constructor only. Line breaks without an end tag, as the
-    // application writes them, are understood.
+    // application writes them, are understood and stay.
     explicit VmlPart(std::string_view text);
 
     // False when the part is too far from XML; then it has no shapes.
     bool isReadable() const { return mIsReadable; }
+    // False when it has such line breaks.
+    bool isXml() const { return !mIsMarked; }
     // In the order of the part.
     std::vector<VmlShape>& shapes() { return mShapes; }
     bool isChanged() const;
-    // Well-formed, whatever the part was.
     std::string changedPart() const;
 
 private:
     bool read();
 
     std::string mText;
+    bool mIsMarked = false;  // mText is XML only by marks
     bool mIsReadable = true;
     std::vector<VmlShape> mShapes;
 };
