@@ -151,18 +151,18 @@ std::string marked(std::string_view text) {
     return out;
 }
 
-std::string unmarked(std::string text) {
-    for (std::size_t at = text.find(kUnclosed); at != std::string::npos;
-         at = text.find(kUnclosed, at)) {
+std::string unmarked(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const std::size_t mark = std::min(text.find(kUnclosed), text.size());
+        out += text.substr(0, mark);
+        const std::size_t end = std::min(mark + kUnclosed.size(), text.size());
         // A new text may hold the words of the mark, but no tag.
-        const bool isMark = at >= 3 && text::lowerAscii(text.substr(at - 3, 3)) == "<br";
-        if (isMark) {
-            text.erase(at, kUnclosed.size());
-        } else {
-            at += kUnclosed.size();
-        }
+        const bool isMark = mark >= 3 && text::lowerAscii(text.substr(mark - 3, 3)) == "<br";
+        if (!isMark) out += text.substr(mark, end - mark);
+        text.remove_prefix(end);
     }
-    return text::replaceAll(text, kSpace.mark, kSpace.part, CaseMode::Exact);
+    return text::replaceAll(out, kSpace.mark, kSpace.part, CaseMode::Exact);
 }
 
 bool hasMarks(std::string_view text) {
@@ -209,7 +209,7 @@ std::string VmlPart::changedPart() const {
         if (shape.isUnlinked) splices.push_back({shape.link, {}});
     }
     std::string changed = spliced(mText, std::move(splices));
-    return mIsMarked ? unmarked(std::move(changed)) : changed;
+    return mIsMarked ? unmarked(changed) : changed;
 }
 
 }  // namespace brindle::workbook::ooxml
