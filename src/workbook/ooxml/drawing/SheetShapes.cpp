@@ -76,11 +76,13 @@ bool SheetShapes::mayExist(const Package& package, const std::string& sheetPart)
 
 SheetShapes::SheetShapes(const Package& package, const std::string& sheetPart,
                          std::string_view frame, Drawings& drawings, CellText cellText)
-    : mDrawings(drawings), mCellText(std::move(cellText)) {
+    : mCellText(std::move(cellText)) {
     const DrawingLinks links = drawingLinks(frame);
     mIsProtected = links.isProtected;
-    readDrawing(package, partOf(package, sheetPart, links.drawing, kDrawingType));
-    readVmlDrawing(package, partOf(package, sheetPart, links.vmlDrawing, kVmlDrawingType));
+    const std::string drawing = partOf(package, sheetPart, links.drawing, kDrawingType);
+    if (!drawing.empty()) addShapes(drawings.drawing(package, drawing));
+    const std::string vmlDrawing = partOf(package, sheetPart, links.vmlDrawing, kVmlDrawingType);
+    if (!vmlDrawing.empty()) addShapes(drawings.vmlDrawing(package, vmlDrawing));
     const auto hasNoText = [](const Shape& shape) {
         if (shape.vml && shape.vml->isComment) return true;
         const bool hasBody = shape.drawing && !shape.drawing->bodies.empty();
@@ -89,16 +91,11 @@ SheetShapes::SheetShapes(const Package& package, const std::string& sheetPart,
     mShapes.erase(std::remove_if(mShapes.begin(), mShapes.end(), hasNoText), mShapes.end());
 }
 
-void SheetShapes::readDrawing(const Package& package, const std::string& partName) {
-    if (partName.empty()) return;
-    for (DrawingShape& shape : mDrawings.drawing(package, partName).shapes()) {
-        mShapes.push_back({&shape, nullptr});
-    }
+void SheetShapes::addShapes(DrawingPart& part) {
+    for (DrawingShape& shape : part.shapes()) mShapes.push_back({&shape, nullptr});
 }
 
-void SheetShapes::readVmlDrawing(const Package& package, const std::string& partName) {
-    if (partName.empty()) return;
-    VmlPart& part = mDrawings.vmlDrawing(package, partName);
+void SheetShapes::addShapes(VmlPart& part) {
     mIsVmlReadable = part.isReadable();
     std::unordered_map<std::string, std::size_t> controls;
     for (std::size_t i = 0; i < mShapes.size(); ++i) {

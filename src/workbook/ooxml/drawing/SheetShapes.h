@@ -19,7 +19,7 @@ public:
     // The text that a formula shows where it refers to a cell that was changed and holds a text.
     using CellText = std::function<std::optional<std::string>(const std::string& formula)>;
 
-    // `frame` is the text of the sheet part around its cells; `drawings` is borrowed.
+    // `frame` is the text of the sheet part around its cells. Borrows parts of `drawings`.
     SheetShapes(const Package& package, const std::string& sheetPart, std::string_view frame,
                 Drawings& drawings, CellText cellText);
 
@@ -36,13 +36,12 @@ private:
         DrawingShape* drawing = nullptr;
         VmlShape* vml = nullptr;  // at least one of the two
     };
-    void readDrawing(const Package& package, const std::string& partName);
-    void readVmlDrawing(const Package& package, const std::string& partName);
+    void addShapes(DrawingPart& part);
+    void addShapes(VmlPart& part);
     static bool isInDrawing(const Shape& shape);
     std::string storedText(const Shape& shape) const;
     void checkMayChange(const Shape& shape) const;
 
-    Drawings& mDrawings;
     CellText mCellText;
     std::vector<Shape> mShapes;
     bool mIsProtected = false;
