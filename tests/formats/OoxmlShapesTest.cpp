@@ -204,6 +204,18 @@ TEST(OoxmlShapes, ofSheetsWithoutDrawings) {
               ErrorKind::Damaged);
 }
 
+// A run that does not look in shapes never meets their parts.
+TEST(OoxmlShapes, areReadWhenAskedFor) {
+    const TempDir dir;
+    const std::string rows = "<row r=\"1\"><c r=\"A1\" t=\"inlineStr\"><is><t>a</t></is></c></row>";
+    const std::string path = drawingBook("<broken>", "<broken>", "", rows).write(dir);
+    const auto document = openDocument(path, {});
+    document->worksheet(0).replaceInCell(cell("A1"), part("a"), "b");
+    document->save();
+    EXPECT_EQ(memberText(path, kDrawing), "<broken>");
+    EXPECT_EQ(found(openDocument(path, {})->worksheet(0), part("b")).size(), 1u);
+}
+
 // --- legacy drawings -----------------------------------------------------------------------------
 
 struct VmlChange {
