@@ -102,6 +102,12 @@ def seeds_of(target, corpus, root):
         return members(corpus, r'sharedStrings.*\.xml$')
     if target.startswith('SheetTexts'):
         return sheet_texts(corpus)
+    if target.startswith('Drawing'):
+        return members(corpus, r'drawings/drawing[^/]*\.xml$')
+    if target.startswith('VmlDrawing'):
+        return members(corpus, r'\.vml$')
+    if target.startswith('Properties'):
+        return members(corpus, r'docProps/[^/]*\.xml$')
     if target.startswith('Sheet'):
         return members(corpus, r'worksheets/[^/]*\.xml$')
     if target.startswith('XmlScanner'):

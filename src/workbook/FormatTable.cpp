@@ -18,7 +18,12 @@ const std::vector<FormatRow>& rows() {
     static const std::vector<FormatRow> table = {
         {"Excel workbook (Office Open XML)",
          {".xlsx", ".xlsm", ".xltx", ".xltm"},
-         {.cells = true, .hyperlinks = true, .headers = true, .password = true},
+         {.cells = true,
+          .hyperlinks = true,
+          .headers = true,
+          .shapes = true,
+          .properties = true,
+          .password = true},
          ooxml::probe,
          ooxml::open,
          ooxml::probeCompound},

@@ -93,9 +93,14 @@ void OoxmlDocument::checkMayChange() const {
     }
 }
 
+bool OoxmlDocument::hasChangedSheets() const {
+    return std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                       [](const auto& sheet) { return sheet->isChanged(); });
+}
+
 bool OoxmlDocument::isChanged() const {
-    return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
-                                    [](const auto& sheet) { return sheet->isChanged(); });
+    return !mIsSaved && (hasChangedSheets() || mDrawings.isChanged() ||
+                         (mBuiltIn && mBuiltIn->isChanged()) || (mCustom && mCustom->isChanged()));
 }
 
 // A string that all of its cells exchange for the same new one is changed where it stands, and
@@ -182,7 +187,7 @@ void OoxmlDocument::changeCalculation() {
     }
 }
 
-void OoxmlDocument::changeParts() {
+void OoxmlDocument::changeSheets() {
     placeStrings();
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
@@ -196,6 +201,13 @@ void OoxmlDocument::changeParts() {
         mPackage.replacePart(partOfType(mPackage, mWorkbook, kStylesType), mStyles.changedPart());
     }
     changeCalculation();
+}
+
+void OoxmlDocument::changeParts() {
+    if (hasChangedSheets()) changeSheets();
+    mDrawings.changeParts(mPackage);
+    if (mBuiltIn) mBuiltIn->changeParts(mPackage);
+    if (mCustom) mCustom->changeParts(mPackage);
 }
 
 namespace {

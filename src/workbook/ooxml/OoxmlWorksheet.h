@@ -11,6 +11,7 @@
 #include "workbook/Document.h"
 #include "workbook/ooxml/CellEdit.h"
 #include "workbook/ooxml/CellTexts.h"
+#include "workbook/ooxml/drawing/SheetShapes.h"
 #include "workbook/ooxml/HeaderFooter.h"
 #include "workbook/ooxml/Hyperlinks.h"
 #include "workbook/ooxml/Package.h"
@@ -39,6 +40,9 @@ public:
     bool usesPages(PageKind kind) override;
     std::string pageSection(PageKind kind, PageSection section) override;
     void setPageSection(PageKind kind, PageSection section, std::string_view text) override;
+    std::size_t shapeCount() override;
+    std::string shapeText(std::size_t index) override;
+    void setShapeText(std::size_t index, std::string_view text) override;
 
     // --- for the document -----------------------------------------------------
     // Reads all cells, looking for `match` and every other pattern of the document.
@@ -56,6 +60,8 @@ public:
     void changePart(Package& package);
     // Tables and relationships, by part name.
     std::map<std::string, std::string> changedPartsBeside() const;
+    // The text of a cell that was changed and holds a text.
+    std::optional<std::string> changedText(CellPosition position) const;
 
 private:
     // What a cell holds now.
@@ -89,6 +95,8 @@ private:
     void readValues();
     Hyperlinks& links();
     HeaderFooter& pages();
+    // Null when the sheet has none.
+    SheetShapes* shapes();
 
     OoxmlDocument& mDocument;
     const SheetEntry& mEntry;
@@ -104,6 +112,7 @@ private:
     std::optional<PartText> mPart;
     std::map<CellPosition, CellEdit> mEdits;
     std::optional<std::map<CellPosition, CellValue>> mValues;
+    std::unique_ptr<SheetShapes> mShapes;
 };
 
 }  // namespace brindle::workbook::ooxml

@@ -222,9 +222,10 @@ bool Package::isTooLong(std::size_t member, const Change& change) const {
     return change.compressed.size() > old.compressedSize + longer + tolerance;
 }
 
-void Package::replacePart(std::string_view partName, std::string_view text) {
+void Package::replacePart(std::string_view partName, std::string_view text, Content content) {
     const std::size_t member = memberOf(partName);
     Change change;
+    change.content = content;
     change.size = text.size();
     change.crc = package::crc32(text);
     change.compressed = package::deflateWhole(text, kLevel);
@@ -248,7 +249,9 @@ void Package::changePart(std::string_view partName, const PartText& old,
         auto packed =
             package::repacked(mArchive->rawBytes(member).view(), old.view(), changes, kLevel);
         if (packed) {
-            mChanges[member] = {false, std::move(packed->compressed), packed->size, packed->crc};
+            mChanges[member] = {.compressed = std::move(packed->compressed),
+                                .size = packed->size,
+                                .crc = packed->crc};
             return;
         }
     }
@@ -337,7 +340,8 @@ void Package::verify(const std::string& path, const PartReader& read) const {
             if (!read(archive, kept)) {
                 const PartText text(archive.read(kept));
                 XmlScanner scanner(text.view());
-                while (scanner.next() != XmlToken::EndOfInput) {
+                while (change->second.content == Content::Xml &&
+                       scanner.next() != XmlToken::EndOfInput) {
                 }
             }
         }
