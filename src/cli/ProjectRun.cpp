@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Clock.h"
 #include "base/CodePages.h"
 #include "cli/Options.h"
 #include "cli/Signals.h"
@@ -39,6 +40,7 @@ void addListedEntries(const std::string& path, bool anyType, Entries& entries) {
     EntryListOptions options;
     options.anyType = anyType;
     options.open.ansiCodePage = ansiCodePage();
+    options.open.currentYear = localYear(SystemClock().now());
     switch (readEntryList(path, options, entries)) {
         case EntryListOutcome::Read:
             break;
