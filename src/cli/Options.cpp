@@ -160,7 +160,7 @@ const std::array<OptionRow, 21> kOptions{{
      [](Options& o, const std::string&) { o.keepDates = true; }},
     {"--in-place", nullptr, "Options", kWorking, false,
      "Also writes documents that have several names (hard links). They are written where "
-     "they stand: a power failure at that moment can damage them.",
+     "they stand: a power failure or a second interrupt at that moment can damage them.",
      [](Options& o, const std::string&) { o.inPlace = true; }},
     {"--jobs", "N", "Options", kWorking, false,
      "Works on N documents at once (one a processor core unless said otherwise). The results "
