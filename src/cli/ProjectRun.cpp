@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/ProjectRun.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -14,16 +12,12 @@
 #include "engine/ListSource.h"
 #include "project/ProjectFile.h"
 #include "selection/DocumentList.h"
+#include "selection/FolderListing.h"
 #include "ui/main/EntryListFile.h"
 
 namespace brindle::cli {
 
 namespace {
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 std::unique_ptr<DocumentSource> listedDocuments(std::vector<std::string> paths,
                                                 const std::string& list) {
