@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Jobs.h"
 
-#include "cli/DocumentQueue.h"
-#include "engine/RunFlags.h"
-
 #include <exception>
 #include <functional>
 #include <mutex>
@@ -12,6 +9,9 @@
 #include <system_error>
 #include <thread>
 #include <vector>
+
+#include "cli/DocumentQueue.h"
+#include "engine/RunFlags.h"
 
 namespace brindle::cli {
 

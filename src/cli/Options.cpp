@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Options.h"
 
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -9,9 +12,6 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-
-#include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 namespace brindle::cli {
 
