@@ -127,7 +127,9 @@ class Checker:
         old = beside(copy, 'old')
         shutil.copy2(copy, old)
         _, lines = self.run('replace', '--find', word, '--with', MARK + word, '--in', scope, copy)
-        if not lines[0].get('refused'):
+        if lines[0].get('error'):
+            print(f'{name}: {word!r} in {scope}: {lines[0]["error"]}')
+        elif not lines[0].get('refused'):
             if self.count(scope, MARK + word, copy) != count:
                 self.fault(name, f'{word!r} in {scope}: not found again where it was replaced')
             self.run('replace', '--find', MARK + word, '--with', word, '--in', scope, copy)

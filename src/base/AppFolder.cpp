@@ -36,7 +36,7 @@ std::string homeFolder() {
     return user == nullptr || user->pw_dir == nullptr ? "/" : user->pw_dir;
 }
 
-// The base folder specification asks to pass over relative values.
+// XDG: relative values are to be passed over.
 fs::path baseFolder(const char* variable, const char* belowHome) {
     const fs::path named = environmentVariable(variable);
     return named.is_absolute() ? named : fs::path(homeFolder()) / belowHome;

@@ -37,11 +37,16 @@ private:
     locale_t mLocale;
 };
 
-std::string formatted(std::chrono::system_clock::time_point moment, const std::string& format,
-                      locale_t locale) {
+struct tm localParts(std::chrono::system_clock::time_point moment) {
     const time_t seconds = std::chrono::system_clock::to_time_t(moment);
     struct tm parts {};
     localtime_r(&seconds, &parts);
+    return parts;
+}
+
+std::string formatted(std::chrono::system_clock::time_point moment, const std::string& format,
+                      locale_t locale) {
+    const struct tm parts = localParts(moment);
     std::array<char, 256> text{};
     const std::size_t length = strftime_l(text.data(), text.size(), format.c_str(), &parts, locale);
     return std::string(text.data(), length);
@@ -68,6 +73,10 @@ std::string generalDate(std::chrono::system_clock::time_point moment) {
     const TimeLocale locale;
     if (locale.isPlain()) return generalDate(moment, "%d/%m/%Y", "%H:%M:%S");
     return generalDate(moment, locale.item(D_FMT), locale.item(T_FMT));
+}
+
+int localYear(std::chrono::system_clock::time_point moment) {
+    return localParts(moment).tm_year + 1900;
 }
 
 }  // namespace brindle

@@ -29,4 +29,7 @@ std::string generalDate(std::chrono::system_clock::time_point moment);
 std::string generalDate(std::chrono::system_clock::time_point moment, std::string dateFormat,
                         const std::string& timeFormat);
 
+// The year of a moment in local time.
+int localYear(std::chrono::system_clock::time_point moment);
+
 }  // namespace brindle

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "cli/ConsoleHost.h"
 
-#include "base/Text.h"
-#include "cli/OutputStream.h"
-
 #include <fmt/format.h>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+
+#include "base/Text.h"
+#include "cli/OutputStream.h"
 
 namespace brindle::cli {
 

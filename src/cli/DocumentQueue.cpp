@@ -24,11 +24,9 @@ DocumentQueue::DocumentQueue(DocumentSource& source, std::atomic<bool>& stop,
 
 std::optional<Task> DocumentQueue::take() {
     std::optional<Task> task = takeFromSource();
-    if (task) {
-        Lock lock(mMutex);
-        waitForEarlier(lock, task->number);
-    }
-    return task;
+    if (!task || waitForEarlier(task->number)) return task;
+    giveUp(*task);
+    return std::nullopt;
 }
 
 std::optional<Task> DocumentQueue::takeFromSource() {
@@ -63,6 +61,19 @@ void DocumentQueue::giveUp(const Task& task) {
     handOut(lock);
 }
 
+void DocumentQueue::abandon() {
+    const Lock lock(mMutex);
+    mIsAbandoned = true;
+    mChanged.notify_all();
+}
+
+void DocumentQueue::handOutRest() {
+    for (const auto& [number, result] : mResults) {
+        if (result) mReceiver(*result);
+    }
+    mResults.clear();
+}
+
 // A thread that comes while another one is at it leaves its result to that one.
 void DocumentQueue::handOut(Lock& lock) {
     if (mIsHandingOut) return;
@@ -81,18 +92,21 @@ void DocumentQueue::handOut(Lock& lock) {
 bool DocumentQueue::hasRoom() {
     Lock lock(mMutex);
     while (!mStop && mTaken - mHandedOut >= mLookAhead) mChanged.wait_for(lock, kStopCheck);
-    return !mStop && !mSourceEnded;
+    return !mStop && !mSourceEnded && !mIsAbandoned;
 }
 
-void DocumentQueue::waitForEarlier(Lock& lock, std::int32_t number) {
+bool DocumentQueue::waitForEarlier(std::int32_t number) {
+    Lock lock(mMutex);
     // No end on a stop: the earlier document is in work and will be finished, and a document
     // once taken has its number.
     mChanged.wait(lock, [&] {
         const std::vector<std::string>& files = mFiles.at(number);
-        return std::all_of(files.begin(), files.end(), [&](const std::string& file) {
-            return mUsers.at(file).front() == number;
-        });
+        return mIsAbandoned ||
+               std::all_of(files.begin(), files.end(), [&](const std::string& file) {
+                   return mUsers.at(file).front() == number;
+               });
     });
+    return !mIsAbandoned;
 }
 
 void DocumentQueue::release(std::int32_t number) {

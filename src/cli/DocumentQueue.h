@@ -45,13 +45,19 @@ public:
     // A document that was taken but not worked on.
     void giveUp(const Task& task);
 
+    // A job died, perhaps with a document: nobody waits for it any more, and take() gives nothing.
+    void abandon();
+    // The results behind a document that has none. When no job is left.
+    void handOutRest();
+
 private:
     using Lock = std::unique_lock<std::mutex>;
 
     std::optional<Task> takeFromSource();
     // Waits until a document may be taken; false when none will be.
     bool hasRoom();
-    void waitForEarlier(Lock& lock, std::int32_t number);
+    // False when an earlier one will not be released.
+    bool waitForEarlier(std::int32_t number);
     void release(std::int32_t number);
     void handOut(Lock& lock);
 
@@ -67,6 +73,7 @@ private:
     std::condition_variable mChanged;
     bool mSourceEnded = false;
     bool mIsHandingOut = false;
+    bool mIsAbandoned = false;
     std::int32_t mTaken = 0;
     std::int32_t mHandedOut = 0;
     std::map<std::int32_t, std::optional<DocumentResult>> mResults;  // nothing: given up

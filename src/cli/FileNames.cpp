@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/FileNames.h"
 
-#include "engine/BackupPath.h"
-
 #include <fmt/format.h>
 
 #include <sys/stat.h>
@@ -10,6 +8,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+
+#include "engine/BackupPath.h"
 
 namespace brindle::cli {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "cli/FormatList.h"
 
-#include "workbook/FormatTable.h"
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <vector>
+
+#include "workbook/FormatTable.h"
 
 namespace brindle::cli {
 

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Jobs.h"
 
-#include "cli/DocumentQueue.h"
-#include "engine/RunFlags.h"
-
 #include <exception>
 #include <functional>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
 #include <vector>
+
+#include "cli/DocumentQueue.h"
+#include "engine/RunFlags.h"
 
 namespace brindle::cli {
 
@@ -74,7 +75,10 @@ public:
 
     void work() {
         Entries entries;
-        for (const Entry* entry : mRun.entries.NewEnum()) entries.AddByObject(*entry);
+        for (const Entry* entry : mRun.entries.NewEnum()) {
+            // Logged, but a run with an entry less is another run.
+            if (entries.AddByObject(*entry) == nullptr) throw std::bad_alloc();
+        }
         mEngine.connector.FileStatusChanged = [this](const std::string& path, std::int32_t&, int,
                                                      Entries& counted) {
             mQueue.finish(*mTask, documentResult(path, mTask->number, counted, mEngine.flags,
@@ -134,6 +138,7 @@ private:
             const std::lock_guard lock(mMutex);
             mFailure = std::current_exception();
             mRun.stop = true;
+            mQueue.abandon();
         }
     }
 
@@ -153,6 +158,7 @@ void runTogether(const Run& run, DocumentSource& source, Handler& handler) {
     while (started < run.jobs && threads.start()) ++started;
     if (started == 0) return runAlone(run, source, handler);
     threads.join();
+    queue.handOutRest();
     threads.rethrow();
 }
 

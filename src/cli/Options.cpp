@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Options.h"
 
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -9,9 +12,6 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-
-#include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 namespace brindle::cli {
 
@@ -160,7 +160,7 @@ const std::array<OptionRow, 21> kOptions{{
      [](Options& o, const std::string&) { o.keepDates = true; }},
     {"--in-place", nullptr, "Options", kWorking, false,
      "Also writes documents that have several names (hard links). They are written where "
-     "they stand: a power failure at that moment can damage them.",
+     "they stand: a power failure or a second interrupt at that moment can damage them.",
      [](Options& o, const std::string&) { o.inPlace = true; }},
     {"--jobs", "N", "Options", kWorking, false,
      "Works on N documents at once (one a processor core unless said otherwise). The results "

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "cli/OutputStream.h"
 
-#include "base/Error.h"
-#include "cli/ExitCode.h"
-
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
+
+#include "base/Error.h"
+#include "cli/ExitCode.h"
 
 namespace brindle::cli {
 

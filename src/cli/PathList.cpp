@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/PathList.h"
 
-#include "base/Error.h"
-#include "cli/Signals.h"
-
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -11,6 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+
+#include "base/Error.h"
+#include "cli/Signals.h"
 
 namespace brindle::cli {
 

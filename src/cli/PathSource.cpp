@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "cli/PathSource.h"
 
-#include <sys/stat.h>
-
 #include <utility>
 
 #include "cli/Signals.h"
+#include "selection/FolderListing.h"
 #include "shell/ErrorLog.h"
 
 namespace brindle::cli {
@@ -13,11 +12,6 @@ namespace brindle::cli {
 namespace {
 
 constexpr Routine kGetFilePaths{"GetFilePaths", ModuleKind::Module, "modBrindle"};
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 }  // namespace
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "cli/ProjectRun.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <utility>
 
+#include "base/Clock.h"
 #include "base/CodePages.h"
 #include "cli/Options.h"
 #include "cli/Signals.h"
@@ -13,16 +12,12 @@
 #include "engine/ListSource.h"
 #include "project/ProjectFile.h"
 #include "selection/DocumentList.h"
+#include "selection/FolderListing.h"
 #include "ui/main/EntryListFile.h"
 
 namespace brindle::cli {
 
 namespace {
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 std::unique_ptr<DocumentSource> listedDocuments(std::vector<std::string> paths,
                                                 const std::string& list) {
@@ -39,6 +34,7 @@ void addListedEntries(const std::string& path, bool anyType, Entries& entries) {
     EntryListOptions options;
     options.anyType = anyType;
     options.open.ansiCodePage = ansiCodePage();
+    options.open.currentYear = localYear(SystemClock().now());
     switch (readEntryList(path, options, entries)) {
         case EntryListOutcome::Read:
             break;

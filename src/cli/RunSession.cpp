@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "cli/RunSession.h"
 
+#include <unistd.h>
+
 #include "cli/JsonOutput.h"
 #include "cli/Signals.h"
 #include "cli/TextOutput.h"
-
-#include <unistd.h>
 
 namespace brindle::cli {
 

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Signals.h"
 
-#include "base/FileIo.h"
-#include "cli/ExitCode.h"
-
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+
+#include "base/FileIo.h"
+#include "cli/ExitCode.h"
 
 namespace brindle::cli {
 

@@ -12,8 +12,9 @@ std::atomic<bool>& stopRequest();
 
 // From here on the first such signal makes the stop request; a second one removes the
 // temporaries of this process and ends it at once with exit status 130. No document is ever
-// torn. A signal that the caller had ignored (nohup) stays ignored. SIGPIPE is ignored: a reader
-// that goes away shows as a failing write. Call once.
+// torn, but for one that is just being written in place. A signal that the caller had ignored
+// (nohup) stays ignored. SIGPIPE is ignored: a reader that goes away shows as a failing write. Call
+// once.
 void handleSignals();
 
 // Whether such a signal came.

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "cli/TextOutput.h"
 
-#include "cli/Options.h"
-
 #include <fmt/format.h>
 
 #include <string>
+
+#include "cli/Options.h"
 
 namespace brindle::cli {
 

@@ -5,9 +5,9 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <ctime>
 #include <filesystem>
 
+#include "base/Clock.h"
 #include "base/CodePages.h"
 #include "base/FileIo.h"
 #include "engine/BackupPath.h"
@@ -31,12 +31,6 @@ constexpr Routine kCloseObjects{"closeObjects", ModuleKind::Class, "ExcelConnect
 constexpr const char* kNoWriteReservation = "kqv";
 
 constexpr std::chrono::milliseconds kEventInterval{50};
-
-int yearOf(std::time_t moment) {
-    std::tm local{};
-    localtime_r(&moment, &local);
-    return local.tm_year + 1900;
-}
 
 bool isEmptyFile(const std::string& path) {
     struct stat status {};
@@ -93,7 +87,7 @@ bool ExcelConnector::begin(Entries& entries) {
         // The message that the caller shows is all there is to say.
     }
     if (!mExcel) return false;
-    mCurrentYear = yearOf(std::time(nullptr));
+    mCurrentYear = localYear(SystemClock().now());
     mLastEvents = std::chrono::steady_clock::now();
     collectPatterns(entries);
     return true;

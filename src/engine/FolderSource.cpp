@@ -16,7 +16,8 @@ constexpr Routine kGetFolders{"getFolders", ModuleKind::Class, "ExcelConnector"}
 
 FolderSource::FolderSource(std::string folder, std::string typeList, bool includeSubFolders,
                            const std::atomic<bool>* stop)
-    : mWalk(std::move(folder), rules(std::move(typeList), includeSubFolders, stop)) {}
+    : mFolder(std::move(folder)),
+      mWalk(mFolder, rules(std::move(typeList), includeSubFolders, stop)) {}
 
 FolderWalkRules FolderSource::rules(std::string typeList, bool includeSubFolders,
                                     const std::atomic<bool>* stop) {
@@ -36,7 +37,8 @@ FolderWalkRules FolderSource::rules(std::string typeList, bool includeSubFolders
 
 std::optional<std::string> FolderSource::next() {
     std::optional<std::string> path;
-    guarded(kGetFolders, [&] { path = mWalk.next(); });
+    const auto failure = guarded(kGetFolders, [&] { path = mWalk.next(); });
+    if (failure && onFolderError) onFolderError(mFolder, *failure);
     return path;
 }
 

@@ -20,16 +20,20 @@ public:
     // else outlives this object.
     FolderSource(std::string folder, std::string typeList, bool includeSubFolders,
                  const std::atomic<bool>* stop = nullptr);
+    FolderSource(const FolderSource&) = delete;  // the walk calls this object
+    FolderSource& operator=(const FolderSource&) = delete;
 
     std::optional<std::string> next() override;
 
-    // Told, beside the error log, of each folder that cannot be listed; may be empty.
+    // Told, beside the error log, of each folder that cannot be listed, and of the start folder
+    // when the walk ends before its time; may be empty.
     std::function<void(const std::string& folder, const Error& error)> onFolderError;
 
 private:
     FolderWalkRules rules(std::string typeList, bool includeSubFolders,
                           const std::atomic<bool>* stop);
 
+    std::string mFolder;
     FolderWalk mWalk;
 };
 

@@ -133,6 +133,7 @@ void writeProjectFile(const std::string& path, const PropertyBag& bag) {
     const std::optional<InputFile> old = openIfThere(path);
     ReplaceOptions options;
     options.newFileMode = 0600;
+    options.allowInPlace = true;  // a project that cannot be saved is the greater loss
     if (old) options.expected = &old->status();
     replaceFile(path, options, [&](OutputFile& file) {
         file.write(header);

@@ -33,9 +33,10 @@ PropertyBag projectBagOf(std::span<const std::byte> fileBytes);
 // Throws Error 53 for a missing file, 321 for one that is no project file.
 PropertyBag readProjectFile(const std::string& path);
 
-// The path holds the whole old or the whole new project at every instant. A file that is made
-// new belongs to its user alone, because it may hold a password. Throws Error 6 for more than
-// 256 MiB of content, which would not be read back.
+// The path holds the whole old or the whole new project at every instant, but for a file with
+// several names (hard links), which is written where it stands. A file that is made new belongs to
+// its user alone, because it may hold a password. Throws Error 6 for more than 256 MiB of content,
+// which would not be read back.
 void writeProjectFile(const std::string& path, const PropertyBag& bag);
 
 // One option: its name in the bag and its field, which is either a text or a flag.

@@ -79,6 +79,11 @@ FolderListing listFolder(const std::string& folder) {
     return result;
 }
 
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool isDocumentName(std::string_view name) {
     if (name.empty() || startsWith(name, "~$")) return false;
     if (startsWith(name, ".~lock.") && name.back() == '#') return false;

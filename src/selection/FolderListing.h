@@ -25,6 +25,9 @@ struct FolderListing {
 // folder, least of all the current one. Paths may be longer than PATH_MAX.
 FolderListing listFolder(const std::string& folder);
 
+// Whether a path leads to a folder that is there.
+bool isFolder(const std::string& path);
+
 // False for bare names that are never documents, whatever their extension: the files by which
 // office programs mark a document as open ("~$name", ".~lock.name#"), and our own temporaries.
 bool isDocumentName(std::string_view name);

@@ -190,6 +190,15 @@ class Entries(CliTest):
                           {"find": "fig", "with": "plum", "in": "cells", "count": 1}])
         self.assertEqual(self.read("docs/one.csv"), column("plum", "Apple", "fig pie").encode())
 
+    def test_a_date_without_a_year_in_a_list_is_one_of_this_year(self):
+        self.write("list.csv", "Find What,Replace With,Look In,MatchCase,"
+                               "Match entire cell contents\r\n1/2,,0,False,False\r\n")
+        date = time.strftime("1/2/%Y")
+        self.write("one.csv", column(date))
+        result = self.call("search", "--entries", "list.csv", "one.csv", "--json")
+        self.assertEqual(result.documents[0]["entries"],
+                         [{"find": date, "with": "", "in": "cells", "count": 1}])
+
 
 class Documents(CliTest):
     def paths(self, *arguments, **options):

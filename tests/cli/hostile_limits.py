@@ -109,6 +109,12 @@ def under(name, kind, values, **more):
                status="changed", log=ANY, new=("a.csv", "b.xlsx"), seconds=60, **more)
 
 
+def many_cells(place):
+    cells = "".join(row(i, inline("A%d" % i, "apple %d" % i)) for i in range(1, 5000))
+    for number in range(8):
+        place.write("%d.xlsx" % number, book(sheet=sheet(cells)))
+
+
 def few_threads(place):
     need_root()
     place.write("a.csv", APPLES)
@@ -210,6 +216,9 @@ def rows():
               documents=("docs/a.xlsx",), new=("home/Errors.Log",))
     yield under("address space", resource.RLIMIT_AS,
                 [16 * MIB, 32 * MIB, 48 * MIB, 64 * MIB, 80 * MIB, 96 * MIB, 128 * MIB, 2048 * MIB])
+    # Too few addresses for a heap for each thread.
+    yield Row("address space with jobs", many_cells, **CHANGED, seconds=20, run=limited(
+        resource.RLIMIT_AS, 160 * MIB, *REPLACE, "docs", "--jobs", "4"))
     yield under("descriptors", resource.RLIMIT_NOFILE, [*range(4, 20), 256])
     yield under("size of files", resource.RLIMIT_FSIZE, [1000, 100_000, 180_000, 64 * MIB])
     yield Row("no threads", few_threads, run=run_without_threads, **CHANGED)

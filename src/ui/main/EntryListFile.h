@@ -25,7 +25,8 @@ enum class EntryListOutcome {
 struct EntryListOptions {
     // Take a workbook of any extension and letter case.
     bool anyType = false;
-    // ansiCodePage is that of .csv and .tab files without a byte-order mark.
+    // ansiCodePage is that of .csv and .tab files without a byte-order mark; currentYear that of
+    // dates without a year, which are dates here as in every cell.
     workbook::OpenOptions open;
 };
 

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "ui/processing/RunReport.h"
 
-#include "base/Error.h"
-#include "engine/clsCounts.h"
-#include "project/Entry.h"
-#include "shell/ErrorLog.h"
-
 #include <array>
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "base/Error.h"
+#include "engine/clsCounts.h"
+#include "project/Entry.h"
+#include "shell/ErrorLog.h"
 
 namespace brindle {
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <functional>
 
 #include "base/Error.h"
@@ -136,6 +137,15 @@ TEST_F(ProjectFile, AShorterRecordLeavesTheOldEnd) {
     EXPECT_EQ(optionsOf(readProjectFile(path())).StartFolder, "");
     writeProjectFile(path(), longer);
     EXPECT_EQ(bytes(), old);
+}
+
+TEST_F(ProjectFile, AnotherNameOfTheFileHasTheNewProjectToo) {
+    Application app = sampleProject();
+    writeProjectFile(path(), projectBag(app.CurrentProject, *app.Items));
+    std::filesystem::create_hard_link(path(), path() + " too");
+    app.CurrentProject.StartFolder = "/elsewhere";
+    writeProjectFile(path(), projectBag(app.CurrentProject, *app.Items));
+    EXPECT_EQ(readProjectFile(path() + " too").ReadProperty("StartFolder").toText(), "/elsewhere");
 }
 
 TEST_F(ProjectFile, IsNewForItsUserAloneAndKeepsAnOldMode) {
