@@ -217,6 +217,8 @@ TEST(OoxmlRead, ShowsTheSameInEveryWriting) {
         {"white space",
          shownBook().inAllParts("</c>", "</c>\r\n\t ").inAllParts("<row ", "\n<row\n")},
         {"spare attributes", shownBook().inAllParts("<c r=", "<c ph=\"1\" xml:lang=\"en\" r=")},
+        {"foreign attributes",
+         shownBook().inAllParts("<c r=", "<c xmlns:o=\"urn:o\" o:t=\"s\" o:s=\"1\" r=")},
         {"foreign elements",
          shownBook().inAllParts("</c>", "</c><o:c xmlns:o=\"urn:o\"><v>9</v></o:c>")},
         {"values in CDATA", shownBook().inAllParts("<v>1000</v>", "<v><![CDATA[1000]]></v>")},

@@ -107,7 +107,7 @@ void WholeSheetReader::readRows() {
 void WholeSheetReader::readRow() {
     ++mRow;
     mColumn = 0;
-    if (const XmlAttribute* attribute = mScanner.attribute("r")) {
+    if (const XmlAttribute* attribute = mScanner.attribute("r", "")) {
         const std::uint32_t row = unsignedOf(attribute->rawValue);
         if (row < 1 || row > static_cast<std::uint32_t>(kMaxRow)) {
             throw Error::damaged("Unable to read file: row number out of range")
@@ -124,15 +124,15 @@ void WholeSheetReader::readRow() {
 
 void WholeSheetReader::readCellAttributes() {
     mCell.position = {mRow, mColumn + 1};
-    const XmlAttribute* reference = mScanner.attribute("r");
+    const XmlAttribute* reference = mScanner.attribute("r", "");
     if (reference && !readReference(reference->rawValue, mCell.position)) {
         throw Error::damaged("Unable to read file: cell reference out of range")
             .atOffset(mScanner.begin());
     }
-    if (const XmlAttribute* style = mScanner.attribute("s")) {
+    if (const XmlAttribute* style = mScanner.attribute("s", "")) {
         mCell.style = unsignedOf(style->rawValue);
     }
-    if (const XmlAttribute* type = mScanner.attribute("t")) mCell.type = typeOf(type->rawValue);
+    if (const XmlAttribute* type = mScanner.attribute("t", "")) mCell.type = typeOf(type->rawValue);
 }
 
 // The content of the current element, escaped anew where it is more than one run of text.
