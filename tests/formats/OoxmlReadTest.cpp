@@ -214,6 +214,8 @@ TEST(OoxmlRead, ShowsTheSameInEveryWriting) {
         {"single quotes, types", shownBook().inAllParts("t=\"inlineStr\"", "t='inlineStr'")},
         {"single quotes, styles", shownBook().inAllParts("s=\"11\"", "s='11'")},
         {"single quotes, formulas", shownBook().inAllParts("t=\"shared\"", "t='shared'")},
+        {"white space in tags",
+         shownBook().inAllParts("<f t=\"", "<f\tt = \n\"").inAllParts(" si=", " si\r\n=")},
         {"white space",
          shownBook().inAllParts("</c>", "</c>\r\n\t ").inAllParts("<row ", "\n<row\n")},
         {"spare attributes", shownBook().inAllParts("<c r=", "<c ph=\"1\" xml:lang=\"en\" r=")},

@@ -222,15 +222,17 @@ SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, Cel
 }
 
 std::string_view rawAttribute(std::string_view attributes, std::string_view name) {
+    constexpr std::string_view kSpaces = " \t\r\n";
     for (std::size_t at = attributes.find(name); at != std::string_view::npos;
          at = attributes.find(name, at + 1)) {
-        const bool begins = at == 0 || attributes[at - 1] == ' ' || attributes[at - 1] == '\n' ||
-                            attributes[at - 1] == '\t' || attributes[at - 1] == '\r';
-        const std::size_t equals = at + name.size();
-        if (!begins || equals + 1 >= attributes.size() || attributes[equals] != '=') continue;
-        const std::size_t end = attributes.find(attributes[equals + 1], equals + 2);
+        const bool begins = at == 0 || kSpaces.find(attributes[at - 1]) != std::string_view::npos;
+        const std::size_t equals = attributes.find_first_not_of(kSpaces, at + name.size());
+        if (!begins || equals == std::string_view::npos || attributes[equals] != '=') continue;
+        const std::size_t quote = attributes.find_first_not_of(kSpaces, equals + 1);
+        if (quote == std::string_view::npos) return {};
+        const std::size_t end = attributes.find(attributes[quote], quote + 1);
         if (end == std::string_view::npos) return {};
-        return attributes.substr(equals + 2, end - equals - 2);
+        return attributes.substr(quote + 1, end - quote - 1);
     }
     return {};
 }
