@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
+#include <set>
+
 #include "base/Error.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
@@ -176,7 +178,7 @@ OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
 
 void OoxmlWorksheet::readFrame() {
     if (mIsFrameRead) return;
-    std::vector<std::string> tables;
+    std::set<std::string> tables;  // each once, however often it is named
     XmlScanner scanner(mFrame.text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         if (token != XmlToken::StartElement) continue;
@@ -187,7 +189,7 @@ void OoxmlWorksheet::readFrame() {
             const auto* id = scanner.attribute("id");
             const Relationship* table =
                 id ? mDocument.package().relationshipById(mEntry.partName, id->rawValue) : nullptr;
-            if (table && !table->isExternal) tables.push_back(table->partName);
+            if (table && !table->isExternal) tables.insert(table->partName);
         }
     }
     mTables = std::make_unique<TableParts>(mDocument.package(), tables);
