@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "base/Error.h"
+#include "workbook/formula/CellReference.h"
 #include "workbook/ooxml/IsoDate.h"
-#include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ooxml/Xstring.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -32,27 +32,13 @@ bool isShownAsStored(std::string_view formula) {
     return !holdsCharacter(formula, '[') && formula.find("_x") == std::string_view::npos;
 }
 
-bool parsePosition(std::string_view& text, CellPosition& position) {
-    std::size_t i = 0;
-    std::int32_t column = 0;
-    const auto skipDollar = [&] {
-        if (i < text.size() && text[i] == '$') ++i;
-    };
-    skipDollar();
-    for (int letters = 0; i < text.size() && letters < 3; ++i, ++letters) {
-        const char upper = static_cast<char>(text[i] & ~0x20);
-        if (upper < 'A' || upper > 'Z') break;
-        column = column * 26 + (upper - 'A' + 1);
-    }
-    skipDollar();
-    std::int32_t row = 0;
-    const char* const begin = text.data() + i;
-    const auto [end, error] = std::from_chars(begin, text.data() + text.size(), row);
-    if (error != std::errc() || column < 1 || column > kMaxColumn || row < 1 || row > kMaxRow) {
-        return false;
-    }
-    position = {row, column};
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+// At the start of `text`, which then is behind it.
+bool takePosition(std::string_view& text, CellPosition& position) {
+    formula::CellReference cell;
+    const std::size_t length = formula::scanCell(text, 0, cell);
+    if (length == 0) return false;
+    position = {cell.row.index, cell.column.index};
+    text.remove_prefix(length);
     return true;
 }
 
@@ -90,12 +76,12 @@ std::optional<std::uint32_t> sharedFormulaIndex(const ScannedCell& cell) {
 
 std::optional<CellRange> parseRange(std::string_view text) {
     CellPosition first;
-    if (!parsePosition(text, first)) return std::nullopt;
+    if (!takePosition(text, first)) return std::nullopt;
     CellPosition last = first;
     if (!text.empty()) {
         if (text.front() != ':') return std::nullopt;
         text.remove_prefix(1);
-        if (!parsePosition(text, last) || !text.empty()) return std::nullopt;
+        if (!takePosition(text, last) || !text.empty()) return std::nullopt;
     }
     return CellRange{first.row, first.column, last.row, last.column};
 }

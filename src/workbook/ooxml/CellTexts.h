@@ -57,7 +57,7 @@ public:
     PatternMask maskOf(const ScannedCell& cell, const PatternSet& patterns);
     // The same for a cell that shows its shared string.
     PatternMask stringMask(const ScannedCell& cell) const;
-    // The text itself; empty for a blank cell. `item` is not needed for shared strings.
+    // The text itself; empty for a blank cell.
     std::string textOf(const ScannedCell& cell);
 
     // False while no formula seen so far fills several cells, so that a cell without a formula

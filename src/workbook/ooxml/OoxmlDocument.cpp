@@ -66,20 +66,20 @@ bool OoxmlDocument::isReserved() const {
 }
 
 const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
-    const bool isKnown = mPatterns.bitOf(match).mask != 0;
-    if (!isKnown) {
+    if (mPatterns.bitOf(match).mask == 0) {
         std::vector<CellMatch> patterns = mPatterns.patterns();
         patterns.push_back(match);
         mPatterns = PatternSet(std::move(patterns));
+        mAreStringsSeen = false;
     }
-    if (!isKnown || mGeneration == 0) {
-        try {
-            mStrings.look(mPatterns);
-        } catch (Error& error) {
-            throw error.inMember(mStrings.partName());
-        }
-        ++mGeneration;
+    if (mAreStringsSeen) return mPatterns;
+    try {
+        mStrings.look(mPatterns);
+    } catch (Error& error) {
+        throw error.inMember(mStrings.partName());
     }
+    mAreStringsSeen = true;
+    ++mGeneration;
     return mPatterns;
 }
 

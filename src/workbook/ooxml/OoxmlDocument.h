@@ -73,6 +73,7 @@ private:
     SharedStrings mStrings;
     WorkbookTexts mTexts;
     PatternSet mPatterns;
+    bool mAreStringsSeen = false;  // the shared strings were looked through for these patterns
     unsigned mGeneration = 0;
     std::size_t mActiveSheet = 0;
     bool mIsClosedForEdits = false;

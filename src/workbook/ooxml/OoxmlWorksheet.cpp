@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
+#include <set>
+
 #include "base/Error.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
@@ -184,7 +186,7 @@ const SheetFrame& OoxmlWorksheet::frame() {
 
 void OoxmlWorksheet::readFrame() {
     if (mIsFrameRead) return;
-    std::vector<std::string> tables;
+    std::set<std::string> tables;  // each once, however often it is named
     XmlScanner scanner(frame().text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         if (token != XmlToken::StartElement) continue;
@@ -195,7 +197,7 @@ void OoxmlWorksheet::readFrame() {
             const auto* id = scanner.attribute("id");
             const Relationship* table =
                 id ? mDocument.package().relationshipById(mEntry.partName, id->rawValue) : nullptr;
-            if (table && !table->isExternal) tables.push_back(table->partName);
+            if (table && !table->isExternal) tables.insert(table->partName);
         }
     }
     mTables = std::make_unique<TableParts>(mDocument.package(), tables);

@@ -87,21 +87,10 @@ std::string withoutElement(std::string_view text, const Predicate& matches) {
     return std::string(text);
 }
 
-// A converted part is written as UTF-8, so its declaration must say so.
-std::string withUtf8Declaration(std::string_view text) {
-    if (!text.starts_with("<?xml")) return std::string(text);
-    const std::size_t end = text.find("?>");
-    if (end == std::string_view::npos) return std::string(text);
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>" +
-           std::string(text.substr(end + 2));
-}
-
 }  // namespace
 
-PartText::PartText(package::Buffer bytes) : mBytes(std::move(bytes)) {
-    mConverted = package::toUtf8(mBytes.view());
-    if (mConverted) mConverted = withUtf8Declaration(*mConverted);
-}
+PartText::PartText(package::Buffer bytes)
+    : mBytes(std::move(bytes)), mConverted(package::toUtf8(mBytes.view())) {}
 
 std::string relationshipPartName(std::string_view partName) {
     const std::size_t slash = partName.rfind('/');

@@ -108,7 +108,7 @@ void WholeSheetReader::readRows() {
 void WholeSheetReader::readRow() {
     ++mRow;
     mColumn = 0;
-    if (const XmlAttribute* attribute = mScanner.attribute("r")) {
+    if (const XmlAttribute* attribute = mScanner.attribute("r", "")) {
         const std::uint32_t row = unsignedOf(attribute->rawValue);
         if (row < 1 || row > static_cast<std::uint32_t>(kMaxRow)) {
             throw Error::damaged("Unable to read file: row number out of range")
@@ -125,15 +125,15 @@ void WholeSheetReader::readRow() {
 
 void WholeSheetReader::readCellAttributes() {
     mCell.position = {mRow, mColumn + 1};
-    const XmlAttribute* reference = mScanner.attribute("r");
+    const XmlAttribute* reference = mScanner.attribute("r", "");
     if (reference && !readReference(reference->rawValue, mCell.position)) {
         throw Error::damaged("Unable to read file: cell reference out of range")
             .atOffset(mScanner.begin());
     }
-    if (const XmlAttribute* style = mScanner.attribute("s")) {
+    if (const XmlAttribute* style = mScanner.attribute("s", "")) {
         mCell.style = unsignedOf(style->rawValue);
     }
-    if (const XmlAttribute* type = mScanner.attribute("t")) mCell.type = typeOf(type->rawValue);
+    if (const XmlAttribute* type = mScanner.attribute("t", "")) mCell.type = typeOf(type->rawValue);
 }
 
 // The content of the current element, escaped anew where it is more than one run of text.
@@ -243,15 +243,17 @@ SheetFrame readSheetFrame(const package::ZipArchive& archive, std::size_t member
 }
 
 std::string_view rawAttribute(std::string_view attributes, std::string_view name) {
+    constexpr std::string_view kSpaces = " \t\r\n";
     for (std::size_t at = attributes.find(name); at != std::string_view::npos;
          at = attributes.find(name, at + 1)) {
-        const bool begins = at == 0 || attributes[at - 1] == ' ' || attributes[at - 1] == '\n' ||
-                            attributes[at - 1] == '\t' || attributes[at - 1] == '\r';
-        const std::size_t equals = at + name.size();
-        if (!begins || equals + 1 >= attributes.size() || attributes[equals] != '=') continue;
-        const std::size_t end = attributes.find(attributes[equals + 1], equals + 2);
+        const bool begins = at == 0 || kSpaces.find(attributes[at - 1]) != std::string_view::npos;
+        const std::size_t equals = attributes.find_first_not_of(kSpaces, at + name.size());
+        if (!begins || equals == std::string_view::npos || attributes[equals] != '=') continue;
+        const std::size_t quote = attributes.find_first_not_of(kSpaces, equals + 1);
+        if (quote == std::string_view::npos) return {};
+        const std::size_t end = attributes.find(attributes[quote], quote + 1);
         if (end == std::string_view::npos) return {};
-        return attributes.substr(equals + 2, end - equals - 2);
+        return attributes.substr(quote + 1, end - quote - 1);
     }
     return {};
 }

@@ -56,7 +56,7 @@ bool holdsFormulas(const std::string& memberName) {
 
 }  // namespace
 
-TableParts::TableParts(const Package& package, const std::vector<std::string>& partNames)
+TableParts::TableParts(const Package& package, const std::set<std::string>& partNames)
     : mPackage(package) {
     for (const std::string& partName : partNames) {
         const PartText text = package.read(partName);

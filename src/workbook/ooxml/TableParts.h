@@ -18,7 +18,7 @@ namespace brindle::workbook::ooxml {
 class TableParts {
 public:
     // `partNames` are the table parts of one sheet. The package is borrowed.
-    TableParts(const Package& package, const std::vector<std::string>& partNames);
+    TableParts(const Package& package, const std::set<std::string>& partNames);
 
     bool isHeaderCell(CellPosition position) const;
     // Renames the column under a header cell. Throws Error 1004 when the name is empty or taken,
