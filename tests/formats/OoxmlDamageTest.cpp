@@ -161,6 +161,8 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
         {"row zero", withSheet("r=\"2\"", "r=\"0\""), damaged, kSheet},
         {"row out of range", withSheet("r=\"2\"", "r=\"1048577\""), damaged, kSheet},
         {"cell out of range", withSheet("r=\"C2\"", "r=\"XFE2\""), damaged, kSheet},
+        {"a cell twice", withSheet("r=\"B2\"", "r=\"A2\""), damaged, kSheet},
+        {"a cell twice, apart", withSheet("r=\"B2\"", "r=\"C1\""), damaged, kSheet},
         {"no sheet", fullBook().withoutPart(kSheet), damaged, kSheet},
         {"no strings", fullBook().part(kStringsPart, "<sst>"), damaged, kStringsPart},
         {"one part for two sheets", fullBook().sheet("").inAllParts(

@@ -242,9 +242,6 @@ TEST(OoxmlRead, PlacesCells) {
         {"rows out of order",
          R"(<row r="2"><c r="A2" t="str"><v>x</v></c></row><row r="1"><c r="B1" t="str"><v>)"
          R"(x</v></c></row>)", cells({"B1", "A2"})},
-        {"a cell twice",
-         R"(<row r="1"><c r="B1" t="str"><v>x</v></c><c r="B1" t="str"><v>x</v></c>)"
-         R"(<c r="C1" t="str"><v>x</v></c></row>)", cells({"B1", "C1"})},
         {"the last cell", R"(<row r="1048576"><c r="XFD1048576" t="str"><v>x</v></c></row>)",
          cells({"XFD1048576"})},
         {"empty rows", R"(<row r="1"/><row r="5"></row><row><c t="str"><v>x</v></c></row>)",

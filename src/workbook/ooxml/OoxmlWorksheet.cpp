@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
+#include <algorithm>
 #include <set>
 
 #include "base/Error.h"
@@ -28,6 +29,27 @@ SheetIndex& OoxmlWorksheet::indexFor(const CellMatch& match) {
     return *mIndex;
 }
 
+namespace {
+
+// A search would see one of the two and a save change the other. Programs never write that.
+void checkNoCellTwice(const package::ZipArchive& archive, std::size_t member) {
+    class Positions final : public CellSink {
+    public:
+        void cell(const ScannedCell& cell) override { positions.push_back(cell.position); }
+        std::vector<CellPosition> positions;
+    };
+    Positions cells;
+    scanSheet(archive, member, cells, [&cells] { cells.positions.clear(); });
+    std::sort(cells.positions.begin(), cells.positions.end());
+    const auto twice = std::adjacent_find(cells.positions.begin(), cells.positions.end());
+    if (twice == cells.positions.end()) return;
+    throw Error::damaged("A cell is written twice")
+        .inMember(archive.members()[member].name)
+        .inCell(cellName(*twice));
+}
+
+}  // namespace
+
 void OoxmlWorksheet::buildIndex() {
     const PatternSet& patterns = mDocument.patterns();
     mTexts = std::make_unique<CellTexts>(mDocument.texts());
@@ -37,6 +59,7 @@ void OoxmlWorksheet::buildIndex() {
     const std::size_t member = package.memberOf(mEntry.partName);
     try {
         mFrame = scanSheet(package.archive(), member, *mIndex, [this] { mIndex->restart(); });
+        if (!mIndex->isOrdered()) checkNoCellTwice(package.archive(), member);
     } catch (...) {
         mIndex.reset();
         throw;

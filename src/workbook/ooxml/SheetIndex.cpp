@@ -14,6 +14,8 @@ bool standsBefore(const Candidate& candidate, CellPosition position) {
 }  // namespace
 
 void SheetIndex::cell(const ScannedCell& cell) {
+    if (!(mLast < cell.position)) mIsOrdered = false;
+    mLast = cell.position;
     // Most cells are strings and numbers without a match; they are to cost as little as can be.
     if (!cell.hasFormula && !mTexts.hasBlocks()) {
         if (cell.type == CellType::SharedString && mTexts.stringMask(cell) == 0) return;
@@ -32,13 +34,13 @@ void SheetIndex::cell(const ScannedCell& cell) {
         !mTexts.openBlockAt(cell.position)) {
         candidate.sharedString = sharedStringIndex(cell);
     }
-    if (!mCandidates.empty() && !(mCandidates.back().position < cell.position)) mIsOrdered = false;
     mCandidates.push_back(candidate);
 }
 
 void SheetIndex::restart() {
     mTexts.restart();
     mCandidates.clear();
+    mLast = {};
     mIsOrdered = true;
 }
 
@@ -48,13 +50,7 @@ void SheetIndex::finish() {
     const auto before = [](const Candidate& a, const Candidate& b) {
         return a.position < b.position;
     };
-    std::stable_sort(mCandidates.begin(), mCandidates.end(), before);
-    // A cell that is written twice would make a search cycle endless; the first one counts.
-    const auto same = [](const Candidate& a, const Candidate& b) {
-        return a.position == b.position;
-    };
-    mCandidates.erase(std::unique(mCandidates.begin(), mCandidates.end(), same), mCandidates.end());
-    mIsOrdered = true;
+    std::sort(mCandidates.begin(), mCandidates.end(), before);
 }
 
 std::size_t SheetIndex::placeBehind(CellPosition after) const {

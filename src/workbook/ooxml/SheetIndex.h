@@ -33,6 +33,8 @@ public:
     void restart();
     // To be called after the last cell: puts odd files into row order.
     void finish();
+    // Whether every cell stood behind the one before it, in row order.
+    bool isOrdered() const { return mIsOrdered; }
 
     const std::vector<Candidate>& candidates() const { return mCandidates; }
     // Place of the first candidate behind `after`, size() when there is none. Cheap when `after`
@@ -47,6 +49,7 @@ private:
     CellTexts& mTexts;
     const PatternSet& mPatterns;
     std::vector<Candidate> mCandidates;
+    CellPosition mLast;  // cell told
     bool mIsOrdered = true;
     mutable std::size_t mLastPlace = 0;
 };
