@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "cli/JsonOutput.h"
 
+#include "base/Text.h"
+#include "cli/Options.h"
+
 #include <nettle/base64.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <string>
-
-#include "base/Text.h"
-#include "cli/Options.h"
 
 namespace brindle::cli {
 
