@@ -3,16 +3,27 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
+#include <memory>
 #include <utility>
 
 namespace brindle {
 namespace {
 
-// Of what a path leads to.
-std::optional<FileIdentity> identityOf(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-    return FileIdentity{status.st_dev, status.st_ino};
+FileIdentity identityIn(const struct stat& status) {
+    return {status.st_dev, status.st_ino};
+}
+
+// Where a chain of links ends; nothing when that is nowhere.
+std::optional<FilePlace> placeBehind(const std::string& link) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(link.c_str(), nullptr),
+                                                           &std::free);
+    if (!real) return std::nullopt;
+    const std::string path = real.get();
+    const std::size_t nameStart = path.rfind('/') + 1;
+    struct stat folder {};
+    if (::stat(path.substr(0, nameStart).c_str(), &folder) != 0) return std::nullopt;
+    return FilePlace{identityIn(folder), path.substr(nameStart)};
 }
 
 }  // namespace
@@ -22,7 +33,6 @@ FolderWalk::FolderWalk(std::string startFolder, FolderWalkRules rules)
 
 std::optional<std::string> FolderWalk::next() {
     if (!std::exchange(mIsStarted, true)) enter(mStart);
-    noteLastFile();
     while (!mWay.empty() && goesOn()) {
         Folder& folder = mWay.back();
         if (folder.nextFile < folder.listing.files.size()) {
@@ -54,7 +64,7 @@ std::optional<std::string> FolderWalk::nextFile(Folder& folder) {
     const std::string& name = folder.listing.files[folder.nextFile++];
     if (!isDocumentName(name)) return std::nullopt;
     std::string path = folder.path + name;
-    if (!mRules.matches(path) || !isFirstName(path)) return std::nullopt;
+    if (!mRules.matches(path) || !isFirstName(folder, name)) return std::nullopt;
     return path;
 }
 
@@ -71,26 +81,23 @@ void FolderWalk::enterNextSubfolder() {
     }
 }
 
-// A document that was saved since it was yielded is another file now, under the same name: its
-// other names lead to that one, and the system may give its old identity to any new file.
-void FolderWalk::noteLastFile() {
-    if (!mLastFile) return;
-    const auto [path, before] = *std::exchange(mLastFile, std::nullopt);
-    const std::optional<FileIdentity> now = identityOf(path);
-    if (!now || *now == before) return;
-    mSeenFiles.erase(before);
-    mSeenFiles.insert(*now);
-}
-
-bool FolderWalk::isFirstName(const std::string& path) {
+// By the place and not by the identity of the file, because a document that is saved meanwhile, or
+// a moment later by another thread, is another file then. Hard links share no place; but a file
+// that has some is never replaced by another one.
+bool FolderWalk::isFirstName(const Folder& folder, const std::string& name) {
     if (!mRules.eachFileOnce) return true;
-    const std::optional<FileIdentity> identity = identityOf(path);
+    const std::string path = folder.path + name;
+    struct stat status {};
     // What is gone meanwhile passes: whoever opens it says so. So does a path that is too long for
     // the call; taking it apart for every file would cost more than the listing.
-    if (!identity) return true;
-    if (!mSeenFiles.insert(*identity).second) return false;
-    mLastFile = {path, *identity};
-    return true;
+    if (::lstat(path.c_str(), &status) != 0) return true;
+    std::optional<FilePlace> place = FilePlace{folder.listing.identity, name};
+    if (S_ISLNK(status.st_mode)) {
+        place = placeBehind(path);
+        if (!place || ::stat(path.c_str(), &status) != 0) return true;
+    }
+    if (!mSeenPlaces.insert(*place).second) return false;
+    return status.st_nlink == 1 || mSeenHardLinks.insert(identityIn(status)).second;
 }
 
 }  // namespace brindle

@@ -13,6 +13,9 @@
 
 namespace brindle {
 
+// A folder, and a name in it.
+using FilePlace = std::pair<FileIdentity, std::string>;
+
 // What a walk asks its owner. `matches` is needed; the others may be empty.
 struct FolderWalkRules {
     // Whether a file belongs to the walk; asked once for each file, with its path, at the moment
@@ -25,7 +28,7 @@ struct FolderWalkRules {
     // Told of a folder that cannot be listed; the walk goes on behind it.
     std::function<void(const std::string& folder, const Error& error)> onFolderError;
     // Yield a file that has several names (links) only under the first one met, so that a
-    // replacement is not applied to its own result.
+    // replacement is not applied to its own result; also when the file is replaced during the walk.
     bool eachFileOnce = false;
 };
 
@@ -53,17 +56,16 @@ private:
     void enter(const std::string& path);
     std::optional<std::string> nextFile(Folder& folder);
     void enterNextSubfolder();
-    void noteLastFile();
-    bool isFirstName(const std::string& path);
+    bool isFirstName(const Folder& folder, const std::string& name);
 
     std::string mStart;
     FolderWalkRules mRules;
     bool mIsStarted = false;
     std::vector<Folder> mWay;  // from the start folder down to the current one
     std::set<FileIdentity> mSeenFolders;
-    std::set<FileIdentity> mSeenFiles;  // as they are now, with eachFileOnce
-    // What next() gave last, and what it was then.
-    std::optional<std::pair<std::string, FileIdentity>> mLastFile;
+    // With eachFileOnce: where the files that were yielded stand, and those with several names.
+    std::set<FilePlace> mSeenPlaces;
+    std::set<FileIdentity> mSeenHardLinks;
 };
 
 }  // namespace brindle

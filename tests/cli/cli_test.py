@@ -294,6 +294,9 @@ class Jobs(CliTest):
         for number in range(80):
             lines = 3000 if number % 7 == 0 else 3
             self.write("d/%02d.csv" % number, column(*(["apple %d" % number] * lines)))
+            # Another name, which is no document of its own.
+            if not os.path.lexists(self.path("d/z%02d.csv" % number)):
+                os.symlink("%02d.csv" % number, self.path("d/z%02d.csv" % number))
         self.write("d/80.csv", column("pear"))
         result = self.call("replace", "--find", "apple", "--with", "apple fig", "--json", "--jobs",
                            str(jobs), *documents)
@@ -306,7 +309,8 @@ class Jobs(CliTest):
         self.assertEqual(len(alone[0]), 84)
         self.assertEqual([item["number"] for item in alone[0][:-1]], list(range(1, 84)))
         for jobs in (2, 16):
-            self.assertEqual(self.outcome(jobs, *documents), alone)
+            # A diff of all that would take minutes.
+            self.assertTrue(self.outcome(jobs, *documents) == alone, jobs)
 
     def test_documents_that_share_a_file_go_one_after_the_other(self):
         rounds = []

@@ -162,21 +162,22 @@ TEST(FolderWalk, GivesAFileOnceWhenAsked) {
     EXPECT_EQ(walk(dir, rules), (Names{"alias.xls", "below/other.xls"}));
 }
 
-// The system gives the identity of a replaced file to the next new one.
-TEST(FolderWalk, AFileOfAnotherNameMayHaveTheIdentityThatAReplacedOneHad) {
+// Jobs save a document when the walk has long gone on, and the system gives the identity of a
+// file that was replaced to the next new one.
+TEST(FolderWalk, AFileThatIsReplacedMeanwhileStaysTheSame) {
     const TempDir dir;
-    dir.write("a.xls", "content");
-    dir.write("b.xls", "content");
-    dir.write("new", "content");
+    for (const char* name : {"a.xls", "b.xls", "c.xls", "new"}) dir.write(name, "content");
+    ASSERT_EQ(::symlink("a.xls", dir.path("d.xls").c_str()), 0);
     ASSERT_EQ(::link(dir.path("a.xls").c_str(), dir.path("old").c_str()), 0);
     FolderWalkRules rules = everything();
     rules.matches = [](const std::string& path) { return CheckFileExt(path, "*.xls;"); };
     rules.eachFileOnce = true;
     FolderWalk tree(dir.path(), rules);
     EXPECT_EQ(tree.next(), dir.path("a.xls"));
-    std::filesystem::rename(dir.path("new"), dir.path("a.xls"));
-    std::filesystem::rename(dir.path("old"), dir.path("b.xls"));
     EXPECT_EQ(tree.next(), dir.path("b.xls"));
+    std::filesystem::rename(dir.path("new"), dir.path("a.xls"));
+    std::filesystem::rename(dir.path("old"), dir.path("c.xls"));
+    EXPECT_EQ(tree.next(), dir.path("c.xls"));
     EXPECT_FALSE(tree.next());
 }
 
