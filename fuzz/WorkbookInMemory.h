@@ -104,7 +104,8 @@ private:
     std::uint32_t mCount = 0;
 };
 
-inline std::string workbookAround(std::string_view sheet, std::string_view strings) {
+inline std::string workbookAround(std::string_view sheet, std::string_view strings,
+                                  std::string_view sheetRelationships = {}) {
     const std::string ns = "\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
     const std::string office =
         "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
@@ -130,6 +131,7 @@ inline std::string workbookAround(std::string_view sheet, std::string_view strin
                     "><cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"9\"/><xf numFmtId=\"14\"/>"
                     "<xf numFmtId=\"49\"/></cellXfs></styleSheet>");
     archive.add("s.xml", sheet);
+    if (!sheetRelationships.empty()) archive.add("_rels/s.xml.rels", sheetRelationships);
     archive.add("t.xml", strings);
     return archive.finished();
 }

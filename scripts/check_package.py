@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks workbooks in the Office Open XML formats for what would make the application offer a
 repair: relationships and their targets, content types, shared strings, cell order and types,
-formula kinds, calculation chain, table headers, styles, namespaces.
+formula kinds, calculation chain, table headers, styles, namespaces, hyperlinks, page texts, order
+of the elements.
 
 Usage: check_package.py FILE...      exits with 1 when a file has a fault
 As a module: faults(path) gives the list of faults.
@@ -21,6 +22,15 @@ MAIN = ('http://schemas.openxmlformats.org/spreadsheetml/2006/main',
 ERRORS = {'#NULL!', '#DIV/0!', '#VALUE!', '#REF!', '#NAME?', '#NUM!', '#N/A', '#GETTING_DATA',
           '#SPILL!', '#CALC!', '#FIELD!', '#BLOCKED!', '#UNKNOWN!', '#CONNECT!', '#BUSY!',
           '#EXTERNAL!', '#PYTHON!', '#TIMEOUT!'}
+SHEET_ORDER = (
+    'sheetPr dimension sheetViews sheetFormatPr cols sheetData sheetCalcPr sheetProtection '
+    'protectedRanges scenarios autoFilter sortState dataConsolidate customSheetViews mergeCells '
+    'phoneticPr conditionalFormatting dataValidations hyperlinks printOptions pageMargins pageSetup '
+    'headerFooter rowBreaks colBreaks customProperties cellWatches ignoredErrors smartTags drawing '
+    'legacyDrawing legacyDrawingHF drawingHF picture oleObjects controls webPublishItems tableParts '
+    'extLst').split()
+PAGE_ORDER = 'oddHeader oddFooter evenHeader evenFooter firstHeader firstFooter'.split()
+NOT_IN_A_URI = re.compile('[\\x00-\\x20"<>^`{}|]|%(?![0-9A-Fa-f]{2})')
 
 
 def local(tag):
@@ -212,6 +222,44 @@ def check_tables(package, part, texts):
                 package.fault(target, f'column {name!r} stands under the header {text!r}')
 
 
+def check_order(package, part, parent, order):
+    names = [local(child.tag) for child in parent if isinstance(child.tag, str)]
+    places = [order.index(name) for name in names if name in order]
+    if places != sorted(places):
+        package.fault(part, f'{local(parent.tag)}: elements out of order')
+
+
+def check_links(package, part):
+    rels = package.relationships(part)
+    for links in package.tree(part):
+        if local(links.tag) != 'hyperlinks':
+            continue
+        if len(links) == 0:
+            package.fault(part, 'an empty list of hyperlinks')
+        for link in links:
+            names = [link.get('{%s}id' % uri) for uri in OFFICE if link.get('{%s}id' % uri)]
+            if not names:
+                if link.get('location') is None:
+                    package.fault(part, f'the link of {link.get("ref")} leads nowhere')
+                continue
+            kind, target, external = rels.get(names[0], ('', '', False))
+            if not kind.endswith('/hyperlink'):
+                package.fault(part, f'{names[0]} is no hyperlink')
+            elif external and (not target or NOT_IN_A_URI.search(target) or len(target) > 2079):
+                package.fault(part, f'{names[0]}: {target!r} is no address')
+
+
+def check_page_texts(package, part):
+    check_order(package, part, package.tree(part), SHEET_ORDER)
+    for pages in package.tree(part).iter():
+        if local(pages.tag) != 'headerFooter':
+            continue
+        check_order(package, part, pages, PAGE_ORDER)
+        for text in pages:
+            if len(decoded(text.text or '').encode('utf-16-le')) > 2 * 255:
+                package.fault(part, f'{local(text.tag)} is too long')
+
+
 def check_calculation_chain(package, part, formulas_by_sheet):
     tree = package.tree(part)
     if tree is None:
@@ -257,6 +305,9 @@ def check_workbook(package, part):
                 cells = formulas.setdefault(sheet.get('sheetId'), set())
                 texts = check_sheet(package, rel[1], strings, styles, cells)
                 check_tables(package, rel[1], texts)
+                if package.tree(rel[1]) is not None:
+                    check_links(package, rel[1])
+                    check_page_texts(package, rel[1])
     for chain in by_type.get('calcChain', []):
         if package.has(chain):
             check_calculation_chain(package, chain, formulas)

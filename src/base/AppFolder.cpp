@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -27,7 +28,11 @@ fs::path executableFolder() {
 std::string homeFolder() {
     std::string home = environmentVariable("HOME");
     if (!home.empty()) return home;
-    const struct passwd* user = getpwuid(getuid());
+    // The log asks from several threads, so not getpwuid.
+    std::array<char, 4096> texts;
+    struct passwd row {};
+    struct passwd* user = nullptr;
+    getpwuid_r(getuid(), &row, texts.data(), texts.size(), &user);
     return user == nullptr || user->pw_dir == nullptr ? "/" : user->pw_dir;
 }
 

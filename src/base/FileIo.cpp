@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <vector>
 
 #include "base/Error.h"
 #include "base/PathInFolder.h"
@@ -14,7 +13,6 @@
 namespace brindle {
 namespace {
 
-constexpr std::size_t kCopyBlock = 256 * 1024;
 constexpr std::size_t kMostPerCall = std::size_t{1} << 30;  // Linux transfers a little under 2 GiB
 
 // Looks before it opens: opening a device can already have an effect.
@@ -50,7 +48,7 @@ bool isCopyUnsupported(int errnoValue) {
 }
 
 // Bytes copied inside the kernel; less than `length` when it cannot do (the rest).
-std::uint64_t copyInKernel(const InputFile& source, std::uint64_t offset, std::uint64_t length,
+std::uint64_t copyInKernel(const ByteSource& source, std::uint64_t offset, std::uint64_t length,
                            int to, const std::string& pathForErrors) {
     auto from = static_cast<off64_t>(offset);
     std::uint64_t done = 0;
@@ -138,23 +136,11 @@ void OutputFile::write(std::span<const std::byte> bytes) {
     }
 }
 
-void OutputFile::write(std::string_view bytes) {
-    write(std::as_bytes(std::span(bytes)));
-}
-
-void OutputFile::copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t length) {
-    const std::uint64_t done = copyInKernel(source, offset, length, mFd, mPath);
+void OutputFile::copyFrom(const ByteSource& source, std::uint64_t offset, std::uint64_t length) {
+    std::uint64_t done = 0;
+    if (source.descriptor() >= 0) done = copyInKernel(source, offset, length, mFd, mPath);
     mPosition += done;
-    offset += done;
-    length -= done;
-    std::vector<std::byte> block(std::min<std::uint64_t>(length, kCopyBlock));
-    while (length > 0) {
-        const auto part = std::span(block).first(std::min<std::uint64_t>(length, kCopyBlock));
-        source.readAt(offset, part);
-        write(std::span<const std::byte>(part));
-        offset += part.size();
-        length -= part.size();
-    }
+    ByteSink::copyFrom(source, offset + done, length - done);
 }
 
 }  // namespace brindle

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/ByteStreams.h"
+
 namespace brindle {
 
 // An owned file descriptor.
@@ -36,17 +38,17 @@ private:
 
 // A regular file opened for reading, with what stat said at that moment. Devices, FIFOs,
 // sockets and folders are refused without being opened for data.
-class InputFile {
+class InputFile final : public ByteSource {
 public:
     explicit InputFile(const std::string& path);
 
     const std::string& path() const { return mPath; }
     const struct stat& status() const { return mStatus; }
-    std::uint64_t size() const { return static_cast<std::uint64_t>(mStatus.st_size); }
-    int descriptor() const { return mFd.get(); }
+    std::uint64_t size() const override { return static_cast<std::uint64_t>(mStatus.st_size); }
+    int descriptor() const override { return mFd.get(); }
 
     // Fills the whole span from `offset`; a short file is an Error (Damaged, number 62).
-    void readAt(std::uint64_t offset, std::span<std::byte> into) const;
+    void readAt(std::uint64_t offset, std::span<std::byte> into) const override;
 
 private:
     std::string mPath;
@@ -58,14 +60,14 @@ private:
 std::string readWholeFile(const std::string& path, std::uint64_t limit = UINT64_MAX);
 
 // Where the new bytes of a file are written. Every return code is checked.
-class OutputFile {
+class OutputFile final : public ByteSink {
 public:
     OutputFile(int descriptor, std::string path) : mFd(descriptor), mPath(std::move(path)) {}
-    void write(std::span<const std::byte> bytes);
-    void write(std::string_view bytes);
+    using ByteSink::write;
+    void write(std::span<const std::byte> bytes) override;
     // Copies a range of another file without bringing it into memory where the system can.
-    void copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t length);
-    std::uint64_t position() const { return mPosition; }
+    void copyFrom(const ByteSource& source, std::uint64_t offset, std::uint64_t length) override;
+    std::uint64_t position() const override { return mPosition; }
     int descriptor() const { return mFd; }
 
 private:
@@ -93,10 +95,11 @@ struct ReplaceOptions {
 // hard links is an Error (Refused) unless in-place writing is allowed, a file without write
 // permission is one (number 70) for every user. Access and modification times become those of
 // the writing. On every failure the original is untouched and the temporary is gone, or else
-// the message names it. Only two cases are weaker: writing in place, where a failure while the
-// bytes are copied leaves a mixture (room is reserved first), and a file system that cannot
-// exchange two names, where a folder that cannot be flushed is reported with the new content
-// already there.
+// the message names it. Only three cases are weaker: writing in place, where a failure while the
+// bytes are copied leaves a mixture (room is reserved first); a file system that cannot exchange
+// two names, where a folder that cannot be flushed is reported with the new content already there;
+// and one where an exchange cannot be undone, when the message names the temporary that is now
+// the old file.
 void replaceFile(const std::string& path, const ReplaceOptions& options,
                  const std::function<void(OutputFile&)>& write,
                  const std::function<void(const std::string& temporary)>& verify = {});

@@ -94,6 +94,15 @@ void requireUnchanged(const PathInFolder& folder, const std::string& name,
     }
 }
 
+// Where even that fails, the old content must not go with the temporary.
+void exchangeBack(Temporary& temporary, const PathInFolder& target) {
+    if (renameEntry(target, temporary.name(), target.name(), RENAME_EXCHANGE) == 0) return;
+    const int reason = errno;
+    temporary.release();
+    throw Error::system(reason, "put the old file, which is now '" + temporary.path() +
+                                    "', back in the place of the new '" + target.path() + "'");
+}
+
 // The two names are exchanged in one step, so that the old file is still there, under the
 // temporary name, while the folder is flushed and while we make sure that it is the one that
 // the new content was made from. Exchanging once more undoes it.
@@ -108,7 +117,7 @@ bool exchangeNames(Temporary& temporary, const PathInFolder& target,
         flushFolder(target);
         if (!temporary.remove()) throw Error::system(errno, "remove the old file");
     } catch (...) {
-        renameEntry(target, temporary.name(), target.name(), RENAME_EXCHANGE);
+        exchangeBack(temporary, target);
         throw;
     }
     return true;

@@ -148,6 +148,11 @@ char32_t foldCodePoint(char32_t codePoint) {
     return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(codePoint), U_FOLD_CASE_DEFAULT));
 }
 
+char16_t upperUtf16(char16_t unit) {
+    const UChar32 upper = isSurrogate(unit) ? unit : u_toupper(unit);
+    return upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
+}
+
 std::string fold(std::string_view utf8) {
     if (isAscii(utf8)) return lowerAscii(utf8);
     std::string folded;
@@ -184,6 +189,33 @@ std::size_t lengthUtf16(std::string_view utf8) {
     std::size_t units = 0;
     for (std::size_t at = 0; at < utf8.size();) units += nextCodePoint(utf8, at) > 0xFFFF ? 2U : 1U;
     return units;
+}
+
+std::u16string toUtf16(std::string_view utf8) {
+    std::u16string utf16;
+    for (std::size_t at = 0; at < utf8.size();) {
+        const char32_t c = nextCodePoint(utf8, at);
+        if (c > 0xFFFF) {
+            utf16 += static_cast<char16_t>(0xD7C0 + (c >> 10));
+            utf16 += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+        } else {
+            utf16 += static_cast<char16_t>(c);
+        }
+    }
+    return utf16;
+}
+
+std::string fromUtf16(std::u16string_view utf16) {
+    const auto isIn = [](char16_t unit, char16_t first) { return (unit & 0xFC00) == first; };
+    std::string utf8;
+    for (std::size_t i = 0; i < utf16.size(); ++i) {
+        char32_t c = utf16[i];
+        if (isIn(utf16[i], 0xD800) && i + 1 < utf16.size() && isIn(utf16[i + 1], 0xDC00)) {
+            c = ((c - 0xD7C0) << 10) + (utf16[++i] - 0xDC00u);
+        }
+        appendUtf8(utf8, c);
+    }
+    return utf8;
 }
 
 bool equals(std::string_view a, std::string_view b, CaseMode mode) {

@@ -24,6 +24,9 @@ char32_t foldCodePoint(char32_t codePoint);
 // Simple case folding of a text. The result may differ in length from the input.
 std::string fold(std::string_view utf8);
 
+// Simple upper case of one UTF-16 code unit; surrogates stay.
+char16_t upperUtf16(char16_t unit);
+
 // Reads the code point at `position` and moves behind it; an invalid byte is returned as
 // 0xDC00 + byte, so that it survives a round trip through appendUtf8.
 char32_t nextCodePoint(std::string_view utf8, std::size_t& position);
@@ -31,6 +34,11 @@ void appendUtf8(std::string& out, char32_t codePoint);
 
 // Length in UTF-16 code units, the unit in which file formats count characters.
 std::size_t lengthUtf16(std::string_view utf8);
+
+// UTF-16 as a file holds it, which may have surrogates that stand alone; a stray byte of the
+// UTF-8 becomes one.
+std::u16string toUtf16(std::string_view utf8);
+std::string fromUtf16(std::u16string_view utf16);
 
 bool equals(std::string_view a, std::string_view b, CaseMode mode);
 bool contains(std::string_view text, std::string_view what, CaseMode mode);

@@ -143,11 +143,9 @@ ExitCode carryOut(const Options& options, ConsoleHost& console) {
 
 // Whatever ends a call early: one line that says why.
 ExitCode carryOutOrComplain(const std::vector<std::string>& arguments) {
-    bool wantsProgress = false;
     try {
         const Options options = parseOptions(arguments);
-        wantsProgress = options.progress && !options.quiet;
-        ConsoleHost console(wantsProgress);
+        ConsoleHost console(options.progress && !options.quiet);
         try {
             return carryOut(options, console);
         } catch (...) {
@@ -162,6 +160,7 @@ ExitCode carryOutOrComplain(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int runTarvello(const std::vector<std::string>& arguments) {
+    holdStandardDescriptors();
     handleSignals();
     gLanguageFile = SettingsStore().get("Brindle", "INIFILE", "PATH", gLanguageFile);
     return static_cast<int>(carryOutOrComplain(arguments));

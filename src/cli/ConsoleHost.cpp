@@ -42,6 +42,11 @@ std::string bar(std::int64_t done, std::int64_t total) {
                        std::string(kBarWidth - filled, '.'), done, total);
 }
 
+// U+0080 to U+009F in UTF-8; many terminals obey them as they do escape sequences.
+bool isC1Control(std::string_view two) {
+    return two.size() == 2 && two[0] == '\xC2' && (two[1] & '\xE0') == '\x80';
+}
+
 MessageAnswer harmlessAnswer(MessageButtons buttons) {
     switch (buttons) {
         case MessageButtons::YesNo:
@@ -59,9 +64,12 @@ MessageAnswer harmlessAnswer(MessageButtons buttons) {
 std::string onOneLine(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (const char c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
+        if (isC1Control(text.substr(i, 2))) {
+            out += fmt::format("\\u{:04x}", static_cast<unsigned char>(text[++i]));
+        } else if (c == '\n') {
             out += "\\n";
         } else if (c == '\r') {
             out += "\\r";

@@ -14,7 +14,7 @@
 namespace brindle::cli {
 
 // `text` on one line that does nothing to a terminal: control characters become escapes such as
-// \n and \x1b. Bytes that are not UTF-8 stay as they are, so that a path can still be used.
+// \n, \x1b and \u009b. Bytes that are not UTF-8 stay as they are, so that a path can still be used.
 std::string onOneLine(std::string_view text);
 
 // Everything that goes to standard error. May be used by several threads. What cannot be written

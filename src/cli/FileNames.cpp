@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/FileNames.h"
 
+#include "engine/BackupPath.h"
+
 #include <fmt/format.h>
 
 #include <sys/stat.h>
@@ -19,16 +21,6 @@ std::string realPath(const std::string& path) {
     return real ? std::string(real.get()) : path;
 }
 
-// The engine's name for the backup: ".bak" in place of the last four characters.
-std::string backupOf(const std::string& path) {
-    std::size_t length = path.size();
-    for (int characters = 0; characters < 4 && length > 0; ++characters) {
-        --length;
-        while (length > 0 && (static_cast<unsigned char>(path[length]) & 0xC0) == 0x80) --length;
-    }
-    return path.substr(0, length) + ".bak";
-}
-
 }  // namespace
 
 std::vector<std::string> FileNames::of(const std::string& path) {
@@ -42,7 +34,8 @@ std::vector<std::string> FileNames::of(const std::string& path) {
         names.push_back(inRealFolder(path));
     }
     if (isThere) names.push_back(fmt::format("{}:{}", status.st_dev, status.st_ino));
-    if (mWithBackups) names.push_back(inRealFolder(backupOf(path)));
+    const std::string backup = mWithBackups ? backupPath(path) : std::string();
+    if (!backup.empty()) names.push_back(inRealFolder(backup));
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;

@@ -3,8 +3,8 @@
 
 #include "base/Text.h"
 #include "cli/Options.h"
+#include "crypto/Base64.h"
 
-#include <nettle/base64.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -15,13 +15,6 @@ namespace brindle::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string base64(const std::string& bytes) {
-    std::string out(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
-    base64_encode_raw(out.data(), bytes.size(),
-                      reinterpret_cast<const std::uint8_t*>(bytes.data()));
-    return out;
-}
 
 const char* statusWord(const DocumentResult& result, bool isSearchOnly) {
     switch (result.status) {
@@ -68,7 +61,7 @@ void JsonOutput::document(const DocumentResult& result) {
     if (text::isValidUtf8(result.path)) {
         object["path"] = result.path;
     } else {
-        object["path_bytes"] = base64(result.path);
+        object["path_bytes"] = crypto::toBase64(result.path);
     }
     object["number"] = result.number;
     object["status"] = statusWord(result, mIsSearchOnly);

@@ -2,7 +2,9 @@
 #include "cli/OutputStream.h"
 
 #include "base/Error.h"
+#include "cli/ExitCode.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -35,6 +37,15 @@ int OutputStream::writeAll(std::string_view bytes) noexcept {
         }
     }
     return 0;
+}
+
+void holdStandardDescriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) >= 0) continue;
+        // The lowest free number is this one. The wrong direction, so that the use fails.
+        const int flags = fd == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (open("/dev/null", flags) < 0) _exit(static_cast<int>(ExitCode::Trouble));
+    }
 }
 
 }  // namespace brindle::cli

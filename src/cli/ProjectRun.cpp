@@ -2,8 +2,11 @@
 #include "cli/ProjectRun.h"
 
 #include <sys/stat.h>
-#include "base/CodePages.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "base/CodePages.h"
 #include "cli/Options.h"
 #include "cli/Signals.h"
 #include "engine/FolderSource.h"
@@ -19,6 +22,15 @@ namespace {
 bool isFolder(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::unique_ptr<DocumentSource> listedDocuments(std::vector<std::string> paths,
+                                                const std::string& list) {
+    const auto isThere = [](const std::string& path) { return documentLength(path) > 0; };
+    if (!paths.empty() && std::none_of(paths.begin(), paths.end(), isThere)) {
+        wrongCall("no document that is named there exists and holds anything: " + list);
+    }
+    return std::make_unique<ListSource>(std::move(paths));
 }
 
 }  // namespace
@@ -48,6 +60,10 @@ void loadProject(const std::string& path, Application& app) {
         std::int32_t keyCounter = 1;
         readProjectEntries(bag, *app.Items, keyCounter);
         if (app.Items->Count() == 0) wrongCall("there is no entry in " + path);
+        // Nobody is there to see that a line is missing in the grid.
+        if (app.Items->Count() < bag.ReadProperty("Count").toInt16()) {
+            wrongCall("not every entry can be read in " + path);
+        }
     } else {
         addListedEntries(project.LoadsearchFilePath, false, *app.Items);
     }
@@ -59,7 +75,8 @@ void loadProject(const std::string& path, Application& app) {
 std::unique_ptr<DocumentSource> projectDocuments(const clsProjExcel& project, Host& host,
                                                  const PathSource::Problem& problem) {
     if (!project.IsScanFolder) {
-        return std::make_unique<ListSource>(GetFilePaths(project.GetFilenamesFromTextFile, host));
+        return listedDocuments(GetFilePaths(project.GetFilenamesFromTextFile, host),
+                               project.GetFilenamesFromTextFile);
     }
     auto source =
         std::make_unique<FolderSource>(project.StartFolder, project.SpreadsheetTypeToExamine,

@@ -10,6 +10,7 @@
 
 #include "base/CodePages.h"
 #include "base/FileIo.h"
+#include "engine/BackupPath.h"
 #include "engine/excel/Application.h"
 #include "engine/excel/Workbook.h"
 #include "engine/ListSource.h"
@@ -47,20 +48,9 @@ std::string folderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-// The path with its last four characters replaced by ".bak"; empty when it has fewer.
-std::string backupPath(const std::string& path) {
-    std::size_t length = path.size();
-    for (int characters = 0; characters < 4; ++characters) {
-        if (length == 0) return {};
-        --length;
-        while (length > 0 && (static_cast<unsigned char>(path[length]) & 0xC0) == 0x80) --length;
-    }
-    return path.substr(0, length) + ".bak";
-}
-
 void makeBackup(const std::string& path) {
     const std::string backup = backupPath(path);
-    if (backup.empty() || backup == path) return;
+    if (backup.empty()) return;
     try {
         copyFile(path, backup);
     } catch (const Error&) {
@@ -186,11 +176,10 @@ void ExcelConnector::ReplaceFile(const std::string& vFileName, Application& app,
     mRefusals.clear();
     const auto failure = guarded(kReplaceFile, [&] {
         try {
-            beforeTouching(vFileName, app);
+            tidyFolderOf(vFileName);
             convertDocument(vFileName, app, vEntries);
-        } catch (Error& error) {
-            error.inFile(vFileName);
-            throw;
+        } catch (...) {
+            throw currentError().inFile(vFileName);
         }
     });
     if (failure) failDocument(*failure);
@@ -209,15 +198,16 @@ void ExcelConnector::failDocument(const Error& error) {
     mFlags.CurrentFileFailed = true;
 }
 
-void ExcelConnector::beforeTouching(const std::string& path, Application& app) {
+void ExcelConnector::tidyFolderOf(const std::string& path) {
+    if (mFlags.isSearchOnly) return;
     const std::string folder = folderOf(path);
-    if (!mFlags.isSearchOnly && mTidiedFolders.insert(folder).second)
-        removeStaleTemporaries(folder);
-    if (app.CurrentProject.BackupMode) makeBackup(path);
+    if (mTidiedFolders.insert(folder).second) removeStaleTemporaries(folder);
 }
 
 void ExcelConnector::convertDocument(const std::string& path, Application& app, Entries& entries) {
+    // Before the backup, for which the document is read: that is an access, too.
     const FileDateTimes times = GetFileDateTime(path);
+    if (app.CurrentProject.BackupMode) makeBackup(path);
     // An empty file is an empty sheet, whatever its name: there is nothing to open.
     if (isEmptyFile(path)) return;
     openWorkbook(path, app);

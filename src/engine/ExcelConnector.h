@@ -106,7 +106,7 @@ private:
     void processList(Application& app, Entries& entries);
     void processDocument(const std::string& path, Application& app, Entries& entries,
                          std::int32_t& number);
-    void beforeTouching(const std::string& path, Application& app);
+    void tidyFolderOf(const std::string& path);
     void convertDocument(const std::string& path, Application& app, Entries& entries);
     void openWorkbook(const std::string& path, Application& app);
     void applyEntries(Entries& entries);

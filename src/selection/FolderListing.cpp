@@ -61,6 +61,9 @@ bool startsWith(std::string_view text, std::string_view start) {
 }  // namespace
 
 FolderListing listFolder(const std::string& folder) {
+    if (folder.empty()) {
+        throw Error(ErrorKind::NotFound, error_number::kPathNotFound, "Path not found");
+    }
     const Listing listing = openListing(folder);
     const int fd = ::dirfd(listing.get());
     FolderListing result;

@@ -21,8 +21,8 @@ struct FolderListing {
     std::vector<std::string> subfolders;
 };
 
-// Throws Error when the folder is missing (number 76) or cannot be read. Paths may be longer than
-// PATH_MAX.
+// Throws Error when the folder is missing (number 76) or cannot be read. An empty path names no
+// folder, least of all the current one. Paths may be longer than PATH_MAX.
 FolderListing listFolder(const std::string& folder);
 
 // False for bare names that are never documents, whatever their extension: the files by which

@@ -6,20 +6,27 @@
 #include <utility>
 
 namespace brindle {
+namespace {
+
+// Of what a path leads to.
+std::optional<FileIdentity> identityOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+}  // namespace
 
 FolderWalk::FolderWalk(std::string startFolder, FolderWalkRules rules)
     : mStart(std::move(startFolder)), mRules(std::move(rules)) {}
 
 std::optional<std::string> FolderWalk::next() {
     if (!std::exchange(mIsStarted, true)) enter(mStart);
-    noteIdentity(std::exchange(mLastPath, {}));
+    noteLastFile();
     while (!mWay.empty() && goesOn()) {
         Folder& folder = mWay.back();
         if (folder.nextFile < folder.listing.files.size()) {
-            if (auto path = nextFile(folder)) {
-                mLastPath = *path;
-                return path;
-            }
+            if (auto path = nextFile(folder)) return path;
         } else {
             enterNextSubfolder();
         }
@@ -37,7 +44,8 @@ void FolderWalk::enter(const std::string& path) {
         FolderListing listing = listFolder(path);
         if (!mSeenFolders.insert(listing.identity).second) return;
         mWay.push_back({path.back() == '/' ? path : path + '/', std::move(listing)});
-    } catch (const Error& error) {
+    } catch (Error& error) {
+        error.inFile(path);
         if (mRules.onFolderError) mRules.onFolderError(path, error);
     }
 }
@@ -63,20 +71,26 @@ void FolderWalk::enterNextSubfolder() {
     }
 }
 
-// A document that was saved since it was yielded is another file now, under the same name; its
-// other names lead to that one.
-void FolderWalk::noteIdentity(const std::string& path) {
-    struct stat status {};
-    if (!mRules.eachFileOnce || path.empty() || ::stat(path.c_str(), &status) != 0) return;
-    mSeenFiles.insert({status.st_dev, status.st_ino});
+// A document that was saved since it was yielded is another file now, under the same name: its
+// other names lead to that one, and the system may give its old identity to any new file.
+void FolderWalk::noteLastFile() {
+    if (!mLastFile) return;
+    const auto [path, before] = *std::exchange(mLastFile, std::nullopt);
+    const std::optional<FileIdentity> now = identityOf(path);
+    if (!now || *now == before) return;
+    mSeenFiles.erase(before);
+    mSeenFiles.insert(*now);
 }
 
 bool FolderWalk::isFirstName(const std::string& path) {
-    struct stat status {};
+    if (!mRules.eachFileOnce) return true;
+    const std::optional<FileIdentity> identity = identityOf(path);
     // What is gone meanwhile passes: whoever opens it says so. So does a path that is too long for
-    // this call; taking it apart for every file would cost more than the listing.
-    if (!mRules.eachFileOnce || ::stat(path.c_str(), &status) != 0) return true;
-    return mSeenFiles.insert({status.st_dev, status.st_ino}).second;
+    // the call; taking it apart for every file would cost more than the listing.
+    if (!identity) return true;
+    if (!mSeenFiles.insert(*identity).second) return false;
+    mLastFile = {path, *identity};
+    return true;
 }
 
 }  // namespace brindle

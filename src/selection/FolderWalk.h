@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Error.h"
@@ -52,16 +53,17 @@ private:
     void enter(const std::string& path);
     std::optional<std::string> nextFile(Folder& folder);
     void enterNextSubfolder();
-    void noteIdentity(const std::string& path);
+    void noteLastFile();
     bool isFirstName(const std::string& path);
 
     std::string mStart;
     FolderWalkRules mRules;
     bool mIsStarted = false;
-    std::string mLastPath;     // what next() gave last
     std::vector<Folder> mWay;  // from the start folder down to the current one
     std::set<FileIdentity> mSeenFolders;
-    std::set<FileIdentity> mSeenFiles;
+    std::set<FileIdentity> mSeenFiles;  // as they are now, with eachFileOnce
+    // What next() gave last, and what it was then.
+    std::optional<std::pair<std::string, FileIdentity>> mLastFile;
 };
 
 }  // namespace brindle

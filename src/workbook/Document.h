@@ -49,6 +49,8 @@ public:
     virtual CellRange usedRange() = 0;
 
     // --- hyperlinks, page headers and footers: from 0 ----------------------------------------
+    // A link to a place in the workbook has an empty address. Where no link of a sheet has an
+    // address, the count may be 0 whatever links there are.
     virtual std::size_t hyperlinkCount() { return 0; }
     virtual std::string hyperlinkAddress(std::size_t) { return {}; }
     virtual void setHyperlinkAddress(std::size_t, std::string_view) {}

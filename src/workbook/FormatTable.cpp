@@ -18,9 +18,15 @@ const std::vector<FormatRow>& rows() {
     static const std::vector<FormatRow> table = {
         {"Excel workbook (Office Open XML)",
          {".xlsx", ".xlsm", ".xltx", ".xltm"},
-         {.cells = true},
+         {.cells = true,
+          .hyperlinks = true,
+          .headers = true,
+          .shapes = true,
+          .properties = true,
+          .password = true},
          ooxml::probe,
-         ooxml::open},
+         ooxml::open,
+         ooxml::probeCompound},
         {"Delimited text",
          {".csv", ".txt", ".tab", ".prn"},
          {.cells = true},
@@ -37,10 +43,13 @@ std::string extensionOf(const std::string& path) {
     return text::lowerAscii(std::string_view(path).substr(dot));
 }
 
-// Signatures of files that carry a spreadsheet's extension but that we do not open. Without
-// this, one of them under a text extension would be taken for text.
-bool isForeign(std::string_view head) {
-    return head.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1");
+// Of compound files the head tells nothing more; one under a text extension is no text.
+const FormatRow* rowOfCompound(const InputFile& file) {
+    const package::CompoundFile compound(file);
+    const auto row = std::find_if(rows().begin(), rows().end(), [&](const FormatRow& each) {
+        return each.probeCompound && each.probeCompound(compound) != Claim::None;
+    });
+    return row == rows().end() ? nullptr : &*row;
 }
 
 const FormatRow* bestRow(std::string_view head, std::string_view extension) {
@@ -70,7 +79,9 @@ std::unique_ptr<Document> openDocument(const std::string& path, const OpenOption
             static_cast<std::size_t>(std::min<std::uint64_t>(file->size(), kHeadSize));
         file->readAt(0, std::as_writable_bytes(std::span(bytes, size)));
         const std::string_view head(bytes, size);
-        const FormatRow* row = isForeign(head) ? nullptr : bestRow(head, extensionOf(path));
+        const FormatRow* row = package::CompoundFile::hasSignature(head)
+                                   ? rowOfCompound(*file)
+                                   : bestRow(head, extensionOf(path));
         if (!row) {
             throw Error(ErrorKind::Unsupported, error_number::kApplicationDefined,
                         "The file is not in a recognizable format");

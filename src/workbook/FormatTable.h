@@ -10,6 +10,7 @@
 
 #include "base/FileIo.h"
 #include "workbook/Document.h"
+#include "workbook/package/CompoundFile.h"
 
 namespace brindle::workbook {
 
@@ -32,6 +33,9 @@ struct FormatRow {
     // Looks at the first bytes (up to 4 KiB) and the lower-case extension; never throws.
     Claim (*probe)(std::string_view head, std::string_view extension);
     std::unique_ptr<Document> (*open)(std::unique_ptr<InputFile> file, const OpenOptions& options);
+    // Looks at the streams of a compound file, which alone tell what it is. Null for a format that
+    // is never in one.
+    Claim (*probeCompound)(const package::CompoundFile& file) = nullptr;
 };
 
 std::span<const FormatRow> formatTable();

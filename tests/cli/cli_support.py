@@ -16,15 +16,17 @@ TARVELLO = os.environ.get("TARVELLO", "tarvello")
 SCOPES = ["cells", "hyperlinks", "headers", "footers", "shapes", "builtin", "custom"]
 
 
-class Call:
-    """The outcome of one call."""
+class Result:
+    """The outcome of one call; `objects` are the lines of JSON output."""
 
-    def __init__(self, code, out, err):
+    def __init__(self, code, out, err, seconds=0, memory=0):
         self.code, self.out, self.err = code, out, err
+        self.seconds, self.memory = seconds, memory  # memory in MiB, at its peak
+        self.objects = []
 
-    @property
-    def objects(self):
-        return [json.loads(line) for line in self.out.decode().splitlines()]
+    def parsed(self):
+        self.objects = [json.loads(line) for line in self.out.splitlines()]
+        return self
 
     @property
     def documents(self):
@@ -32,9 +34,16 @@ class Call:
 
     @property
     def summary(self):
-        last = self.objects[-1]
-        assert last["type"] == "summary", last
-        return last
+        assert self.objects[-1]["type"] == "summary", self.objects[-1]
+        return self.objects[-1]
+
+    @property
+    def refusals(self):
+        return [refusal for item in self.documents for refusal in item.get("refused", [])]
+
+    @property
+    def count(self):
+        return sum(entry["count"] for item in self.documents for entry in item["entries"])
 
 
 class CliTest(unittest.TestCase):
@@ -62,7 +71,8 @@ class CliTest(unittest.TestCase):
             options["stdin"] = subprocess.PIPE
         process = self.start(*arguments, **options)
         out, err = process.communicate(feed, timeout=120)
-        return Call(process.returncode, out, err)
+        result = Result(process.returncode, out, err)
+        return result.parsed() if "--json" in arguments else result
 
     def path(self, name):
         if isinstance(name, bytes):

@@ -2,18 +2,14 @@
 # SPDX-License-Identifier: MIT
 """Makes each system call of a program that replaces one file fail, and kills it at each.
 
-    fault_sweep.py --old OLD --new NEW [--name NAME] [options] -- COMMAND... {file} ...
-
-COMMAND is run once for every call of the kinds below and every fault, on a fresh copy of OLD,
-whose path stands for {file} ({new} is the path of NEW). After each run the file must hold OLD or
-NEW, whole, with its mode, owner, attributes and access list; a run that reports success must have
-left NEW, one that reports a failure must have left OLD, and no other file may stand beside it. A
-killed run may leave one temporary, which the next run has to remove.
-
     fault_sweep.py --driver PATH
 
-does so with the program of ReplaceFileDriver.cpp, replacing and copying. Needs strace; exits with
-77 (skipped) where it does not work.
+runs the program of ReplaceFileDriver.cpp, replacing and copying, once for every call of the kinds
+below and every fault, on a fresh copy of the old file. After each run the file must hold the old or
+the new content, whole, with its mode, owner, attributes and access list; a run that reports success
+must have left the new one, one that reports a failure the old one, and no other file may stand
+beside it. A killed run may leave one temporary, which the next run has to remove. Needs strace;
+exits with 77 (skipped) where it does not work.
 """
 import argparse
 import collections
@@ -192,31 +188,41 @@ def sweep_driver(driver, base, calls, faults):
     return is_good
 
 
+def keeps_both_files(driver, base):
+    """The folder cannot be flushed, and the exchange of the names not be undone: the old file must
+    still be there, under a name that the message tells."""
+    old, new = write_samples(base)
+    sweep = Sweep([driver, "replace", "{file}", "{new}"], old, new, "book.xls", base, False)
+    trial = Trial(base, "book.xls", old)
+    result = sweep.run(trial, ["strace", "-o", sweep.trace, "-e", "inject=fsync:error=EIO:when=2",
+                               "-e", "inject=renameat2:error=EIO:when=2"])
+    contents = {}
+    for name in os.listdir(trial.folder):
+        with open(os.path.join(trial.folder, name), "rb") as file:
+            contents[name] = file.read()
+    left = [name for name, content in contents.items() if content == sweep.old_bytes]
+    is_good = (result.returncode == 2 and len(left) == 1 and len(contents) == 2 and
+               contents["book.xls"] == sweep.new_bytes and left[0].encode() in result.stderr)
+    if not is_good:
+        sweep.complain("undoing an exchange", f"{result} leaves {sorted(contents)}")
+    return is_good
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--driver")
-    parser.add_argument("--old")
-    parser.add_argument("--new")
-    parser.add_argument("--name", help="name of the file in the trials; default: that of OLD")
+    parser.add_argument("--driver", required=True)
     parser.add_argument("--calls", default=",".join(CALLS))
     parser.add_argument("--faults", default=",".join(FAULTS))
-    parser.add_argument("command", nargs="*")
     arguments = parser.parse_args()
     if not strace_works():
         print("strace cannot inject faults here")
         return SKIPPED
     calls, faults = arguments.calls.split(","), arguments.faults.split(",")
     with tempfile.TemporaryDirectory(prefix="fault sweep ") as base:
-        if arguments.driver:
-            is_good = sweep_driver(os.path.abspath(arguments.driver), base, calls, faults)
-        elif arguments.command and arguments.old and arguments.new:
-            sweep = Sweep(arguments.command, os.path.abspath(arguments.old),
-                          os.path.abspath(arguments.new),
-                          arguments.name or os.path.basename(arguments.old), base, True)
-            is_good = sweep.all(calls, faults)
-        else:
-            parser.error("give --driver, or --old, --new and a command")
+        driver = os.path.abspath(arguments.driver)
+        is_good = keeps_both_files(driver, base)
+        is_good = sweep_driver(driver, base, calls, faults) and is_good
     return 0 if is_good else 1
 
 

@@ -6,10 +6,11 @@ import resource
 import signal
 import time
 
+from cli_support import Result
 from hostile_books import book, inline, row, sheet
 from hostile_container import CHANGED, MIB
 from hostile_lists import APPLES
-from hostile_support import ANY, REPLACE, CannotRun, Result, Row
+from hostile_support import ANY, REPLACE, CannotRun, Row
 from hostile_system import BACKUP, NOBODY, mount, need_root
 
 BODY = b'"pear"\r\n' * 25_000  # 200 kB
@@ -40,14 +41,6 @@ def small_disk(name, content, leave):
         place.write("m/" + name, content)
         fill(path, leave)
     return make
-
-
-def without_room(name, content, leave, enough):
-    """A replacement fails while there is less room than it needs, and only then."""
-    fails = leave < enough
-    return Row("%d kB of room for %s" % (leave >> 10, name), small_disk(name, content, leave),
-               code=2 if fails else 0, status="failed" if fails else "changed",
-               documents=("docs/m/" + name,), words="space" if fails else ())
 
 
 def backup_without_room(place):
@@ -211,27 +204,15 @@ def nothing_torn(place, _):
 
 
 def rows():
-    needed = 196 << 10  # by the new text file
-    for leave in (0, 4 << 10, 64 << 10, 192 << 10, 260 << 10):
-        yield without_room("a.csv", OLD, leave, needed)
-    packed = noisy_book()
-    for leave in (0, 16 << 10, 64 << 10, len(packed) + (64 << 10)):
-        yield without_room("b.xlsx", packed, leave, len(packed))
     yield Row("room for the new file or the backup", backup_without_room, status=None, code={0, 2},
               call=BACKUP, documents=("docs/m/a.csv",), new=("m/a.bak",), check=no_half_backup)
     yield Row("log cannot be written", full_home, words="recognizable", log=0,
               documents=("docs/a.xlsx",), new=("home/Errors.Log",))
-    yield Row("no permission to write the log", lambda place: (
-        os.rmdir(place.home), place.outside("home", b"a file"), place.write("a.xlsx", b"x")),
-              words="recognizable", log=0)
     yield under("address space", resource.RLIMIT_AS,
                 [16 * MIB, 32 * MIB, 48 * MIB, 64 * MIB, 80 * MIB, 96 * MIB, 128 * MIB, 2048 * MIB])
     yield under("descriptors", resource.RLIMIT_NOFILE, [*range(4, 20), 256])
     yield under("size of files", resource.RLIMIT_FSIZE, [1000, 100_000, 180_000, 64 * MIB])
     yield Row("no threads", few_threads, run=run_without_threads, **CHANGED)
-    yield Row("bomb in little memory", lambda place: (
-        place.write("b.xlsx", book(others={"xl/media/x": b"x"})), place.write("a.csv", APPLES)),
-              run=limited(resource.RLIMIT_AS, 512 * MIB), **CHANGED)
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         yield interrupted(number.name, number, 1, "1")
     yield interrupted("SIGINT with jobs", signal.SIGINT, 1, "4")

@@ -10,7 +10,6 @@ time and memory stayed within the row's limits.
 
 import base64
 import hashlib
-import json
 import os
 import pickle
 import shutil
@@ -21,6 +20,8 @@ import tempfile
 import threading
 import time
 import traceback
+
+from cli_support import Result
 
 # A build with sanitizers is slower and takes more memory.
 IS_SANITIZED = os.environ.get("TARVELLO_SANITIZED", "") not in ("", "0")
@@ -62,25 +63,6 @@ class Row:
         self.log, self.seconds, self.memory = log, seconds, memory
         self.check, self.run, self.is_json = check, run, is_json
         self.is_large, self.is_untouched = is_large, is_untouched
-
-
-class Result:
-    def __init__(self, code, out, err, seconds, memory):
-        self.code, self.out, self.err = code, out, err
-        self.seconds, self.memory = seconds, memory  # memory in MiB, at its peak
-        self.objects = []
-
-    @property
-    def documents(self):
-        return [item for item in self.objects if item["type"] == "document"]
-
-    @property
-    def refusals(self):
-        return [refusal for item in self.documents for refusal in item.get("refused", [])]
-
-    @property
-    def count(self):
-        return sum(entry["count"] for item in self.documents for entry in item["entries"])
 
 
 class Place:
@@ -254,7 +236,7 @@ def file_faults(row, place, before, after, result):
 def parse(result):
     """The objects of the output; a fault when it is not one object a line with a summary last."""
     try:
-        result.objects = [json.loads(line) for line in result.out.splitlines()]
+        result.parsed()
     except ValueError as error:
         return [f"output is not JSON: {error}"]
     if not result.objects or result.objects[-1]["type"] != "summary":

@@ -3,17 +3,13 @@
 
 import fcntl
 import os
-import shutil
-import signal
 import socket
 import stat
 import subprocess
-import time
 
 from cli_support import column
-from hostile_books import book
-from hostile_container import CHANGED, many, one
-from hostile_lists import APPLES, becomes
+from hostile_container import CHANGED
+from hostile_lists import APPLES
 from hostile_parts import UNCHANGED
 from hostile_support import REPLACE, SEARCH, CannotRun, Row, is_installed
 
@@ -86,20 +82,7 @@ def immutable(flag):
     return make
 
 
-def read_only_mount(place):
-    path = mount(place, "m", "-t", "tmpfs", "tmpfs")
-    place.write("m/a.csv", APPLES)
-    tool("mount", "-o", "remount,ro", path)
-
-
 # --- in use -------------------------------------------------------------------------------------
-
-
-def owner_file(name, document="a.csv"):
-    def make(place):
-        place.write(document, APPLES)
-        place.write(name, b"\x05owner" + bytes(40))
-    return make
 
 
 def held(lock):
@@ -164,16 +147,6 @@ def still_links(place, _):
         yield "the link is another one"
     if place.read("deep/a.csv") != FIGS:
         yield "the target was not edited"
-
-
-def hard_linked(place):
-    os.link(place.write("a.csv", APPLES), os.path.join(place.docs, "b.csv"))
-
-
-def still_one_file(place, _):
-    files = [os.stat(os.path.join(place.docs, name)) for name in ("a.csv", "b.csv")]
-    if files[0].st_ino != files[1].st_ino:
-        yield "the names were separated"
 
 
 def bound(place):
@@ -256,113 +229,16 @@ def is_still(kind):
         "what had the backup's name is gone"]
 
 
-# --- times --------------------------------------------------------------------------------------
-
-TIMES = {"1960.csv": -300_000_000_123_456_789, "2106.csv": 4_300_000_000_987_654_321,
-         "now.csv": 1_600_000_000_000_000_001}
-
-
-def dated(place):
-    for name, moment in TIMES.items():
-        os.utime(place.write(name, APPLES), ns=(moment + 5, moment))
-        status = os.stat(os.path.join(place.docs, name))
-        if status.st_mtime_ns != moment:
-            raise CannotRun("the file system keeps no such times")
-
-
-def dates_kept(place, _):
-    for name, moment in TIMES.items():
-        status = os.stat(os.path.join(place.docs, name))
-        if (status.st_atime_ns, status.st_mtime_ns) != (moment + 5, moment):
-            yield f"{name}: {status.st_atime_ns} and {status.st_mtime_ns} instead of {moment}"
-
-
-# --- changed meanwhile --------------------------------------------------------------------------
-
-
-
-def large():
-    return APPLES.encode() + b'"pear"\r\n' * 4_000_000
-
-
-
-def caught_between(change):
-    """Stops the program as soon as its temporary stands beside the document, changes the document
-    and lets the program go on."""
-    def run(place):
-        for _ in range(5):
-            place.write("a.csv", large())
-            run = place.start(*REPLACE, "docs/a.csv", "--jobs", "1")
-            while run.is_running() and len(os.listdir(place.docs)) == 1:
-                time.sleep(0.0005)
-            if run.is_running():
-                os.kill(run.pid, signal.SIGSTOP)
-                # A program that is past its last look has no temporary any more.
-                if len(os.listdir(place.docs)) == 2:
-                    change(os.path.join(place.docs, "a.csv"))
-                    os.kill(run.pid, signal.SIGCONT)
-                    return run.finish()
-                os.kill(run.pid, signal.SIGCONT)
-            run.finish()
-        raise CannotRun("the program was always too fast")
-    return run
-
-
-def grow(path):
-    with open(path, "ab") as file:
-        file.write(b"more")
-
-
-def edit(path):
-    with open(path, "r+b") as file:
-        file.write(b'"Apple')
-
-
-def exchange(path):
-    with open(path + ".new", "wb") as file:
-        file.write(large())
-    shutil.copystat(path, path + ".new")
-    os.rename(path + ".new", path)
-
-
-def now_holds(content):
-    def check(place, _):
-        names = os.listdir(place.docs)
-        if names != (["a.csv"] if content is not None else []):
-            yield f"the folder holds {names}"
-        elif content is not None and place.read("a.csv") != content():
-            yield "the change of the other one is lost"
-    return check
-
-
-def meanwhile(name, change, content):
-    return Row("changed meanwhile: " + name, lambda place: None, run=caught_between(change),
-               words="chang", check=now_holds(content), new=["a.csv"], memory=256, seconds=30)
-
-
 def rows():
     read_only = dict(log=0, words="read-only")
     yield from [
         Row("no write permission bit", mode(0o444), **read_only),
-        Row("no write permission bit, searched", mode(0o444), code=0, status="found", call=SEARCH),
         Row("read-only for this user", protected(0o444), run=as_nobody(*REPLACE), **read_only),
         Row("not readable", protected(0), run=as_nobody(*REPLACE), words="permission"),
-        Row("read-only folder", protected(0o644, 0o555), run=as_nobody(*REPLACE), **read_only),
-        Row("read-only folder, searched", protected(0o644, 0o555), run=as_nobody(*SEARCH), code=0,
-            status="found"),
         Row("write-only for this user", protected(0o222), run=as_nobody(*SEARCH),
             words="permission"),
         Row("immutable", immutable("i"), **read_only),
         Row("only to be added to", immutable("a"), words="permission denied"),
-        Row("read-only file system", read_only_mount, documents=("docs/m",), **read_only),
-        Row("owner file", owner_file("~$a.csv"), **read_only),
-        Row("owner file, searched", owner_file("~$a.csv"), code=0, status=["found"], call=SEARCH),
-        Row("shortened owner file", owner_file("~$ok name.csv", "book name.csv"), **read_only),
-        Row("lock file", owner_file(".~lock.a.csv#"), **read_only),
-        Row("owner file of another document", owner_file("~$b.csv"), **CHANGED),
-        Row("flock", held(lambda file: fcntl.flock(file, fcntl.LOCK_EX)), **read_only),
-        Row("shared flock", held(lambda file: fcntl.flock(file, fcntl.LOCK_SH)), **read_only),
-        Row("record lock", held(lambda file: fcntl.lockf(file, fcntl.LOCK_EX)), **read_only),
         Row("flock, searched", held(lambda file: fcntl.flock(file, fcntl.LOCK_EX)), code=0,
             status="found", call=SEARCH),
         Row("no documents in a folder", no_documents, **{**CHANGED, "status": ["changed"]},
@@ -374,11 +250,6 @@ def rows():
         Row("document and its links", linked, code=0, status=["changed", "unchanged", "unchanged"],
             check=still_links,
             documents=("docs/deep/a.csv", "docs/link.csv", "docs/link to link.csv")),
-        Row("hard links", hard_linked, words="hard links"),
-        Row("hard links in place", hard_linked, call=(*REPLACE, "--in-place"), code=0, status=None,
-            check=still_one_file, new=("a.csv", "b.csv")),
-        Row("one file twice", one("a.csv", APPLES), code=0, status=["changed", "unchanged"],
-            documents=("docs/a.csv", "docs/../docs/a.csv")),
         Row("bind mount", bound, code=0, status=["changed"], new=("b/a.csv",),
             call=(*REPLACE, "--subfolders")),
         Row("odd names", odd_names, **CHANGED, check=all_replaced),
@@ -388,10 +259,6 @@ def rows():
                 f"{len(result.documents)} documents"]),
         Row("100,000 documents in a folder", crowded, **UNCHANGED, seconds=60, memory=128,
             is_large=True),
-        Row("two documents with one backup name", many({"a.csv": APPLES, "a.txt": "apple too"}),
-            **CHANGED, call=BACKUP, new=("a.bak",), check=becomes(a_bak=b"apple too")),
-        Row("backup exists", many({"a.csv": APPLES, "a.bak": "old"}), **CHANGED, call=BACKUP,
-            new=("a.bak",), check=becomes(a_bak=APPLES.encode())),
         Row("backup is a folder", backup_is(lambda place, path: os.mkdir(path)), **CHANGED,
             call=BACKUP, check=is_still(stat.S_ISDIR)),
         Row("backup is a link", backup_is(link_to_victim), **CHANGED, call=BACKUP,
@@ -401,15 +268,6 @@ def rows():
         Row("backup is a hard link", backup_is(
             lambda place, path: os.link(place.outside("victim", "precious"), path)), **CHANGED,
             call=BACKUP, new=("a.bak",), check=victim_is_well),
-        Row("dates kept", dated, **CHANGED, call=(*REPLACE, "--keep-dates"), check=dates_kept),
-        Row("dates kept of a workbook", lambda place: os.utime(
-            place.write("a.xlsx", book()), ns=(5, -7)), **CHANGED,
-            call=(*REPLACE, "--keep-dates"), check=lambda place, _: [] if os.stat(
-                os.path.join(place.docs, "a.xlsx")).st_mtime_ns == -7 else ["another date"]),
-        meanwhile("grown", grow, lambda: large() + b"more"),
-        meanwhile("edited", edit, lambda: b'"Apple' + large()[6:]),
-        meanwhile("exchanged", exchange, large),
-        meanwhile("deleted", os.unlink, None),
     ]
 
 

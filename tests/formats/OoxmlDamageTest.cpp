@@ -7,6 +7,7 @@
 #include <random>
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "support/CellRuns.h"
 #include "support/TempDir.h"
 #include "support/Thrown.h"
@@ -21,38 +22,60 @@ namespace brindle::workbook {
 namespace {
 
 using namespace std::string_literals;
-using test::part;
-using test::replaceAll;
-using test::TempDir;
-using test::WorkbookBuilder;
+using namespace test;
 
 WorkbookBuilder fullBook() {
     WorkbookBuilder book;
-    book.sheet(
-            "<row r=\"1\"><c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" s=\"2\"><v>41234.5</v></c>"
-            "<c r=\"C1\" t=\"inlineStr\"><is><r><rPr><b/></rPr><t>in</t></r><r><t>line</t></r></is>"
-            "</c></row><row r=\"2\"><c r=\"A2\"><f t=\"shared\" ref=\"A2:B2\" si=\"0\">SUM(B1)</f>"
-            "<v>1</v></c><c r=\"B2\"><f t=\"shared\" si=\"0\"/><v>1</v></c>"
-            "<c r=\"C2\" t=\"str\"><v>Column &amp;</v></c></row>",
-            "<sheetProtection sheet=\"0\"/>")
+    book.sheet(R"(<row r="1"><c r="A1" t="s"><v>0</v></c><c r="B1" s="2"><v>41234.5</v></c>)"
+               R"(<c r="C1" t="inlineStr"><is><r><rPr><b/></rPr><t>in</t></r><r><t>line</t></r>)"
+               R"(</is></c></row><row r="2"><c r="A2"><f t="shared" ref="A2:B2" si="0">)"
+               R"(SUM(B1)</f><v>1</v></c><c r="B2"><f t="shared" si="0"/><v>1</v></c>)"
+               R"(<c r="C2" t="str"><v>Column &amp;</v></c></row>)",
+               R"(<sheetProtection sheet="0"/><hyperlinks><hyperlink ref="A1" r:id="h"/>)"
+               R"(<hyperlink ref="A2" r:id="h" location="B2"/></hyperlinks><headerFooter>)"
+               R"(<oddHeader>&amp;Lleft &amp;&amp;&amp;Rright</oddHeader></headerFooter>)")
         .table("C2:C3", {"Column &amp;"})
-        .strings("<si><t>a text</t></si>", "count=\"1\" uniqueCount=\"1\"")
-        .calcChain("<c r=\"A2\" i=\"1\"/><c r=\"B2\"/>");
+        .strings("<si><t>a text</t></si>", R"(count="1" uniqueCount="1")")
+        .calcChain(R"(<c r="A2" i="1"/><c r="B2"/>)");
+    const char* const name = "xl/worksheets/_rels/sheet1.xml.rels";
+    std::string relationships = book.parts().at(name);
+    relationships.insert(
+        relationships.find("</"),
+        R"(<Relationship Id="h" Type="http://schemas.openxmlformats.org/officeDocument/2006/)"
+        R"(relationships/hyperlink" Target="../the%20same.xlsx" TargetMode="External"/>)");
+    book.part(name, relationships);
     return book;
+}
+
+void replaceInTexts(Worksheet& sheet, const char* what) {
+    const auto replaced = [&](const std::string& text) {
+        return text::replaceAll(text, what, "7", CaseMode::Exact);
+    };
+    for (std::size_t i = 0; i < sheet.hyperlinkCount(); ++i) {
+        sheet.setHyperlinkAddress(i, replaced(sheet.hyperlinkAddress(i)));
+    }
+    for (int i = 0; i < 6; ++i) {
+        const auto section = static_cast<PageSection>(i);
+        sheet.setPageSection(PageKind::Odd, section,
+                             replaced(sheet.pageSection(PageKind::Odd, section)));
+    }
 }
 
 // A run over the file: it ends with an Error, and then the file is as it was, or is carried out.
 // Anything else ends the test.
 bool survives(const std::string& path) {
     const std::string before = readWholeFile(path);
-    const auto error = test::thrownBy([&] {
+    const auto error = thrownBy([&] {
         const auto document = openDocument(path, {});
         for (std::size_t i = 0; i < document->worksheetCount(); ++i) {
             document->worksheet(i).usedRange();
         }
         // Refused cells do not keep the others from being saved.
         for (const char* what : {"e", "1", "u"}) {
-            test::thrownBy([&] { replaceAll(*document, part(what), "7"); });
+            thrownBy([&] { replaceAll(*document, part(what), "7"); });
+            for (std::size_t i = 0; i < document->worksheetCount(); ++i) {
+                thrownBy([&] { replaceInTexts(document->worksheet(i), what); });
+            }
         }
         document->save();
     });
@@ -112,49 +135,44 @@ TEST(OoxmlDamage, SurvivesDamagedParts) {
 }
 
 TEST(OoxmlDamage, SaysWhatIsWrong) {
-    const std::string sheet = "xl/worksheets/sheet1.xml";
-    const std::string sheetText = fullBook().parts().at(sheet);
+    const std::string sheetText = fullBook().parts().at(kSheet);
     const auto changed = [&](const std::string& text, const std::string& with) {
         std::string damaged = sheetText;
         return damaged.replace(damaged.find(text), text.size(), with);
     };
+    const auto withSheet = [&](const std::string& text, const std::string& with) {
+        return fullBook().part(kSheet, changed(text, with));
+    };
+    const std::string kMain = "xl/workbook.xml";
+    const auto damaged = ErrorKind::Damaged;
+    const auto unsupported = ErrorKind::Unsupported;
     const struct {
         const char* name;
         WorkbookBuilder book;
         ErrorKind kind;
         std::string member;
+        // clang-format off
     } rows[] = {
-        {"document type",
-         fullBook().part(sheet, changed("<worksheet", "<!DOCTYPE worksheet []><worksheet")),
-         ErrorKind::Unsupported, sheet},
-        {"invalid UTF-8", fullBook().part(sheet, changed("line", "\xC3\x28")), ErrorKind::Damaged,
-         sheet},
-        {"unbalanced", fullBook().part(sheet, changed("</row>", "</rom>")), ErrorKind::Damaged,
-         sheet},
-        {"bad reference", fullBook().part(sheet, changed("&amp;", "&nbsp;")), ErrorKind::Damaged,
-         sheet},
-        {"row out of range", fullBook().part(sheet, changed("r=\"2\"", "r=\"1048577\"")),
-         ErrorKind::Damaged, sheet},
-        {"cell out of range", fullBook().part(sheet, changed("r=\"C2\"", "r=\"XFE2\"")),
-         ErrorKind::Damaged, sheet},
-        {"no sheet", fullBook().withoutPart(sheet), ErrorKind::Damaged, sheet},
-        {"no strings", fullBook().part("xl/sharedStrings.xml", "<sst>"), ErrorKind::Damaged,
-         "xl/sharedStrings.xml"},
-        {"one part for two sheets",
-         fullBook().sheet("").inAllParts("worksheets/sheet2.xml\"/>", "worksheets/sheet1.xml\"/>"),
-         ErrorKind::Damaged, "xl/workbook.xml"},
-        {"damaged styles", fullBook().part("xl/styles.xml", "<styleSheet"), ErrorKind::Damaged,
-         "xl/styles.xml"},
-        {"no workbook", fullBook().withoutPart("xl/workbook.xml"), ErrorKind::Unsupported, ""},
-        {"another document", fullBook().part("xl/workbook.xml", "<document/>"),
-         ErrorKind::Unsupported, "xl/workbook.xml"},
-        {"binary workbook",
-         fullBook()
-             .inAllParts("xl/workbook.xml", "xl/workbook.bin")
-             .part("xl/workbook.bin", "\x83\x01"),
-         ErrorKind::Unsupported, ""},
-        {"no relationships", fullBook().withoutPart("_rels/.rels"), ErrorKind::Unsupported, ""},
+        {"document type", withSheet("<worksheet", "<!DOCTYPE worksheet []><worksheet"), unsupported,
+         kSheet},
+        {"invalid UTF-8", withSheet("line", "\xC3\x28"), damaged, kSheet},
+        {"unbalanced", withSheet("</row>", "</rom>"), damaged, kSheet},
+        {"bad reference", withSheet("&amp;", "&nbsp;"), damaged, kSheet},
+        {"row zero", withSheet("r=\"2\"", "r=\"0\""), damaged, kSheet},
+        {"row out of range", withSheet("r=\"2\"", "r=\"1048577\""), damaged, kSheet},
+        {"cell out of range", withSheet("r=\"C2\"", "r=\"XFE2\""), damaged, kSheet},
+        {"no sheet", fullBook().withoutPart(kSheet), damaged, kSheet},
+        {"no strings", fullBook().part(kStringsPart, "<sst>"), damaged, kStringsPart},
+        {"one part for two sheets", fullBook().sheet("").inAllParts(
+         "worksheets/sheet2.xml\"/>", "worksheets/sheet1.xml\"/>"), damaged, kMain},
+        {"bad styles", fullBook().part("xl/styles.xml", "<styleSheet"), damaged, "xl/styles.xml"},
+        {"no workbook", fullBook().withoutPart(kMain), unsupported, ""},
+        {"another document", fullBook().part(kMain, "<document/>"), unsupported, kMain},
+        {"binary workbook", fullBook().inAllParts(kMain, "xl/workbook.bin")
+         .part("xl/workbook.bin", "\x83\x01"), unsupported, ""},
+        {"no relationships", fullBook().withoutPart("_rels/.rels"), unsupported, ""},
     };
+    // clang-format on
     const std::vector<CellMatch> patterns = {part("&"), part("4")};
     OpenOptions options;
     options.expectedPatterns = &patterns;
@@ -162,35 +180,12 @@ TEST(OoxmlDamage, SaysWhatIsWrong) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const std::string path = row.book.write(dir);
-        const auto error = test::thrownBy([&] { openDocument(path, options); });
+        const auto error = thrownBy([&] { openDocument(path, options); });
         ASSERT_TRUE(error.has_value());
         EXPECT_EQ(error->kind(), row.kind) << error->what();
         EXPECT_EQ(error->place().member, row.member) << error->what();
         EXPECT_EQ(error->place().file, path);
     }
-}
-
-TEST(OoxmlDamage, SeesAWrongChecksum) {
-    TempDir dir;
-    fullBook().write(dir);
-    std::string bytes = dir.read("book.xlsx");
-    const std::size_t record = bytes.find("PK\x01\x02");
-    ASSERT_NE(record, std::string::npos);
-    for (std::size_t at = record; at != std::string::npos; at = bytes.find("PK\x01\x02", at + 4)) {
-        const std::size_t local = static_cast<unsigned char>(bytes[at + 42]) +
-                                  256u * static_cast<unsigned char>(bytes[at + 43]);
-        const std::string_view name(bytes.data() + at + 46,
-                                    static_cast<unsigned char>(bytes[at + 28]));
-        if (name != "xl/worksheets/sheet1.xml") continue;
-        bytes[at + 16] ^= 1;     // in the directory
-        bytes[local + 14] ^= 1;  // and in front of the member
-    }
-    const std::string path = dir.write("crc.xlsx", bytes);
-    const auto document = openDocument(path, {});
-    const auto error = test::thrownBy([&] { document->worksheet(0).findCell(part("a"), {1, 1}); });
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->kind(), ErrorKind::Damaged);
-    EXPECT_EQ(error->place().member, "xl/worksheets/sheet1.xml");
 }
 
 // --- probing -------------------------------------------------------------------------------------
@@ -202,12 +197,10 @@ TEST(OoxmlProbe, GoesByContent) {
         const auto document = openDocument(fullBook().write(dir, name), {});
         EXPECT_EQ(document->worksheet(0).name(), "Sheet1");
     }
-    for (const char* content :
-         {"", "a,b", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "PK\x07\x08", "<Workbook/>"}) {
+    for (const char* content : {"", "a,b", "PK\x07\x08", "<Workbook/>"}) {
         SCOPED_TRACE(content);
-        const auto error = test::thrownBy([&] { openDocument(dir.write("b.xlsx", content), {}); });
-        ASSERT_TRUE(error.has_value());
-        EXPECT_EQ(error->kind(), ErrorKind::Unsupported);
+        EXPECT_EQ(kindOf([&] { openDocument(dir.write("b.xlsx", content), {}); }),
+                  ErrorKind::Unsupported);
     }
 }
 
@@ -255,6 +248,8 @@ void compareReaders(const std::string& path, int& streamed, int& others) {
         ++streamed;
         EXPECT_TRUE(fast.lines() == general.lines()) << path << " " << name;
         EXPECT_TRUE(fastFrame->text == frame.text) << path << " " << name;
+        const ooxml::SheetFrame alone = ooxml::readSheetFrame(archive, i);
+        EXPECT_TRUE(alone.text == frame.text && alone.cut == frame.cut) << path << " " << name;
     }
 }
 
@@ -268,39 +263,11 @@ TEST(OoxmlCorpus, BothReadersTellTheSameCells) {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
             if (!entry.is_regular_file()) continue;
             // What cannot be read at all is another test's business.
-            test::thrownBy([&] { compareReaders(entry.path().string(), streamed, others); });
+            thrownBy([&] { compareReaders(entry.path().string(), streamed, others); });
         }
     }
     std::printf("%d parts by both readers, %d by the general one alone\n", streamed, others);
     EXPECT_GT(streamed, others);
-}
-
-TEST(OoxmlCorpus, SurvivesRealFiles) {
-    const char* corpus = std::getenv("BRINDLE_CORPUS");
-    if (!corpus) GTEST_SKIP() << "BRINDLE_CORPUS names no folder of real workbooks";
-    TempDir dir;
-    int carriedOut = 0;
-    int refused = 0;
-    for (const char* kind :
-         {"xlsx", "xlsm", "xltx", "xltm", "corrupt", "misnamed", "xlsb", "ods"}) {
-        const auto folder = std::filesystem::path(corpus) / kind;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-            if (!entry.is_regular_file() || entry.file_size() > 3'000'000) continue;
-            const std::string path = dir.path("real.xlsx");
-            std::filesystem::copy_file(entry.path(), path,
-                                       std::filesystem::copy_options::overwrite_existing);
-            std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-            SCOPED_TRACE(entry.path().string());
-            const bool isOurs = survives(path);
-            ++(isOurs ? carriedOut : refused);
-            if (kind == "xlsb"s || kind == "ods"s) {
-                const auto error = test::thrownBy([&] { openDocument(path, {}); });
-                EXPECT_TRUE(error && error->kind() == ErrorKind::Unsupported);
-            }
-        }
-    }
-    std::printf("%d files changed, %d ended in an error\n", carriedOut, refused);
-    EXPECT_GT(carriedOut, refused);
 }
 
 }  // namespace

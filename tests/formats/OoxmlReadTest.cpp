@@ -16,13 +16,7 @@ namespace brindle::workbook {
 namespace {
 
 using namespace std::string_literals;
-using test::cell;
-using test::exactly;
-using test::found;
-using test::part;
-using test::shows;
-using test::TempDir;
-using test::WorkbookBuilder;
+using namespace test;
 
 std::vector<CellPosition> cells(std::initializer_list<const char*> names) {
     std::vector<CellPosition> list;
@@ -38,98 +32,75 @@ struct Shown {
     const char* text;  // empty for a blank cell
 };
 
+// clang-format off
 const char* const kStrings =
     "<si><t>plain &amp; simple</t></si>"
     "<si><r><t>two </t></r><r><rPr><b/></rPr><t>runs</t></r></si>"
-    "<si><t>kana</t><rPh sb=\"0\" eb=\"1\"><t>phonetic</t></rPh><phoneticPr fontId=\"1\"/></si>"
-    "<si><t>a_x000D_b_x005F_x0041_</t></si>"
-    "<si/>"
-    "<si><t xml:space=\"preserve\"> blanks </t></si>"
-    "<si><t><![CDATA[<1> & ]]>more</t></si>"
-    "<si><t>one<!-- aside -->two</t></si>"
-    "<si><t/></si>"
-    "<si><t>line\r\nend</t></si>"
-    "<si><t>_xD83D__xDE00_&#128512;</t></si>";
-
+    R"(<si><t>kana</t><rPh sb="0" eb="1"><t>phonetic</t></rPh><phoneticPr fontId="1"/></si>)"
+    "<si><t>a_x000D_b_x005F_x0041_</t></si>" "<si/>"
+    R"(<si><t xml:space="preserve"> blanks </t></si>)" "<si><t><![CDATA[<1> & ]]>more</t></si>"
+    "<si><t>one<!-- aside -->two</t></si>" "<si><t/></si>"
+    "<si><t>line\r\nend</t></si>" "<si><t>_xD83D__xDE00_&#128512;</t></si>";
 const Shown kShown[] = {
-    {"A1", "><v>1000</v>", "1000"},
-    {"A2", " s=\"6\"><v>1000</v>", "1000"},
+    {"A1", "><v>1000</v>", "1000"}, {"A2", R"( s="6"><v>1000</v>)", "1000"},
     {"A3", "><v>0.10000000000000001</v>", "0.1"},
-    {"A4", "><v>12345678901234567</v>", "12345678901234600"},
-    {"A5", "><v>1.5E5</v>", "150000"},
-    {"A6", "><v>1E+20</v>", "100000000000000000000"},
-    {"A9", "><v>1E+21</v>", "1E+21"},
-    {"A7", "><v>1E+22</v>", "1E+22"},
-    {"A8", " t=\"n\"><v>-0</v>", "0"},
-    {"B1", " s=\"1\"><v>0.07</v>", "7%"},
-    {"B2", " s=\"11\"><v>-0.125</v>", "-12.5%"},
-    {"B3", " s=\"13\"><v>0.5</v>", "0.5"},
-    {"B4", " s=\"999\"><v>0.5</v>", "0.5"},
-    {"C1", " s=\"2\"><v>42370</v>", "1/1/2016"},
-    {"C2", " s=\"8\"><v>42370</v>", "1/1/2016"},
-    {"C3", " s=\"10\"><v>42370.5625</v>", "1/1/2016 1:30:00 PM"},
-    {"C4", " s=\"7\"><v>0.0625</v>", "1:30:00 AM"},
-    {"C5", " s=\"12\"><v>1.0833333333333333</v>", "1/1/1900 2:00:00 AM"},
-    {"C6", " s=\"2\"><v>60</v>", "2/29/1900"},
-    {"C7", " s=\"2\"><v>-1</v>", "-1"},
-    {"C8", " s=\"2\" t=\"d\"><v>2016-01-01</v>", "1/1/2016"},
-    {"C9", " s=\"10\" t=\"d\"><v>2016-01-01T13:30:00Z</v>", "1/1/2016 1:30:00 PM"},
-    {"D1", " t=\"b\"><v>1</v>", "TRUE"},
-    {"D2", " t=\"b\"><v>0</v>", "FALSE"},
-    {"D3", " t=\"b\"><v>true</v>", "TRUE"},
-    {"D4", " t=\"e\"><v>#DIV/0!</v>", "#DIV/0!"},
-    {"D5", " t=\"e\"><v>#N/A</v>", "#N/A"},
-    {"E1", " t=\"s\"><v>0</v>", "plain & simple"},
-    {"E2", " t=\"s\"><v>1</v>", "two runs"},
-    {"E3", " t=\"s\"><v>2</v>", "kana"},
-    {"E4", " t=\"s\"><v>3</v>", "a\rb_x0041_"},
-    {"E5", " t=\"s\"><v>4</v>", ""},
-    {"E6", " t=\"s\"><v>5</v>", " blanks "},
-    {"E7", " t=\"s\"><v>6</v>", "<1> & more"},
-    {"E8", " t=\"s\"><v>7</v>", "onetwo"},
-    {"E9", " t=\"s\"><v>8</v>", ""},
-    {"E10", " t=\"s\"><v>9</v>", "line\nend"},
-    {"E11", " t=\"s\"><v>10</v>", "\U0001F600\U0001F600"},
-    {"E12", " t=\"s\"><v>99</v>", ""},
-    {"E13", " t=\"s\" s=\"4\"><v>0</v>", "plain & simple"},
-    {"F1", " t=\"inlineStr\"><is><t>in &lt;line&gt;</t></is>", "in <line>"},
-    {"F2",
-     " t=\"inlineStr\"><is><r><t>a</t></r><r><t>b</t></r><rPh sb=\"0\" eb=\"1\"><t>c</t>"
-     "</rPh></is>",
-     "ab"},
-    {"F3", " t=\"inlineStr\"><is/>", ""},
-    {"F4", " t=\"str\"><v>text_x0009_constant</v>", "text\tconstant"},
-    {"F5", " t=\"inlineStr\"><is><t>_&#x78;0041_&#95;x0042_</t></is>", "AB"},
+    {"A4", "><v>12345678901234567</v>", "12345678901234600"}, {"A5", "><v>1.5E5</v>", "150000"},
+    {"A6", "><v>1E+20</v>", "100000000000000000000"}, {"A9", "><v>1E+21</v>", "1E+21"},
+    {"A7", "><v>1E+22</v>", "1E+22"}, {"A8", R"( t="n"><v>-0</v>)", "0"},
+    {"B1", R"( s="1"><v>0.07</v>)", "7%"}, {"B2", R"( s="11"><v>-0.125</v>)", "-12.5%"},
+    {"B3", R"( s="13"><v>0.5</v>)", "0.5"}, {"B4", R"( s="999"><v>0.5</v>)", "0.5"},
+    {"C1", R"( s="2"><v>42370</v>)", "1/1/2016"}, {"C2", R"( s="8"><v>42370</v>)", "1/1/2016"},
+    {"C3", R"( s="10"><v>42370.5625</v>)", "1/1/2016 1:30:00 PM"},
+    {"C4", R"( s="7"><v>0.0625</v>)", "1:30:00 AM"},
+    {"C5", R"( s="12"><v>1.0833333333333333</v>)", "1/1/1900 2:00:00 AM"},
+    {"C6", R"( s="2"><v>60</v>)", "2/29/1900"}, {"C7", R"( s="2"><v>-1</v>)", "-1"},
+    {"C8", R"( s="2" t="d"><v>2016-01-01</v>)", "1/1/2016"},
+    {"C9", R"( s="10" t="d"><v>2016-01-01T13:30:00Z</v>)", "1/1/2016 1:30:00 PM"},
+    {"C10", R"( s="10" t="d"><v>2016-01-01T13:30:15.25Z</v>)", "1/1/2016 1:30:15 PM"},
+    {"D1", R"( t="b"><v>1</v>)", "TRUE"}, {"D2", R"( t="b"><v>0</v>)", "FALSE"},
+    {"D3", R"( t="b"><v>true</v>)", "TRUE"}, {"D4", R"( t="e"><v>#DIV/0!</v>)", "#DIV/0!"},
+    {"D5", R"( t="e"><v>#N/A</v>)", "#N/A"}, {"E1", R"( t="s"><v>0</v>)", "plain & simple"},
+    {"E2", R"( t="s"><v>1</v>)", "two runs"}, {"E3", R"( t="s"><v>2</v>)", "kana"},
+    {"E4", R"( t="s"><v>3</v>)", "a\rb_x0041_"}, {"E5", R"( t="s"><v>4</v>)", ""},
+    {"E6", R"( t="s"><v>5</v>)", " blanks "}, {"E7", R"( t="s"><v>6</v>)", "<1> & more"},
+    {"E8", R"( t="s"><v>7</v>)", "onetwo"}, {"E9", R"( t="s"><v>8</v>)", ""},
+    {"E10", R"( t="s"><v>9</v>)", "line\nend"},
+    {"E11", R"( t="s"><v>10</v>)", "\U0001F600\U0001F600"}, {"E12", R"( t="s"><v>99</v>)", ""},
+    {"E13", R"( t="s" s="4"><v>0</v>)", "plain & simple"},
+    {"F1", R"( t="inlineStr"><is><t>in &lt;line&gt;</t></is>)", "in <line>"},
+    {"F2", R"( t="inlineStr"><is><r><t>a</t></r><r><t>b</t></r><rPh sb="0" eb="1"><t>c</t></rPh>)"
+     "</is>", "ab"},
+    {"F3", R"( t="inlineStr"><is/>)", ""},
+    {"F4", R"( t="str"><v>text_x0009_constant</v>)", "text\tconstant"},
+    {"F5", R"( t="inlineStr"><is><t>_&#x78;0041_&#95;x0042_</t></is>)", "AB"},
     {"G1", "><f>SUM(A1:A2)*2</f><v>4000</v>", "=SUM(A1:A2)*2"},
-    {"G2", " t=\"str\"><f>A1&amp;\"x\"</f><v>1000x</v>", "=A1&\"x\""},
-    {"G3", "><f>_xlfn.CONCAT(A1,\"_xlfn.\")</f>", "=CONCAT(A1,\"_xlfn.\")"},
+    {"G2", R"( t="str"><f>A1&amp;"x"</f><v>1000x</v>)", R"(=A1&"x")"},
+    {"G3", R"(><f>_xlfn.CONCAT(A1,"_xlfn.")</f>)", R"(=CONCAT(A1,"_xlfn."))"},
     {"G4", "><f>[1]Data!A1</f><v>1</v>", "='C:\\books\\[other one.xlsx]Data'!A1"},
-    {"G6", "><f t=\"shared\" ref=\"G6:G7\" si=\"5\">[1]Data!A1</f>",
+    {"G6", R"(><f t="shared" ref="G6:G7" si="5">[1]Data!A1</f>)",
      "='C:\\books\\[other one.xlsx]Data'!A1"},
-    {"G7", "><f t=\"shared\" si=\"5\"/>", "='C:\\books\\[other one.xlsx]Data'!A2"},
-    {"G5", " t=\"e\"><f>1/0</f><v>#DIV/0!</v>", "=1/0"},
-    {"H1", "><f t=\"shared\" ref=\"H1:I3\" si=\"4\">A1+$B$1+Sheet1!A$1&amp;\"A1\"</f><v>1</v>",
-     "=A1+$B$1+Sheet1!A$1&\"A1\""},
-    {"H2", "><f t=\"shared\" si=\"4\"/><v>1</v>", "=A2+$B$1+Sheet1!A$1&\"A1\""},
-    {"I3", "><f t=\"shared\" si=\"4\"></f><v>1</v>", "=B3+$B$1+Sheet1!B$1&\"A1\""},
-    {"H9", "><f t=\"shared\" si=\"4\"/>", "=A9+$B$1+Sheet1!A$1&\"A1\""},
-    {"H10", "><f t=\"shared\" si=\"4\">own+1</f>", "=own+1"},
-    {"H11", "><f t=\"shared\" si=\"77\"/><v>5</v>", ""},
-    {"J1", "><f t=\"array\" ref=\"J1:K2\">A1:B2*2</f><v>1</v>", "=A1:B2*2"},
-    {"K1", "><v>2</v>", "=A1:B2*2"},
-    {"J2", " t=\"str\"><v>three</v>", "=A1:B2*2"},
+    {"G7", R"(><f t="shared" si="5"/>)", "='C:\\books\\[other one.xlsx]Data'!A2"},
+    {"G5", R"( t="e"><f>1/0</f><v>#DIV/0!</v>)", "=1/0"},
+    {"H1", R"(><f t="shared" ref="H1:I3" si="4">A1+$B$1+Sheet1!A$1&amp;"A1"</f><v>1</v>)",
+     R"(=A1+$B$1+Sheet1!A$1&"A1")"},
+    {"H2", R"(><f t="shared" si="4"/><v>1</v>)", R"(=A2+$B$1+Sheet1!A$1&"A1")"},
+    {"I3", R"(><f t="shared" si="4"></f><v>1</v>)", R"(=B3+$B$1+Sheet1!B$1&"A1")"},
+    {"H9", R"(><f t="shared" si="4"/>)", R"(=A9+$B$1+Sheet1!A$1&"A1")"},
+    {"H10", R"(><f t="shared" si="4">own+1</f>)", "=own+1"},
+    {"H11", R"(><f t="shared" si="77"/><v>5</v>)", ""},
+    {"J1", R"(><f t="array" ref="J1:K2">A1:B2*2</f><v>1</v>)", "=A1:B2*2"},
+    {"K1", "><v>2</v>", "=A1:B2*2"}, {"J2", R"( t="str"><v>three</v>)", "=A1:B2*2"},
     {"K2", "><v>4</v>", "=A1:B2*2"},
-    {"J3", "><f t=\"array\" ref=\"J3\">SUM(A1:A2*2)</f><v>1</v>", "=SUM(A1:A2*2)"},
+    {"J3", R"(><f t="array" ref="J3">SUM(A1:A2*2)</f><v>1</v>)", "=SUM(A1:A2*2)"},
     {"K3", "><v>5</v>", "5"},
-    {"L1", "><f t=\"dataTable\" ref=\"L1:L2\" dt2D=\"1\" dtr=\"1\" r1=\"A1\" r2=\"B1\"/><v>1</v>",
+    {"L1", R"(><f t="dataTable" ref="L1:L2" dt2D="1" dtr="1" r1="A1" r2="B1"/><v>1</v>)",
      "=TABLE(A1,B1)"},
     {"L2", "><v>2</v>", "=TABLE(A1,B1)"},
-    {"M1", "><f t=\"dataTable\" ref=\"M1\" dtr=\"1\" r1=\"A1\"/><v>1</v>", "=TABLE(A1,)"},
-    {"N1", " s=\"2\"", ""},
-    {"N2", "><v></v>", ""},
-    {"N3", "><v/>", ""},
+    {"M1", R"(><f t="dataTable" ref="M1" dtr="1" r1="A1"/><v>1</v>)", "=TABLE(A1,)"},
+    {"N1", R"( s="2")", ""}, {"N2", "><v></v>", ""}, {"N3", "><v/>", ""},
     {"N4", "><extLst><ext><v>7</v></ext></extLst>", ""},
 };
+// clang-format on
 
 // All cells of the table, row by row.
 std::string shownRows() {
@@ -142,10 +113,10 @@ std::string shownRows() {
         if (cell(shown.cell).row != row) {
             if (row != 0) rows += "</row>";
             row = cell(shown.cell).row;
-            rows += "<row r=\"" + std::to_string(row) + "\">";
+            rows += R"(<row r=")" + std::to_string(row) + R"(">)";
         }
         const bool isEmpty = std::string_view(shown.xml).find('>') == std::string_view::npos;
-        rows += "<c r=\""s + shown.cell + "\"" + shown.xml + (isEmpty ? "/>" : "</c>");
+        rows += R"(<c r=")"s + shown.cell + R"(")" + shown.xml + (isEmpty ? "/>" : "</c>");
     }
     return rows + "</row>";
 }
@@ -209,26 +180,26 @@ TEST(OoxmlRead, ShowsTheSameInEveryWriting) {
         {"comments between rows", shownBook().inAllParts("</row>", "</row><?pi </sheetData>?>")},
         {"comments in strings", shownBook().inAllParts("</si>", "<!-- </si> --></si>")},
         {"comments in values", shownBook().inAllParts("</v>", "<!-- 1 --></v>")},
-        {"single quotes, places", shownBook().inAllParts("<c r=\"C9\"", "<c r='C9'")},
-        {"single quotes, rows", shownBook().inAllParts("<row r=\"13\"", "<row r='13'")},
-        {"single quotes, types", shownBook().inAllParts("t=\"inlineStr\"", "t='inlineStr'")},
-        {"single quotes, styles", shownBook().inAllParts("s=\"11\"", "s='11'")},
-        {"single quotes, formulas", shownBook().inAllParts("t=\"shared\"", "t='shared'")},
+        {"single quotes, places", shownBook().inAllParts(R"(<c r="C9")", "<c r='C9'")},
+        {"single quotes, rows", shownBook().inAllParts(R"(<row r="13")", "<row r='13'")},
+        {"single quotes, types", shownBook().inAllParts(R"(t="inlineStr")", "t='inlineStr'")},
+        {"single quotes, styles", shownBook().inAllParts(R"(s="11")", "s='11'")},
+        {"single quotes, formulas", shownBook().inAllParts(R"(t="shared")", "t='shared'")},
         {"white space in tags",
-         shownBook().inAllParts("<f t=\"", "<f\tt = \n\"").inAllParts(" si=", " si\r\n=")},
+         shownBook().inAllParts(R"(<f t=")", "<f\tt = \n\"").inAllParts(" si=", " si\r\n=")},
         {"white space",
          shownBook().inAllParts("</c>", "</c>\r\n\t ").inAllParts("<row ", "\n<row\n")},
-        {"spare attributes", shownBook().inAllParts("<c r=", "<c ph=\"1\" xml:lang=\"en\" r=")},
+        {"spare attributes", shownBook().inAllParts("<c r=", R"(<c ph="1" xml:lang="en" r=)")},
         {"foreign attributes",
-         shownBook().inAllParts("<c r=", "<c xmlns:o=\"urn:o\" o:t=\"s\" o:s=\"1\" r=")},
+         shownBook().inAllParts("<c r=", R"(<c xmlns:o="urn:o" o:t="s" o:s="1" r=)")},
         {"foreign elements",
-         shownBook().inAllParts("</c>", "</c><o:c xmlns:o=\"urn:o\"><v>9</v></o:c>")},
+         shownBook().inAllParts("</c>", R"(</c><o:c xmlns:o="urn:o"><v>9</v></o:c>)")},
         {"values in CDATA", shownBook().inAllParts("<v>1000</v>", "<v><![CDATA[1000]]></v>")},
         {"part names in other case",
          shownBook().inAllParts("worksheets/sheet1.xml", "Worksheets/SHEET1.XML")},
-        {"absolute targets", shownBook().inAllParts("\"worksheets/", "\"/xl/worksheets/")},
-        {"targets with dots", shownBook().inAllParts("\"worksheets/", "\"../xl/./worksheets/")},
-        {"escaped targets", shownBook().inAllParts("\"worksheets/", "\"work%73heets/")},
+        {"absolute targets", shownBook().inAllParts(R"("worksheets/)", R"("/xl/worksheets/)")},
+        {"targets with dots", shownBook().inAllParts(R"("worksheets/)", R"("../xl/./worksheets/)")},
+        {"escaped targets", shownBook().inAllParts(R"("worksheets/)", R"("work%73heets/)")},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -239,10 +210,9 @@ TEST(OoxmlRead, ShowsTheSameInEveryWriting) {
 TEST(OoxmlRead, CountsDaysFrom1904) {
     TempDir dir;
     WorkbookBuilder book;
-    book.sheet(
-            "<row r=\"1\"><c r=\"A1\" s=\"2\"><v>0</v></c><c r=\"B1\" s=\"2\"><v>40908</v></c>"
-            "<c r=\"C1\" s=\"2\" t=\"d\"><v>2016-01-01</v></c></row>")
-        .settings("<workbookPr date1904=\"1\"/>");
+    book.sheet(R"(<row r="1"><c r="A1" s="2"><v>0</v></c><c r="B1" s="2"><v>40908</v></c>)"
+               R"(<c r="C1" s="2" t="d"><v>2016-01-01</v></c></row>)")
+        .settings(R"(<workbookPr date1904="1"/>)");
     const auto document = openDocument(book.write(dir), {});
     EXPECT_TRUE(shows(document->worksheet(0), cell("A1"), "1/1/1904"));
     EXPECT_TRUE(shows(document->worksheet(0), cell("B1"), "1/1/2016"));
@@ -258,34 +228,30 @@ struct Placed {
 };
 
 TEST(OoxmlRead, PlacesCells) {
+    // clang-format off
     const Placed rows[] = {
         {"without places",
-         "<row><c t=\"str\"><v>x</v></c><c/><c t=\"str\"><v>x</v></c></row>"
-         "<row><c t=\"str\"><v>x</v></c></row>",
-         cells({"C1", "A2", "A1"})},
+         R"(<row><c t="str"><v>x</v></c><c/><c t="str"><v>x</v></c></row><row><c t="str"><v>)"
+         R"(x</v></c></row>)", cells({"C1", "A2", "A1"})},
         {"some places",
-         "<row r=\"3\"><c r=\"C3\" t=\"str\"><v>x</v></c><c t=\"str\"><v>x</v></c></row>"
-         "<row><c t=\"str\"><v>x</v></c></row>",
-         cells({"C3", "D3", "A4"})},
+         R"(<row r="3"><c r="C3" t="str"><v>x</v></c><c t="str"><v>x</v></c></row><row>)"
+         R"(<c t="str"><v>x</v></c></row>)", cells({"C3", "D3", "A4"})},
         {"cells out of order",
-         "<row r=\"1\"><c r=\"C1\" t=\"str\"><v>x</v></c>"
-         "<c r=\"A1\" t=\"str\"><v>x</v></c>"
-         "<c r=\"B1\" t=\"str\"><v>x</v></c></row>",
-         cells({"B1", "C1", "A1"})},
+         R"(<row r="1"><c r="C1" t="str"><v>x</v></c><c r="A1" t="str"><v>x</v></c>)"
+         R"(<c r="B1" t="str"><v>x</v></c></row>)", cells({"B1", "C1", "A1"})},
         {"rows out of order",
-         "<row r=\"2\"><c r=\"A2\" t=\"str\"><v>x</v></c></row>"
-         "<row r=\"1\"><c r=\"B1\" t=\"str\"><v>x</v></c></row>",
-         cells({"B1", "A2"})},
+         R"(<row r="2"><c r="A2" t="str"><v>x</v></c></row><row r="1"><c r="B1" t="str"><v>)"
+         R"(x</v></c></row>)", cells({"B1", "A2"})},
         {"a cell twice",
-         "<row r=\"1\"><c r=\"B1\" t=\"str\"><v>x</v></c>"
-         "<c r=\"B1\" t=\"str\"><v>x</v></c><c r=\"C1\" t=\"str\"><v>x</v></c></row>",
-         cells({"B1", "C1"})},
-        {"the last cell", "<row r=\"1048576\"><c r=\"XFD1048576\" t=\"str\"><v>x</v></c></row>",
+         R"(<row r="1"><c r="B1" t="str"><v>x</v></c><c r="B1" t="str"><v>x</v></c>)"
+         R"(<c r="C1" t="str"><v>x</v></c></row>)", cells({"B1", "C1"})},
+        {"the last cell", R"(<row r="1048576"><c r="XFD1048576" t="str"><v>x</v></c></row>)",
          cells({"XFD1048576"})},
-        {"empty rows", "<row r=\"1\"/><row r=\"5\"></row><row><c t=\"str\"><v>x</v></c></row>",
+        {"empty rows", R"(<row r="1"/><row r="5"></row><row><c t="str"><v>x</v></c></row>)",
          cells({"A6"})},
         {"nothing", "", {}},
     };
+    // clang-format on
     TempDir dir;
     for (const Placed& row : rows) {
         for (const char* prefix : {"", "x"}) {
@@ -301,9 +267,9 @@ TEST(OoxmlRead, PlacesCells) {
 TEST(OoxmlRead, ListsWorksheetsOnly) {
     TempDir dir;
     WorkbookBuilder book;
-    const std::string row = "<row><c t=\"str\"><v>x</v></c></row>";
+    const std::string row = R"(<row><c t="str"><v>x</v></c></row>)";
     book.sheet(row).named("One &amp; only").chartSheet().sheet("").sheet(row, "<tail/>", "<head/>");
-    book.settings("<bookViews><workbookView activeTab=\"3\"/></bookViews>");
+    book.settings(R"(<bookViews><workbookView activeTab="3"/></bookViews>)");
     const auto document = openDocument(book.write(dir), {});
     ASSERT_EQ(document->worksheetCount(), 3u);
     EXPECT_EQ(document->worksheet(0).name(), "One & only");
@@ -317,7 +283,7 @@ TEST(OoxmlRead, ListsWorksheetsOnly) {
 
 TEST(OoxmlRead, ReadsASheetWithoutCells) {
     const char* const start =
-        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">";
+        R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">)";
     for (const char* content : {"", "<sheetData/>", "<sheetData></sheetData>", "<sheetData />"}) {
         SCOPED_TRACE(content);
         TempDir dir;
@@ -337,16 +303,16 @@ TEST(OoxmlRead, ReadsPartsOfManyPieces) {
         const std::string filler(static_cast<std::size_t>(i * 7 % 1999), 'a');
         const std::string row = std::to_string(i);
         strings += "<si><t>" + filler + "s" + row + "s</t></si>";
-        rows += "<row r=\"" + row + "\"><c r=\"A" + row + "\" t=\"s\"><v>" + std::to_string(i - 1) +
-                "</v></c><c r=\"B" + row + "\" t=\"inlineStr\"><is><t>" + filler + "i" + row +
-                "i</t></is></c></row>";
+        rows += R"(<row r=")" + row + R"("><c r="A)" + row + R"(" t="s"><v>)" +
+                std::to_string(i - 1) + R"(</v></c><c r="B)" + row + R"(" t="inlineStr"><is><t>)" +
+                filler + "i" + row + "i</t></is></c></row>";
     }
     // Not of one letter: a part that is packed too densely is refused.
     std::string huge;
     for (int i = 0; huge.size() < 700'000; ++i) huge += std::to_string(i * 7919) + "h";
-    rows += "<row r=\"401\"><c r=\"A401\" t=\"str\"><v>" + huge + "end</v></c></row>";
+    rows += R"(<row r="401"><c r="A401" t="str"><v>)" + huge + "end</v></c></row>";
     strings += "<si><t>" + huge + "</t></si><si><t>last</t></si>";
-    rows += "<row r=\"402\"><c r=\"A402\" t=\"s\"><v>401</v></c></row>";
+    rows += R"(<row r="402"><c r="A402" t="s"><v>401</v></c></row>)";
     TempDir dir;
     WorkbookBuilder book;
     book.sheet(rows).strings(strings);
@@ -367,37 +333,37 @@ TEST(OoxmlRead, ReadsPartsOfManyPieces) {
 TEST(OoxmlRead, IsNotMisledByTags) {
     const std::string ns = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
     const std::string row = "<row><c t=\"s\"><v>0</v></c></row>";
+    const std::string sheet =
+        "<worksheet " + ns + "><sheetData>" + row + "</sheetData></worksheet>";
+    const auto inlined = [&](const char* item) {
+        return "<worksheet " + ns + "><sheetData><row><c t=\"inlineStr\"><is>" + item +
+               "</is></c></row></sheetData></worksheet>";
+    };
+    const auto strings = [&](const char* items) { return "<sst " + ns + ">" + items + "</sst>"; };
     const struct {
         const char* name;
         std::string sheet;
         std::string strings;
     } rows[] = {
-        {"comments in front",
-         "<!-- <sheetData> --><worksheet " + ns + "><sheetData>" + row + "</sheetData></worksheet>",
-         "<!-- <sst> --><sst " + ns + "><si><t>x</t></si></sst>"},
+        {"comments in front", "<!-- <sheetData> -->" + sheet,
+         "<!-- <sst> -->" + strings("<si><t>x</t></si>")},
         {"angle brackets in attributes",
          "<worksheet " + ns + "><sheetData a=\">\">" + row + "</sheetData></worksheet>",
          "<sst a=\">\" " + ns + "><si><t>x</t></si></sst>"},
-        {"end tags in CDATA",
-         "<worksheet " + ns +
-             "><sheetData><row><c t=\"inlineStr\"><is><t><![CDATA[</is>x]]></t></is>"
-             "</c></row></sheetData></worksheet>",
-         "<sst " + ns + "><si><t><![CDATA[</si>x]]></t></si></sst>"},
-        {"end tags in comments",
-         "<worksheet " + ns +
-             "><sheetData><row><c t=\"inlineStr\"><is><t>x</t><!--</is>--></is></c>"
-             "</row></sheetData></worksheet>",
-         "<sst " + ns + "><si><!--</si>--><t>x</t></si></sst>"},
+        {"end tags in CDATA", inlined("<t><![CDATA[</is>x]]></t>"),
+         strings("<si><t><![CDATA[</si>x]]></t></si>")},
+        {"end tags in comments", inlined("<t>x</t><!--</is>-->"),
+         strings("<si><!--</si>--><t>x</t></si>")},
         {"end and start tags in comments",
          "<worksheet " + ns +
              "><!-- <sheetData><row r=\"3\"><c t=\"s\"><v>0</v></c></row></sheetData> -->"
              "<sheetData>" +
              row + "</sheetData></worksheet>",
-         "<sst " + ns + "><si><t>x</t><!--</si><si>--></si></sst>"},
+         strings("<si><t>x</t><!--</si><si>--></si>")},
         {"sheet data in an extension",
          "<worksheet " + ns + "><extLst><ext><sheetData>" + row +
              "</sheetData></ext></extLst><sheetData>" + row + "</sheetData></worksheet>",
-         "<sst " + ns + "><si><t>x</t></si><extLst><ext><si/></ext></extLst></sst>"},
+         strings("<si><t>x</t></si><extLst><ext><si/></ext></extLst>")},
     };
     TempDir dir;
     for (const auto& odd : rows) {
@@ -422,21 +388,16 @@ TEST(OoxmlRead, TellsValuesForLists) {
         Kind kind;
         const char* text;
         double number;
+        // clang-format off
     } rows[] = {
-        {"A1", Kind::Number, "1000", 1000},
-        {"B1", Kind::Number, "7%", 0.07},
-        {"C1", Kind::Number, "1/1/2016", 42370},
-        {"D1", Kind::Boolean, "TRUE", 0},
-        {"C8", Kind::Number, "1/1/2016", 42370},
-        {"D4", Kind::Error, "#DIV/0!", 0},
-        {"E2", Kind::Text, "two runs", 0},
-        {"F1", Kind::Text, "in <line>", 0},
-        {"G1", Kind::Number, "4000", 4000},
-        {"G2", Kind::Text, "1000x", 0},
-        {"K2", Kind::Number, "4", 4},
-        {"N1", Kind::Blank, "", 0},
-        {"Z99", Kind::Blank, "", 0},
+        {"A1", Kind::Number, "1000", 1000}, {"B1", Kind::Number, "7%", 0.07},
+        {"C1", Kind::Number, "1/1/2016", 42370}, {"D1", Kind::Boolean, "TRUE", 0},
+        {"C8", Kind::Number, "1/1/2016", 42370}, {"D4", Kind::Error, "#DIV/0!", 0},
+        {"E2", Kind::Text, "two runs", 0}, {"F1", Kind::Text, "in <line>", 0},
+        {"G1", Kind::Number, "4000", 4000}, {"G2", Kind::Text, "1000x", 0},
+        {"K2", Kind::Number, "4", 4}, {"N1", Kind::Blank, "", 0}, {"Z99", Kind::Blank, "", 0},
     };
+    // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.cell);
         const CellValue value = sheet.cellValue(cell(row.cell));

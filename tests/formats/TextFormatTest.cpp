@@ -2,7 +2,6 @@
 #include "workbook/text/TextFormat.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,21 +10,20 @@
 #include <random>
 
 #include "base/CodePages.h"
+#include "support/CellRuns.h"
+#include "support/FileStatus.h"
 #include "support/NaiveText.h"
 #include "support/TempDir.h"
 #include "support/Thrown.h"
 
 namespace brindle::workbook {
 
-// For the messages of failing tests.
-static void PrintTo(const CellPosition& cell, std::ostream* out) {
-    *out << "row " << cell.row << " column " << cell.column;
-}
-
 namespace {
 
 using namespace std::string_literals;
+using test::replaceAll;
 using test::TempDir;
+using test::visit;
 
 const std::string kUtf8Mark = "\xEF\xBB\xBF";
 
@@ -39,27 +37,7 @@ std::unique_ptr<Document> openText(const std::string& path, const OpenOptions& o
 }
 
 CellMatch part(const std::string& what, CaseMode mode = CaseMode::Folded) {
-    return {what, mode, false};
-}
-
-// The walk of a run: the first match is the last one visited.
-std::vector<CellPosition> visit(Worksheet& sheet, const CellMatch& match,
-                                const std::string* replacement = nullptr) {
-    std::vector<CellPosition> cells;
-    const auto first = sheet.findCell(match, {1, 1});
-    auto found = first;
-    while (found) {
-        found = sheet.findCell(match, *found);
-        if (!found) break;
-        if (replacement != nullptr) sheet.replaceInCell(*found, match, *replacement);
-        cells.push_back(*found);
-        if (found == first) break;
-    }
-    return cells;
-}
-
-std::size_t replaceAll(Document& document, const CellMatch& match, const std::string& with) {
-    return visit(document.worksheet(0), match, &with).size();
+    return test::part(what, mode);
 }
 
 // --- what a replacement writes -----------------------------------------------------------------
@@ -74,27 +52,28 @@ struct Rewriting {
     std::string after;
 };
 
+// clang-format off
 const Rewriting kRewritings[] = {
     {"plain", "a.csv", "red,Red\nblue,red red\n", "red", "x", 3, "x,x\nblue,x x\n"},
     {"marks and line ends stay", "a.csv", kUtf8Mark + "a,\"b\"\r\nA\n\ra", "a", "z", 3,
      kUtf8Mark + "z,\"b\"\r\nz\n\rz"},
-    {"quoted stays quoted", "a.csv", "\"cat\",\"a \"\"cat\"\"\"\n", "cat", "d\"g", 2,
+    {"quoted stays quoted", "a.csv", "\"cat\",\"a \"\"cat\"\"\"\n", "cat", R"(d"g)", 2,
      "\"d\"\"g\",\"a \"\"d\"\"g\"\"\"\n"},
     {"quotes come when needed", "a.csv", "cat,cat,5\" cat\n", "cat", "a,b", 3,
      "\"a,b\",\"a,b\",\"5\"\" a,b\"\n"},
     {"no quotes for what another kind divides by", "a.tab", "cat\tx\n", "cat", "a,b", 1,
      "a,b\tx\n"},
     {"a tab is quoted in tabbed text", "a.prn", "cat", "cat", "a\tb", 1, "\"a\tb\""},
-    {"inner quote of plain text stays", "a.csv", "5\" disk,x", "disk", "disc", 1, "5\" disc,x"},
-    {"a quote that comes to the front", "a.csv", "x\"b,c", "x", "", 1, "\"\"\"b\",c"},
-    {"text found over a doubled quote", "a.csv", "\"say \"\"hi\"\" x\"", "y \"h", "-", 1,
-     "\"sa-i\"\" x\""},
+    {"inner quote of plain text stays", "a.csv", R"(5" disk,x)", "disk", "disc", 1, R"(5" disc,x)"},
+    {"a quote that comes to the front", "a.csv", R"(x"b,c)", "x", "", 1, R"("""b",c)"},
+    {"text found over a doubled quote", "a.csv", R"("say ""hi"" x")", R"(y "h)", "-", 1,
+     R"("sa-i"" x")"},
     {"line break in quotes", "a.csv", "\"one\r\ntwo\",x\r\ntwo", "two", "2", 2,
      "\"one\r\n2\",x\r\n2"},
-    {"text behind the closing quote", "a.csv", "\"ab\"cd,\"ab\"x", "ab", "q,\"", 2,
-     "\"q,\"\"\"cd,\"q,\"\"\"x"},
-    {"match over the closing quote", "a.csv", "\"ab\"cd,e", "bc", "-", 1, "\"a-d\",e"},
-    {"quote that never closes", "a.csv", "a\n\"b,\nb", "b", "c\"", 1, "a\n\"c\"\",\nc\"\""},
+    {"text behind the closing quote", "a.csv", R"("ab"cd,"ab"x)", "ab", R"(q,")", 2,
+     R"("q,"""cd,"q,"""x)"},
+    {"match over the closing quote", "a.csv", R"("ab"cd,e)", "bc", "-", 1, R"("a-d",e)"},
+    {"quote that never closes", "a.csv", "a\n\"b,\nb", "b", R"(c")", 1, "a\n\"c\"\",\nc\"\""},
     {"empty text leaves the separators", "a.csv", "x,x,\"x\"\r\nx", "x", "", 4, ",,\"\"\r\n"},
     {"separator line", "a.csv", "sep=;\r\na,b;c\r\n", "b", "x;y", 1, "sep=;\r\n\"a,x;y\";c\r\n"},
     {"separator line is no data", "a.csv", "sep=;\nsep", "sep", "x", 1, "sep=;\nx"},
@@ -102,12 +81,8 @@ const Rewriting kRewritings[] = {
     {"NUL bytes", "a.csv", "a\0b,\0a\n"s, "a", "c", 2, "c\0b,\0c\n"s},
     {"windows-1252", "a.csv", "M\xFCller,\x81\x80\n", "m\u00DCLLER", "\u20AC", 1,
      "\x80,\x81\x80\n"},
-    {"UTF-8 with undecodable bytes", "a.csv",
-     kUtf8Mark + "\xFF"
-                 "a\xC3,\u00E9",
-     "A", "b", 1,
-     kUtf8Mark + "\xFF"
-                 "b\xC3,\u00E9"},
+    {"UTF-8 with undecodable bytes", "a.csv", kUtf8Mark + "\xFF" "a\xC3,\u00E9", "A", "b", 1,
+     kUtf8Mark + "\xFF" "b\xC3,\u00E9"},
     {"UTF-16", "a.csv", utf16("\u00E9a,\"q\"\"a\"\r\n\U0001F600a"), "a", "\U0001F601,", 3,
      utf16("\"\u00E9\U0001F601,\",\"q\"\"\U0001F601,\"\r\n\"\U0001F600\U0001F601,\"")},
     {"UTF-16 with tabs", "a.csv", utf16("a,b\tc\na", true), "a", "d", 2, utf16("d,b\tc\nd", true)},
@@ -116,6 +91,7 @@ const Rewriting kRewritings[] = {
      "\xFF\xFE"s + "\x00\xD8"s + "b\0"s + "x"},
     {"wildcard", "a.csv", "cat,,scatter\n", "c?t", "x", 2, "x,,sxter\n"},
 };
+// clang-format on
 
 TEST(TextFormat, ReplacesOnlyWhatMatched) {
     TempDir dir;
@@ -132,7 +108,7 @@ TEST(TextFormat, ReplacesOnlyWhatMatched) {
 TEST(TextFormat, UndoingGivesTheSameBytes) {
     TempDir dir;
     for (const Rewriting& row : kRewritings) {
-        if (row.with.empty() || row.find.find_first_of("?\"") != std::string::npos) continue;
+        if (row.with.empty() || row.find.find_first_of(R"(?")") != std::string::npos) continue;
         SCOPED_TRACE(row.name);
         const auto document = openText(dir.write(row.file, row.before));
         // With an exact match so that letter case comes back, and a text that nothing holds.
@@ -148,16 +124,12 @@ TEST(TextFormat, UndoingGivesTheSameBytes) {
 TEST(TextFormat, DoesNotTouchAFileWithoutAChange) {
     TempDir dir;
     const std::string path = dir.write("a.csv", "a,\"b\",a\n");
-    struct stat before {};
-    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    const struct stat before = test::statusOf(path);
     const auto document = openText(path);
     EXPECT_EQ(replaceAll(*document, part("a"), "a"), 2u);
     EXPECT_EQ(replaceAll(*document, part("zz"), "a"), 0u);
     document->save();
-    struct stat after {};
-    ASSERT_EQ(stat(path.c_str(), &after), 0);
-    EXPECT_EQ(after.st_ino, before.st_ino);
-    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    test::expectUntouched(before, test::statusOf(path));
 }
 
 TEST(TextFormat, LaterPatternsSeeEarlierChanges) {
@@ -311,7 +283,7 @@ TEST(TextFormat, GivesRecognisedValues) {
 
 TEST(TextFormat, ReadsOddFiles) {
     TempDir dir;
-    for (const std::string& bytes : {""s, kUtf8Mark, "\xFF\xFE"s, "\xFF"s, "\""s, "\"\""s, "\r"s,
+    for (const std::string& bytes : {""s, kUtf8Mark, "\xFF\xFE"s, "\xFF"s, R"(")"s, R"("")"s, "\r"s,
                                      "\r\n\r\n"s, ","s, "sep=;"s, "sep=;\n"s, "\xFF\xFE\0"s}) {
         SCOPED_TRACE(testing::PrintToString(bytes));
         const auto document = openText(dir.write("a.csv", bytes));
@@ -337,19 +309,11 @@ TEST(TextFormat, ClaimsByExtensionOnly) {
 
 // Texts as they come out of small rules and rare characters, long enough for several reads.
 std::string randomText(std::mt19937& random, std::size_t length) {
-    const std::string_view pieces[] = {"cat",
-                                       "\"",
-                                       "\"\"",
-                                       ",",
-                                       ",",
-                                       "\n",
-                                       "\r\n",
-                                       "\r",
-                                       "x",
-                                       "Cat ",
-                                       ",\"",
-                                       "\",",
-                                       "a long stretch without anything special in it"};
+    // clang-format off
+    // clang-format off
+    const std::string_view pieces[] = {"cat", "\"", "\"\"", ",", ",", "\n", "\r\n", "\r", "x",
+        "Cat ", ",\"", "\",", "a long stretch without anything special in it"};
+    // clang-format on
     std::string text;
     while (text.size() < length) text += pieces[random() % std::size(pieces)];
     return text;
@@ -369,12 +333,12 @@ void expectFields(Worksheet& sheet, const std::map<CellPosition, std::string>& f
 TEST(TextFormat, AgreesWithTheNaiveRules) {
     TempDir dir;
     std::mt19937 random(20260117);
-    const std::vector<CellMatch> patterns = {part("cat"),
-                                             part("t,"),
-                                             part("\"c"),
-                                             part("x\r\nc"),
-                                             CellMatch("Cat ", CaseMode::Exact, true),
-                                             part("x*a")};
+    // clang-format off
+    const std::vector<CellMatch> patterns = {
+        part("cat"), part("t,"), part(R"("c)"), part("x\r\nc"),
+        CellMatch("Cat ", CaseMode::Exact, true), part("x*a"),
+    };
+    // clang-format on
     OpenOptions options;
     options.expectedPatterns = &patterns;
     for (int round = 0; round < 34; ++round) {
@@ -384,7 +348,7 @@ TEST(TextFormat, AgreesWithTheNaiveRules) {
         if (round % 4 != 0) std::erase(text, '"');
         if (round % 4 == 1) {
             for (std::size_t at = 0; (at = text.find("Cat ", at)) != std::string::npos; at += 9) {
-                text.replace(at, 4, ",\"a\"\"cat\",");
+                text.replace(at, 4, R"(,"a""cat",)");
             }
         }
         SCOPED_TRACE(round);
@@ -397,9 +361,9 @@ TEST(TextFormat, AgreesWithTheNaiveRules) {
         for (const CellMatch& match : patterns) {
             expectFields(document->worksheet(0), fields, match);
         }
-        replaceAll(*document, patterns[0], "do,g\"");
+        replaceAll(*document, patterns[0], R"(do,g")");
         for (auto& [cell, content] : fields) {
-            content = replaceSpans(content, patterns[0].spans(content), "do,g\"");
+            content = replaceSpans(content, patterns[0].spans(content), R"(do,g")");
         }
         document->save();
         ASSERT_EQ(test::naiveFields(dir.read("a.csv"), ','), fields);
@@ -473,11 +437,11 @@ TEST(TextFormat, RealFilesComeBackUnchanged) {
         const std::string before{std::istreambuf_iterator<char>(file), {}};
         dir.write(name, before);
         const CellMatch forward("e", CaseMode::Exact, false);
-        const CellMatch back("q,zx\"", CaseMode::Exact, false);
+        const CellMatch back(R"(q,zx")", CaseMode::Exact, false);
         std::size_t cells = 0;
         try {
             const auto document = openText(dir.path(name));
-            cells = replaceAll(*document, forward, "q,zx\"");
+            cells = replaceAll(*document, forward, R"(q,zx")");
             document->save();
         } catch (const Error& error) {
             EXPECT_EQ(error.kind(), ErrorKind::Refused) << error.what();

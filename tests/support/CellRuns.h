@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "workbook/Document.h"
+#include "workbook/FormatTable.h"
 
 namespace brindle::workbook {
 
@@ -82,6 +82,15 @@ inline std::size_t replaceAll(workbook::Document& document, const workbook::Cell
     for (std::size_t i = 0; i < document.worksheetCount(); ++i) {
         cells += visit(document.worksheet(i), match, &with).size();
     }
+    return cells;
+}
+
+// The same on a file, saved; `options` are those of opening.
+inline std::size_t replaceIn(const std::string& path, const workbook::CellMatch& match,
+                             const std::string& with, const workbook::OpenOptions& options = {}) {
+    const auto document = workbook::openDocument(path, options);
+    const std::size_t cells = replaceAll(*document, match, with);
+    document->save();
     return cells;
 }
 

@@ -82,25 +82,8 @@ public:
         std::string& text = mSheet.cells.at(position);
         text = workbook::replaceSpans(text, match.spans(text), replacement);
     }
-    workbook::CellValue cellValue(CellPosition position) override {
-        workbook::CellValue value;
-        const auto cell = mSheet.cells.find(position);
-        if (cell == mSheet.cells.end()) return value;
-        value.kind = workbook::CellValue::Kind::Text;
-        value.text = cell->second;
-        return value;
-    }
-    workbook::CellRange usedRange() override {
-        workbook::CellRange range;
-        for (const auto& [position, text] : mSheet.cells) {
-            if (range.firstRow == 0) range = {position.row, position.column, 0, 0};
-            range.firstColumn = std::min(range.firstColumn, position.column);
-            range.lastRow = position.row;
-            range.lastColumn = std::max(range.lastColumn, position.column);
-        }
-        return range;
-    }
-
+    workbook::CellValue cellValue(CellPosition) override { return {}; }
+    workbook::CellRange usedRange() override { return {}; }
     std::size_t hyperlinkCount() override { return mSheet.links.size(); }
     std::string hyperlinkAddress(std::size_t i) override { return mSheet.links.at(i); }
     void setHyperlinkAddress(std::size_t i, std::string_view text) override {

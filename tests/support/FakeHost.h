@@ -21,6 +21,7 @@ public:
     MessageAnswer showMessage(const std::string& text, MessageIcon icon,
                               MessageButtons buttons) override {
         messages.push_back({text, icon, buttons});
+        if (onMessage) onMessage();
         return answer;
     }
     void processEvents() override {
@@ -32,6 +33,7 @@ public:
     std::vector<Message> messages;
     int eventRounds = 0;
     std::function<void()> onEvents;
+    std::function<void()> onMessage;
 };
 
 }  // namespace brindle::test

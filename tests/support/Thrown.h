@@ -26,4 +26,11 @@ int numberOf(const Action& action) {
     return error ? error->number() : 0;
 }
 
+// Its kind, or nothing.
+template <class Action>
+std::optional<ErrorKind> kindOf(const Action& action) {
+    const auto error = thrownBy(action);
+    return error ? std::optional(error->kind()) : std::nullopt;
+}
+
 }  // namespace brindle::test

@@ -33,7 +33,7 @@ StyleSheet readStyles(const Package& package, const std::string& partName) {
 
 OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
     : mOptions(options),
-      mPackage(std::move(file)),
+      mPackage(std::move(file), options.password),
       mWorkbook(readWorkbookPart(mPackage)),
       mStyles(readStyles(mPackage, partOfType(mPackage, mWorkbook, kStylesType))),
       mStrings(mPackage, partOfType(mPackage, mWorkbook, kSharedStringsType)),
@@ -52,7 +52,17 @@ OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions&
 }
 
 ReadOnlyReason OoxmlDocument::readOnlyReason() const {
-    return workbook::readOnlyReason(mPackage.file().path());
+    const ReadOnlyReason reason = workbook::readOnlyReason(mPackage.file().path());
+    if (reason != ReadOnlyReason::None) return reason;
+    return isReserved() ? ReadOnlyReason::WriteReserved : ReadOnlyReason::None;
+}
+
+bool OoxmlDocument::isReserved() const {
+    if (!mIsReserved) {
+        mIsReserved =
+            !mWorkbook.reservation.allows(mOptions.writeResPassword, mOptions.ansiCodePage);
+    }
+    return *mIsReserved;
 }
 
 const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
@@ -73,9 +83,24 @@ const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
     return mPatterns;
 }
 
+void OoxmlDocument::checkMayChange() const {
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "The workbook was saved and takes no more changes");
+    }
+    if (mWorkbook.isSigned) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
+}
+
+bool OoxmlDocument::hasChangedSheets() const {
+    return std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                       [](const auto& sheet) { return sheet->isChanged(); });
+}
+
 bool OoxmlDocument::isChanged() const {
-    return !mIsSaved && std::any_of(mWorksheets.begin(), mWorksheets.end(),
-                                    [](const auto& sheet) { return sheet->isChanged(); });
+    return !mIsSaved && (hasChangedSheets() || mDrawings.isChanged() ||
+                         (mBuiltIn && mBuiltIn->isChanged()) || (mCustom && mCustom->isChanged()));
 }
 
 // A string that all of its cells exchange for the same new one is changed where it stands, and
@@ -129,6 +154,10 @@ void OoxmlDocument::placeStrings() {
 }
 
 void OoxmlDocument::changeCalculation() {
+    const bool areCellsChanged =
+        std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                    [](const auto& sheet) { return sheet->hasCellEdits(); });
+    if (!areCellsChanged) return;
     FormulaCells lost;
     bool hasFormulas = false;
     for (const auto& sheet : mWorksheets) {
@@ -158,18 +187,27 @@ void OoxmlDocument::changeCalculation() {
     }
 }
 
-void OoxmlDocument::changeParts() {
+void OoxmlDocument::changeSheets() {
     placeStrings();
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
         sheet->changePart(mPackage);
-        for (const auto& [name, text] : sheet->changedTables()) mPackage.replacePart(name, text);
+        for (const auto& [name, text] : sheet->changedPartsBeside()) {
+            mPackage.replacePart(name, text);
+        }
     }
     if (mStrings.isChanged()) mStrings.changePart(mPackage);
     if (mStyles.isChanged()) {
         mPackage.replacePart(partOfType(mPackage, mWorkbook, kStylesType), mStyles.changedPart());
     }
     changeCalculation();
+}
+
+void OoxmlDocument::changeParts() {
+    if (hasChangedSheets()) changeSheets();
+    mDrawings.changeParts(mPackage);
+    if (mBuiltIn) mBuiltIn->changeParts(mPackage);
+    if (mCustom) mCustom->changeParts(mPackage);
 }
 
 namespace {
@@ -199,7 +237,12 @@ bool OoxmlDocument::isReadBack(const package::ZipArchive& written, std::size_t m
 
 void OoxmlDocument::save() {
     if (!isChanged()) return;
-    mIsSaved = true;
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "Document not saved: an earlier attempt failed");
+    }
+    if (isReserved()) throw Error::refused("Writing the workbook is reserved by another password");
+    mIsClosedForEdits = true;
     changeParts();
     ReplaceOptions options;
     options.expected = &mPackage.file().status();
@@ -212,6 +255,7 @@ void OoxmlDocument::save() {
                                 return isReadBack(written, member);
                             });
         });
+    mIsSaved = true;
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -13,6 +13,9 @@ namespace brindle::workbook::ooxml {
 // A zip archive is taken for a workbook of ours; opening finds out.
 Claim probe(std::string_view head, std::string_view extension);
 
+// A compound file that holds an encrypted package.
+Claim probeCompound(const package::CompoundFile& file);
+
 std::unique_ptr<Document> open(std::unique_ptr<InputFile> file, const OpenOptions& options);
 
 }  // namespace brindle::workbook::ooxml

@@ -15,6 +15,14 @@ inline constexpr std::string_view kRelationshipsNamespace =
 inline constexpr std::string_view kRelationshipsNamespaceStrict =
     "http://purl.oclc.org/ooxml/officeDocument/relationships";
 
+inline constexpr std::string_view kSpreadsheetDrawingNamespace =
+    "http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing";
+inline constexpr std::string_view kSpreadsheetDrawingNamespaceStrict =
+    "http://purl.oclc.org/ooxml/drawingml/spreadsheetDrawing";
+inline constexpr std::string_view kCompatibilityNamespace =
+    "http://schemas.openxmlformats.org/markup-compatibility/2006";
+inline constexpr std::string_view kVmlNamespace = "urn:schemas-microsoft-com:vml";
+
 inline constexpr std::string_view kContentTypesPart = "[Content_Types].xml";
 
 // Last steps of relationship types; the part in front differs between the two variants.
@@ -24,7 +32,15 @@ inline constexpr std::string_view kSharedStringsType = "/sharedStrings";
 inline constexpr std::string_view kStylesType = "/styles";
 inline constexpr std::string_view kCalcChainType = "/calcChain";
 inline constexpr std::string_view kTableType = "/table";
+inline constexpr std::string_view kHyperlinkType = "/hyperlink";
 inline constexpr std::string_view kExternalLinkType = "/externalLink";
+inline constexpr std::string_view kDrawingType = "/drawing";
+inline constexpr std::string_view kVmlDrawingType = "/vmlDrawing";
+inline constexpr std::string_view kCorePropertiesType = "/core-properties";
+inline constexpr std::string_view kExtendedPropertiesType = "/extended-properties";
+inline constexpr std::string_view kExtendedPropertiesTypeStrict = "/extendedProperties";
+inline constexpr std::string_view kCustomPropertiesType = "/custom-properties";
+inline constexpr std::string_view kCustomPropertiesTypeStrict = "/customProperties";
 inline constexpr std::string_view kSignatureOriginType = "/digital-signature/origin";
 
 inline bool isMainNamespace(std::string_view uri) {
@@ -33,6 +49,10 @@ inline bool isMainNamespace(std::string_view uri) {
 
 inline bool isRelationshipsNamespace(std::string_view uri) {
     return uri == kRelationshipsNamespace || uri == kRelationshipsNamespaceStrict;
+}
+
+inline bool isSpreadsheetDrawingNamespace(std::string_view uri) {
+    return uri == kSpreadsheetDrawingNamespace || uri == kSpreadsheetDrawingNamespaceStrict;
 }
 
 // Limits of a worksheet.

@@ -176,10 +176,18 @@ OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
     return state;
 }
 
+const SheetFrame& OoxmlWorksheet::frame() {
+    if (!mFrame) {
+        const Package& package = mDocument.package();
+        mFrame = readSheetFrame(package.archive(), package.memberOf(mEntry.partName));
+    }
+    return *mFrame;
+}
+
 void OoxmlWorksheet::readFrame() {
     if (mIsFrameRead) return;
     std::set<std::string> tables;  // each once, however often it is named
-    XmlScanner scanner(mFrame.text);
+    XmlScanner scanner(frame().text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         if (token != XmlToken::StartElement) continue;
         if (scanner.localName() == "sheetProtection" && scanner.depth() == 2) {
@@ -202,19 +210,45 @@ std::vector<CellEdit*> OoxmlWorksheet::edits() {
     return list;
 }
 
+bool OoxmlWorksheet::isChanged() const {
+    return !mEdits.empty() || (mLinks && mLinks->isChanged()) || (mPages && mPages->isChanged());
+}
+
 void OoxmlWorksheet::changePart(Package& package) {
+    std::vector<Splice> splices;
+    if (mLinks) splices = mLinks->changes().sheet;
+    if (mPages) {
+        for (Splice& splice : mPages->splices()) splices.push_back(std::move(splice));
+    }
     std::vector<const CellEdit*> written;
     for (const auto& [position, edit] : mEdits) {
         if (!edit.isInPlace) written.push_back(&edit);
     }
-    if (written.empty()) return;
+    if (splices.empty() && written.empty()) return;
     const std::string_view text = part();
-    package.changePart(mEntry.partName, *mPart, changedCells(text, *mTexts, written));
+    for (Splice& splice : splices) {
+        splice.begin = frame().inPart(splice.begin, text.size());
+        splice.end = frame().inPart(splice.end, text.size());
+    }
+    if (!written.empty()) {
+        for (Splice& splice : changedCells(text, *mTexts, written)) {
+            splices.push_back(std::move(splice));
+        }
+    }
+    package.changePart(mEntry.partName, *mPart, std::move(splices));
     mPart.reset();  // a large part should not stand in memory longer than needed
 }
 
-std::map<std::string, std::string> OoxmlWorksheet::changedTables() const {
-    return mTables ? mTables->changedParts() : std::map<std::string, std::string>();
+std::map<std::string, std::string> OoxmlWorksheet::changedPartsBeside() const {
+    std::map<std::string, std::string> parts;
+    if (mTables) parts = mTables->changedParts();
+    if (!mLinks) return parts;
+    const RelationshipChanges changes = mLinks->changes().relationships;
+    if (!changes.isEmpty()) {
+        const std::string name = relationshipPartName(mEntry.partName);
+        parts[name] = changedRelationships(mDocument.package().read(name).view(), changes);
+    }
+    return parts;
 }
 
 }  // namespace brindle::workbook::ooxml

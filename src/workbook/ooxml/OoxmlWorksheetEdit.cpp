@@ -33,9 +33,7 @@ void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match
 }
 
 void OoxmlWorksheet::checkMayChange(const Candidate& cell) {
-    if (mDocument.workbook().isSigned) {
-        throw Error::refused("The workbook is signed and a change would break its signature");
-    }
+    mDocument.checkMayChange();
     readFrame();
     if (mIsProtected && mDocument.texts().styles.style(cell.style).locked) {
         throw Error::refused(

@@ -129,10 +129,11 @@ std::string resolveTarget(std::string_view sourcePart, std::string_view target) 
     return result;
 }
 
-Package::Package(std::unique_ptr<InputFile> file) : mFile(std::move(file)) {
+Package::Package(std::unique_ptr<InputFile> file, const std::string& password)
+    : mFile(std::move(file), password) {
     package::ZipLimits limits;
     limits.ratio = kHighestRatio;
-    mArchive = std::make_unique<package::ZipArchive>(*mFile, limits);
+    mArchive = std::make_unique<package::ZipArchive>(mFile.package(), limits);
 }
 
 std::size_t Package::memberOf(std::string_view partName) const {
@@ -206,13 +207,14 @@ bool Package::isTooLong(std::size_t member, const Change& change) const {
     const package::ZipMember& old = mArchive->members()[member];
     if (old.method != kDeflated) return false;
     const std::uint64_t longer = change.size > old.size ? change.size - old.size : 0;
-    const std::uint64_t tolerance = std::max(old.compressedSize / 50, mFile->size() / 100);
+    const std::uint64_t tolerance = std::max(old.compressedSize / 50, file().size() / 100);
     return change.compressed.size() > old.compressedSize + longer + tolerance;
 }
 
-void Package::replacePart(std::string_view partName, std::string_view text) {
+void Package::replacePart(std::string_view partName, std::string_view text, Content content) {
     const std::size_t member = memberOf(partName);
     Change change;
+    change.content = content;
     change.size = text.size();
     change.crc = package::crc32(text);
     change.compressed = package::deflateWhole(text, kLevel);
@@ -236,7 +238,9 @@ void Package::changePart(std::string_view partName, const PartText& old,
         auto packed =
             package::repacked(mArchive->rawBytes(member).view(), old.view(), changes, kLevel);
         if (packed) {
-            mChanges[member] = {false, std::move(packed->compressed), packed->size, packed->crc};
+            mChanges[member] = {.compressed = std::move(packed->compressed),
+                                .size = packed->size,
+                                .crc = packed->crc};
             return;
         }
     }
@@ -295,7 +299,7 @@ void Package::writeTo(OutputFile& out) {
         }
         edits.push_back(std::move(edit));
     }
-    mArchive->writeTo(out, std::move(edits));
+    mFile.write(out, [&](ByteSink& sink) { mArchive->writeTo(sink, std::move(edits)); });
 }
 
 void Package::verify(const std::string& path, const PartReader& read) const {
@@ -304,8 +308,8 @@ void Package::verify(const std::string& path, const PartReader& read) const {
                     "Document not saved: the written file did not read back as it was meant")
             .inMember(member);
     };
-    const InputFile written(path);
-    const package::ZipArchive archive(written);
+    const auto written = mFile.reopened(path);
+    const package::ZipArchive archive(written->package());
     std::size_t kept = 0;
     for (std::size_t i = 0; i < mArchive->members().size(); ++i) {
         const package::ZipMember& old = mArchive->members()[i];
@@ -325,7 +329,8 @@ void Package::verify(const std::string& path, const PartReader& read) const {
             if (!read(archive, kept)) {
                 const PartText text(archive.read(kept));
                 XmlScanner scanner(text.view());
-                while (scanner.next() != XmlToken::EndOfInput) {
+                while (change->second.content == Content::Xml &&
+                       scanner.next() != XmlToken::EndOfInput) {
                 }
             }
         }

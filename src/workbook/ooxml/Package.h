@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "workbook/ooxml/PackageFile.h"
 #include "workbook/ooxml/Splices.h"
 #include "workbook/package/ZipArchive.h"
 
@@ -45,11 +45,11 @@ private:
 
 class Package {
 public:
-    // `file` stays open for the life of the package.
-    explicit Package(std::unique_ptr<InputFile> file);
+    // `file` stays open for the life of the package. Throws Error as PackageFile and ZipArchive.
+    explicit Package(std::unique_ptr<InputFile> file, const std::string& password = {});
 
     const package::ZipArchive& archive() const { return *mArchive; }
-    const InputFile& file() const { return *mFile; }
+    const InputFile& file() const { return mFile.file(); }
 
     bool hasPart(std::string_view partName) const { return mArchive->find(partName).has_value(); }
     // Index of a part in the archive. Throws Error (Damaged) when it is missing.
@@ -64,7 +64,9 @@ public:
     std::string contentType(std::string_view partName) const;
 
     // --- changes, held (packed) until writeTo -----------------------------------------------
-    void replacePart(std::string_view partName, std::string_view text);
+    enum class Content { Xml, Other };
+    void replacePart(std::string_view partName, std::string_view text,
+                     Content content = Content::Xml);
     // The same for a part of which some bytes change; `old` is what it holds in the file.
     void changePart(std::string_view partName, const PartText& old, std::vector<Splice> splices);
     // Removes a part, its content type and the relationship of `owner` that leads to it.
@@ -74,14 +76,15 @@ public:
     // Reads a member of a written package to its end and checks that it is well-formed; false
     // when it cannot do so with that member. Throws Error (Damaged).
     using PartReader = std::function<bool(const package::ZipArchive& written, std::size_t member)>;
-    // Reads a written package back: same members, checksums, changed parts as they were meant
-    // and well-formed. `read` may know a faster way than the general one. Throws Error (Internal,
-    // Damaged).
+    // Reads a written file back: same members, checksums, changed parts as they were meant and,
+    // those of XML, well-formed. `read` may know a faster way than the general one. Throws Error
+    // (Internal, Damaged).
     void verify(const std::string& path, const PartReader& read) const;
 
 private:
     struct Change {
         bool removed = false;
+        Content content = Content::Xml;
         package::Buffer compressed;
         std::uint64_t size = 0;
         std::uint32_t crc = 0;
@@ -91,7 +94,7 @@ private:
     void removeContentType(std::string_view partName);
     std::string currentText(std::string_view partName) const;
 
-    std::unique_ptr<InputFile> mFile;
+    PackageFile mFile;
     std::unique_ptr<package::ZipArchive> mArchive;
     mutable std::map<std::string, std::vector<Relationship>, std::less<>> mRelationships;
     // Places in these lists, by id; made when first asked for.

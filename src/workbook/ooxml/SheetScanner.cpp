@@ -89,6 +89,7 @@ SheetFrame WholeSheetReader::read() {
         if (mScanner.isEmptyElement()) continue;
         frame.hasSheetData = true;
         frame.text = mText.substr(0, mScanner.end());
+        frame.cut = frame.text.size();
         readRows();
         copied = mScanner.begin();
     }
@@ -195,13 +196,20 @@ SheetFrame scanSheetText(std::string_view text, CellSink& sink) {
 
 namespace {
 
+class NoCells final : public CellSink {
+public:
+    void cell(const ScannedCell&) override {}
+};
+
+// `read` is one of the fast readers. What looks like damage to it may be another encoding, or a
+// tag within a comment.
+template <typename Read>
 std::optional<SheetFrame> tryStream(const package::ZipArchive& archive, std::size_t member,
-                                    CellSink& sink) {
+                                    const Read& read) {
     try {
         package::PartWindow window(archive, member);
-        return streamSheet(window, sink);
+        return read(window);
     } catch (const Error& error) {
-        // What looks like damage may be another encoding, or a tag within a comment.
         if (error.kind() != ErrorKind::Damaged) throw;
         return std::nullopt;
     }
@@ -212,8 +220,21 @@ std::optional<SheetFrame> tryStream(const package::ZipArchive& archive, std::siz
 SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, CellSink& sink,
                      const std::function<void()>& restart) {
     try {
-        if (auto frame = tryStream(archive, member, sink)) return std::move(*frame);
+        auto frame =
+            tryStream(archive, member, [&](auto& window) { return streamSheet(window, sink); });
+        if (frame) return std::move(*frame);
         restart();
+        const PartText text(archive.read(member));
+        return scanSheetText(text.view(), sink);
+    } catch (Error& error) {
+        throw error.inMember(archive.members()[member].name);
+    }
+}
+
+SheetFrame readSheetFrame(const package::ZipArchive& archive, std::size_t member) {
+    try {
+        if (auto frame = tryStream(archive, member, streamFrame)) return std::move(*frame);
+        NoCells sink;
         const PartText text(archive.read(member));
         return scanSheetText(text.view(), sink);
     } catch (Error& error) {

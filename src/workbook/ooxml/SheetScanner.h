@@ -52,6 +52,12 @@ public:
 struct SheetFrame {
     std::string text;
     bool hasSheetData = false;
+    std::size_t cut = 0;  // where in the text the rows were left out
+
+    // The place in the part (as UTF-8) of a place in the text.
+    std::uint64_t inPart(std::size_t place, std::uint64_t partSize) const {
+        return place <= cut ? place : partSize - (text.size() - place);
+    }
 };
 
 // Reads the part as a stream where it is written the usual way, else as a whole. `restart` is
@@ -59,6 +65,10 @@ struct SheetFrame {
 // Throws Error (Damaged) naming the part.
 SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, CellSink& sink,
                      const std::function<void()>& restart);
+
+// Reads the part for its frame alone, passing over the cells unread where it can; what stands
+// there is not checked. Throws Error (Damaged) naming the part.
+SheetFrame readSheetFrame(const package::ZipArchive& archive, std::size_t member);
 
 // The cells of a part in memory (UTF-8), or of a piece of one.
 SheetFrame scanSheetText(std::string_view text, CellSink& sink);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/SheetStream.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
@@ -468,6 +469,19 @@ bool isPlainFrame(std::string_view text, std::size_t headSize) {
     return isPlain;
 }
 
+// The window begins at the end tag of sheetData.
+std::optional<SheetFrame> frameAround(std::string head, PartWindow& window) {
+    while (window.advance(window.begin())) {
+    }
+    SheetFrame frame;
+    frame.hasSheetData = true;
+    frame.cut = head.size();
+    frame.text = std::move(head);
+    frame.text += window.view();
+    if (!isPlainFrame(frame.text, frame.cut)) return std::nullopt;
+    return frame;
+}
+
 }  // namespace
 
 std::optional<SheetFrame> streamSheet(PartWindow& window, CellSink& sink) {
@@ -491,14 +505,26 @@ std::optional<SheetFrame> streamSheet(PartWindow& window, CellSink& sink) {
         if (step == Step::Done) break;
         if (!isMore) return std::nullopt;
     }
-    while (window.advance(window.begin())) {
+    return frameAround(std::move(*head), window);
+}
+
+std::optional<SheetFrame> streamFrame(PartWindow& window) {
+    static constexpr std::string_view kEnd = "</sheetData>";
+    auto head = readHead(window);
+    if (!head || package::toUtf8(*head)) return std::nullopt;
+    const char* at = window.begin() + head->size();
+    for (;;) {
+        const auto left = static_cast<std::size_t>(window.end() - at);
+        // memmem is several times faster here than a search through a string_view, which stops
+        // at every tag.
+        const void* found = memmem(at, left, kEnd.data(), kEnd.size());
+        if (found) {
+            window.advance(static_cast<const char*>(found));
+            return frameAround(std::move(*head), window);
+        }
+        if (!window.advance(at + left - std::min(left, kEnd.size() - 1))) return std::nullopt;
+        at = window.begin();
     }
-    SheetFrame frame;
-    frame.hasSheetData = true;
-    frame.text = *head;
-    frame.text += window.view();
-    if (!isPlainFrame(frame.text, head->size())) return std::nullopt;
-    return frame;
 }
 
 }  // namespace brindle::workbook::ooxml

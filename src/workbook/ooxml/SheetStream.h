@@ -17,4 +17,8 @@ namespace brindle::workbook::ooxml {
 // looks damaged from here; the general reader has the last word on that too.
 std::optional<SheetFrame> streamSheet(package::PartWindow& window, CellSink& sink);
 
+// The frame alone. Looks for the end tag of sheetData without reading the rows; nothing and
+// errors as above.
+std::optional<SheetFrame> streamFrame(package::PartWindow& window);
+
 }  // namespace brindle::workbook::ooxml

@@ -29,4 +29,8 @@ package::Buffer spliced(std::string_view text, std::vector<Splice> splices) {
     return buffer;
 }
 
+std::string splicedText(std::string_view text, std::vector<Splice> splices) {
+    return std::string(spliced(text, std::move(splices)).view());
+}
+
 }  // namespace brindle::workbook::ooxml

@@ -23,5 +23,6 @@ void sortSplices(std::vector<Splice>& splices);
 // `text` with the ranges replaced. They must not overlap and may come in any order; insertions
 // at one place keep theirs.
 package::Buffer spliced(std::string_view text, std::vector<Splice> splices);
+std::string splicedText(std::string_view text, std::vector<Splice> splices);
 
 }  // namespace brindle::workbook::ooxml

@@ -6,7 +6,10 @@
 #include <charconv>
 #include <set>
 
+#include "base/CodePages.h"
 #include "base/Error.h"
+#include "crypto/Base64.h"
+#include "crypto/PasswordHash.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -45,6 +48,12 @@ int toInt(const std::string& text) {
     int value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
     return value;
+}
+
+std::uint32_t toRounds(const std::string& text) {
+    std::uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? value : 0;
 }
 
 // The relationship id of a sheet or an external reference, by namespace, since another
@@ -107,6 +116,11 @@ void readElement(const Package& package, const XmlScanner& scanner, WorkbookPart
         workbook.sheets.push_back(sheetEntry(package, workbook, scanner));
     } else if (name == "workbookPr") {
         workbook.date1904 = isTrue(attributeText(scanner, "date1904"));
+    } else if (name == "fileSharing") {
+        workbook.reservation = {
+            attributeText(scanner, "reservationPassword"), attributeText(scanner, "algorithmName"),
+            attributeText(scanner, "hashValue"), attributeText(scanner, "saltValue"),
+            toRounds(attributeText(scanner, "spinCount"))};
     } else if (name == "workbookView" && workbook.activeTab == 0) {
         workbook.activeTab =
             static_cast<std::size_t>(std::max(0, toInt(attributeText(scanner, "activeTab"))));
@@ -132,6 +146,22 @@ std::string withAttribute(std::string_view text, const XmlScanner& scanner) {
 }
 
 }  // namespace
+
+bool WriteReservation::allows(const std::string& password, const std::string& codePage) const {
+    if (!hashValue.empty()) {
+        const auto hash = crypto::hashByName(algorithm);
+        const auto salt = crypto::fromBase64(saltValue);
+        const auto value = crypto::fromBase64(hashValue);
+        if (!hash || !salt || !value || rounds > crypto::kMostRounds) return false;
+        return crypto::isSame(crypto::saltedPasswordHash(*hash, *salt, password, rounds), *value);
+    }
+    if (shortHash.find_first_not_of('0') == std::string::npos) return true;
+    unsigned expected = 0;
+    const char* const end = shortHash.data() + shortHash.size();
+    if (std::from_chars(shortHash.data(), end, expected, 16).ptr != end) return false;
+    const auto bytes = CodePage(codePage).encode(password);
+    return bytes && crypto::shortPasswordHash(*bytes) == expected;
+}
 
 WorkbookPart readWorkbookPart(const Package& package) {
     WorkbookPart workbook;

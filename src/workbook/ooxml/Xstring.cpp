@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/Xstring.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/Text.h"
+#include "workbook/ooxml/Spelling.h"
 #include "workbook/package/XmlScanner.h"
 
 namespace brindle::workbook::ooxml {
@@ -125,6 +127,37 @@ std::string xstringEscaped(std::string_view text) {
 
 std::string xstringAttributeEscaped(std::string_view text) {
     return package::xmlAttributeEscaped(escaped(text, true));
+}
+
+namespace {
+
+// Far beyond the texts that this is for; a spelling takes a multiple of its text.
+constexpr std::size_t kLongestSpelling = 1u << 20;
+
+// How many bytes write the character at the front.
+std::size_t writtenLength(std::string_view raw) {
+    if (raw[0] == '&') return std::min(raw.find(';'), raw.size() - 1) + 1;
+    if (raw.starts_with("\r\n")) return 2;
+    if (escapeAt(raw, 0)) return kEscapeLength;
+    std::size_t length = 0;
+    text::nextCodePoint(raw, length);
+    return length;
+}
+
+}  // namespace
+
+std::string xstringChanged(std::string_view raw, std::string_view text) {
+    if (raw.size() > kLongestSpelling) return xstringEscaped(text);
+    Spelling spelling(raw);
+    for (std::string_view rest = raw; !rest.empty();) {
+        const std::size_t length = writtenLength(rest);
+        spelling.add(xstring(rest.substr(0, length)), length);
+        rest.remove_prefix(length);
+    }
+    std::string changed = spelling.changed(text, xstringEscaped);
+    // Pieces may mean something else once they are together.
+    const bool isAsMeant = spelling.text() == xstring(raw) && xstring(changed) == text;
+    return isAsMeant ? changed : xstringEscaped(text);
 }
 
 bool needsSpacePreserved(std::string_view text) {

@@ -21,6 +21,10 @@ std::string xstringEscaped(std::string_view text);
 // The same for an attribute value, where a line break is written as an escape too.
 std::string xstringAttributeEscaped(std::string_view text);
 
+// The same for a text that was `raw`: what it shares with the old one at the start and the end
+// stays as it is written.
+std::string xstringChanged(std::string_view raw, std::string_view text);
+
 // True when a t element with this text needs xml:space="preserve".
 bool needsSpacePreserved(std::string_view text);
 

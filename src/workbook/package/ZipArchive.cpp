@@ -115,8 +115,8 @@ Buffer owned(std::string_view bytes, Buffer& scratch) {
 }  // namespace
 
 struct ZipArchive::Contents {
-    Contents(const InputFile& file, const ZipLimits& theLimits)
-        : bytes(file), limits(theLimits), directory(zip::readDirectory(bytes, limits)) {}
+    Contents(const ByteSource& source, const ZipLimits& theLimits)
+        : bytes(source), limits(theLimits), directory(zip::readDirectory(bytes, limits)) {}
 
     zip::FileBytes bytes;
     ZipLimits limits;
@@ -129,8 +129,8 @@ std::string normalisedMemberName(std::string_view name) {
     return result;
 }
 
-ZipArchive::ZipArchive(const InputFile& file, const ZipLimits& limits)
-    : mContents(std::make_unique<Contents>(file, limits)) {
+ZipArchive::ZipArchive(const ByteSource& source, const ZipLimits& limits)
+    : mContents(std::make_unique<Contents>(source, limits)) {
     indexNames();
 }
 
@@ -139,9 +139,6 @@ ZipArchive::ZipArchive(ZipArchive&&) noexcept = default;
 
 const std::vector<ZipMember>& ZipArchive::members() const {
     return mContents->directory.members;
-}
-const InputFile& ZipArchive::file() const {
-    return mContents->bytes.file();
 }
 
 void ZipArchive::indexNames() {
@@ -242,7 +239,7 @@ Buffer ZipArchive::read(std::size_t index) const {
     }
 }
 
-void ZipArchive::writeTo(OutputFile& out, std::vector<MemberEdit> edits) const {
+void ZipArchive::writeTo(ByteSink& out, std::vector<MemberEdit> edits) const {
     zip::ZipWriter writer(mContents->bytes, mContents->directory, out);
     for (const MemberEdit& edit : edits) writer.plan(edit, find(edit.name));
     writer.write();

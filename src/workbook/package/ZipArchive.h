@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "base/ByteStreams.h"
 #include "workbook/package/Inflate.h"
 
 namespace brindle::workbook::package {
@@ -69,9 +69,9 @@ public:
     // Reads and checks the directory: end record (zip64 too), claims against `limits`,
     // members that overlap or lie outside the file, names that stand twice (folders excepted).
     // Bytes in front of the archive are accepted. Throws Error
-    // (Damaged, TooLarge, Unsupported), for archives on several disks the last. `file` is
-    // borrowed.
-    explicit ZipArchive(const InputFile& file, const ZipLimits& limits = {});
+    // (Damaged, TooLarge, Unsupported), for archives on several disks the last. `source`
+    // is borrowed.
+    explicit ZipArchive(const ByteSource& source, const ZipLimits& limits = {});
     ~ZipArchive();
     ZipArchive(ZipArchive&&) noexcept;
 
@@ -89,15 +89,13 @@ public:
     // an encrypted member and methods other than stored and deflated) with the member's name.
     Buffer read(std::size_t index) const;
 
-    const InputFile& file() const;
-
     // Writes the archive with the edits applied to `out`: what is not edited stays as it is
     // stored, bytes outside of members and the comment included; only offsets follow. Changed
     // members keep their place, date, attributes and extra fields; added ones come last, dated
     // 1980-01-01. Written members have no data descriptor. Throws Error (NotFound) for a
     // Replace or Remove without its member, Error (Argument) for a second edit of a member and
     // an Add of one that exists.
-    void writeTo(OutputFile& out, std::vector<MemberEdit> edits) const;
+    void writeTo(ByteSink& out, std::vector<MemberEdit> edits) const;
 
 private:
     friend class MemberStream;

@@ -235,26 +235,26 @@ void DirectoryReader::checkExtents() {
 
 }  // namespace
 
-FileBytes::FileBytes(const InputFile& file) : mFile(file) {
-    if (file.size() > kReadWhole) return;
-    mWhole = Buffer(static_cast<std::size_t>(file.size()));
-    file.readAt(0, std::as_writable_bytes(std::span(mWhole.data(), mWhole.size())));
+FileBytes::FileBytes(const ByteSource& source) : mSource(source), mWhole(source.inMemory()) {
+    if (mWhole || source.size() > kReadWhole) return;
+    mRead = Buffer(static_cast<std::size_t>(source.size()));
+    source.readAt(0, std::as_writable_bytes(std::span(mRead.data(), mRead.size())));
+    mWhole = mRead.view();
 }
 
 std::string_view FileBytes::at(std::uint64_t offset, std::uint64_t length, Buffer& scratch) const {
-    if (mWhole.size() != 0) {
-        return mWhole.view().substr(static_cast<std::size_t>(offset),
-                                    static_cast<std::size_t>(length));
+    if (mWhole) {
+        return mWhole->substr(static_cast<std::size_t>(offset), static_cast<std::size_t>(length));
     }
     scratch = Buffer(static_cast<std::size_t>(length));
-    mFile.readAt(offset, std::as_writable_bytes(std::span(scratch.data(), scratch.size())));
+    mSource.readAt(offset, std::as_writable_bytes(std::span(scratch.data(), scratch.size())));
     return scratch.view();
 }
 
-void FileBytes::copyTo(OutputFile& out, std::uint64_t begin, std::uint64_t end) const {
+void FileBytes::copyTo(ByteSink& out, std::uint64_t begin, std::uint64_t end) const {
     if (begin == end) return;
-    if (mWhole.size() == 0) {
-        out.copyFrom(mFile, begin, end - begin);
+    if (!mWhole) {
+        out.copyFrom(mSource, begin, end - begin);
         return;
     }
     Buffer unused;

@@ -8,28 +8,28 @@
 #include <string_view>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "base/ByteStreams.h"
 #include "workbook/package/Inflate.h"
 #include "workbook/package/ZipArchive.h"
 
 namespace brindle::workbook::package::zip {
 
-// The bytes of the archive's file. A small one is read in one go.
+// The bytes of the archive. Those of a small file are read in one go.
 class FileBytes {
 public:
-    // `file` is borrowed.
-    explicit FileBytes(const InputFile& file);
+    // `source` is borrowed.
+    explicit FileBytes(const ByteSource& source);
 
-    std::uint64_t size() const { return mFile.size(); }
-    const InputFile& file() const { return mFile; }
+    std::uint64_t size() const { return mSource.size(); }
     // A range that lies in the file, in memory or else read into `scratch`.
     std::string_view at(std::uint64_t offset, std::uint64_t length, Buffer& scratch) const;
     // Appends the range to `out`.
-    void copyTo(OutputFile& out, std::uint64_t begin, std::uint64_t end) const;
+    void copyTo(ByteSink& out, std::uint64_t begin, std::uint64_t end) const;
 
 private:
-    const InputFile& mFile;
-    Buffer mWhole;  // empty for a large file
+    const ByteSource& mSource;
+    Buffer mRead;
+    std::optional<std::string_view> mWhole;  // nothing for a large file
 };
 
 // Where a field that may need 64 bits stands: its extra field in a header or directory record.

@@ -8,7 +8,7 @@
 
 namespace brindle::workbook::package::zip {
 
-ZipWriter::ZipWriter(const FileBytes& bytes, const Directory& directory, OutputFile& out)
+ZipWriter::ZipWriter(const FileBytes& bytes, const Directory& directory, ByteSink& out)
     : mBytes(bytes),
       mDirectory(directory),
       mOut(out),

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "base/FileIo.h"
+#include "base/ByteStreams.h"
 #include "workbook/package/ZipDirectory.h"
 
 namespace brindle::workbook::package::zip {
@@ -15,7 +15,7 @@ namespace brindle::workbook::package::zip {
 class ZipWriter {
 public:
     // All borrowed.
-    ZipWriter(const FileBytes& bytes, const Directory& directory, OutputFile& out);
+    ZipWriter(const FileBytes& bytes, const Directory& directory, ByteSink& out);
 
     // Takes in an edit (borrowed) of the member at `index`; without one the name is not in the
     // archive. Throws Error (NotFound, Argument) as ZipArchive::writeTo does.
@@ -37,7 +37,7 @@ private:
 
     const FileBytes& mBytes;
     const Directory& mDirectory;
-    OutputFile& mOut;
+    ByteSink& mOut;
     std::vector<const MemberEdit*> mEdits;  // of each member of the archive, null for none
     std::vector<std::uint64_t> mOffsets;    // of each member in the new file
     std::vector<Addition> mAdditions;

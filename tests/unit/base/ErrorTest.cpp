@@ -12,9 +12,10 @@ TEST(Error, PlaceIsToldBehindTheSentence) {
     Error error = Error::damaged("The file is not in a recognizable format");
     EXPECT_STREQ(error.what(), "The file is not in a recognizable format");
     error.inCell("B7").inMember("xl/worksheets/sheet1.xml").inFile("/data/a.xlsx").atOffset(12);
-    EXPECT_STREQ(error.what(),
-                 "The file is not in a recognizable format "
-                 "(/data/a.xlsx, xl/worksheets/sheet1.xml, B7, offset 12)");
+    EXPECT_STREQ(
+        error.what(),
+        "The file is not in a recognizable format (/data/a.xlsx, xl/worksheets/sheet1.xml, "
+        "B7, offset 12)");
     EXPECT_EQ(error.description(), "The file is not in a recognizable format");
     EXPECT_EQ(error.number(), 1004);
     EXPECT_EQ(error.kind(), ErrorKind::Damaged);
@@ -42,48 +43,40 @@ TEST(Error, KnowsTheLineOfTheThrow) {
     EXPECT_EQ(error.thrownAt().line(), line + 1);
 }
 
-struct ErrnoCase {
-    int errnoValue;
-    int number;
-    const char* description;
-    ErrorKind kind;
-};
-
-class SystemError : public testing::TestWithParam<ErrnoCase> {};
-
-TEST_P(SystemError, HasTheNumberAndTextThatUsersKnow) {
-    const ErrnoCase& c = GetParam();
-    Error error = Error::system(c.errnoValue, "open /data/a b.xls");
-    EXPECT_EQ(error.number(), c.number);
-    EXPECT_EQ(error.description(), c.description);
-    EXPECT_EQ(error.kind(), c.kind);
-    error.inFile("/data/a b.xls");
-    const std::string what = error.what();
-    EXPECT_EQ(what.find("a b.xls"), what.rfind("a b.xls")) << what;
-    EXPECT_NE(what.find("open /data/a b.xls: "), std::string::npos) << what;
+TEST(SystemError, HasTheNumberAndTextThatUsersKnow) {
+    const auto sys = ErrorKind::System;
+    const struct {
+        int errnoValue;
+        int number;
+        const char* description;
+        ErrorKind kind;
+        // clang-format off
+    } rows[] = {
+        {ENOENT, 53, "File not found", ErrorKind::NotFound},
+        {ENOTDIR, 76, "Path not found", ErrorKind::NotFound},
+        {EACCES, 70, "Permission denied", sys}, {EPERM, 70, "Permission denied", sys},
+        {ETXTBSY, 70, "Permission denied", sys}, {EISDIR, 75, "Path/File access error", sys},
+        {ELOOP, 75, "Path/File access error", sys}, {EROFS, 75, "Path/File access error", sys},
+        {EEXIST, 58, "File already exists", sys}, {ENOSPC, 61, "Disk full", sys},
+        {EDQUOT, 61, "Disk full", sys}, {EMFILE, 67, "Too many files", sys},
+        {ENFILE, 67, "Too many files", sys}, {ENODEV, 68, "Device unavailable", sys},
+        {ENAMETOOLONG, 52, "Bad file name or number", sys}, {ENOMEM, 7, "Out of memory", sys},
+        {ENXIO, 68, "Device unavailable", sys}, {EIO, 57, "Device I/O error", sys},
+        {ESTALE, 57, "Device I/O error", sys},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.errnoValue);
+        Error error = Error::system(row.errnoValue, "open /data/a b.xls");
+        EXPECT_EQ(error.number(), row.number);
+        EXPECT_EQ(error.description(), row.description);
+        EXPECT_EQ(error.kind(), row.kind);
+        error.inFile("/data/a b.xls");
+        const std::string what = error.what();
+        EXPECT_EQ(what.find("a b.xls"), what.rfind("a b.xls")) << what;
+        EXPECT_NE(what.find("open /data/a b.xls: "), std::string::npos) << what;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, SystemError,
-    testing::Values(ErrnoCase{ENOENT, 53, "File not found", ErrorKind::NotFound},
-                    ErrnoCase{ENOTDIR, 76, "Path not found", ErrorKind::NotFound},
-                    ErrnoCase{EACCES, 70, "Permission denied", ErrorKind::System},
-                    ErrnoCase{EPERM, 70, "Permission denied", ErrorKind::System},
-                    ErrnoCase{ETXTBSY, 70, "Permission denied", ErrorKind::System},
-                    ErrnoCase{EISDIR, 75, "Path/File access error", ErrorKind::System},
-                    ErrnoCase{ELOOP, 75, "Path/File access error", ErrorKind::System},
-                    ErrnoCase{EROFS, 75, "Path/File access error", ErrorKind::System},
-                    ErrnoCase{EEXIST, 58, "File already exists", ErrorKind::System},
-                    ErrnoCase{ENOSPC, 61, "Disk full", ErrorKind::System},
-                    ErrnoCase{EDQUOT, 61, "Disk full", ErrorKind::System},
-                    ErrnoCase{EMFILE, 67, "Too many files", ErrorKind::System},
-                    ErrnoCase{ENFILE, 67, "Too many files", ErrorKind::System},
-                    ErrnoCase{ENAMETOOLONG, 52, "Bad file name or number", ErrorKind::System},
-                    ErrnoCase{ENODEV, 68, "Device unavailable", ErrorKind::System},
-                    ErrnoCase{ENXIO, 68, "Device unavailable", ErrorKind::System},
-                    ErrnoCase{ENOMEM, 7, "Out of memory", ErrorKind::System},
-                    ErrnoCase{EIO, 57, "Device I/O error", ErrorKind::System},
-                    ErrnoCase{ESTALE, 57, "Device I/O error", ErrorKind::System}));
 
 }  // namespace
 }  // namespace brindle

@@ -8,84 +8,52 @@ namespace {
 
 using Cells = std::map<CellPosition, std::string>;
 
-struct CellRow {
-    const char* name;
-    const char* find;
-    const char* with;
-    bool matchCase;
-    bool entire;
-    Cells before;
-    int count;
-    Cells after;
-};
-
-class ExcelConnectorCells : public testing::TestWithParam<CellRow> {};
-
-TEST_P(ExcelConnectorCells, countsAndReplaces) {
-    const CellRow& row = GetParam();
-    for (const bool searchOnly : {false, true}) {
-        ConnectorRun run;
-        FakeBook& book = run.addBook("book.xls");
-        book.sheets[0].cells = row.before;
-        run.addEntry(row.find, row.with, 0, row.matchCase, row.entire);
-        run.flags.isSearchOnly = searchOnly;
-        run.go();
-        ASSERT_EQ(run.reports.size(), 1u);
-        EXPECT_EQ(run.reports[0].counts[0].CellCounter, row.count) << searchOnly;
-        EXPECT_EQ(book.sheets[0].cells, searchOnly ? row.before : row.after);
-        EXPECT_EQ(book.saved, searchOnly ? 0 : 1);
-        EXPECT_EQ(run.log(), "");
+TEST(ExcelConnectorCells, countsAndReplaces) {
+    const struct {
+        const char* name;
+        const char* find;
+        const char* with;
+        bool matchCase;
+        bool entire;
+        Cells before;
+        int count;
+        Cells after;
+        // clang-format off
+    } rows[] = {
+        {"none", "dog", "cow", false, false, {{{1, 1}, "cat"}}, 0, {{{1, 1}, "cat"}}},
+        {"one", "cat", "dog", false, false, {{{7, 2}, "cat"}}, 1, {{{7, 2}, "dog"}}},
+        {"first cell of the sheet", "cat", "dog", false, false, {{{1, 1}, "cat"}}, 1,
+         {{{1, 1}, "dog"}}},
+        {"part", "cat", "dog", false, false, {{{1, 1}, "cat"}, {{1, 2}, "scatter"}, {{2, 1}, "ca"}},
+         2, {{{1, 1}, "dog"}, {{1, 2}, "sdogter"}, {{2, 1}, "ca"}}},
+        {"entire", "cat", "dog", false, true, {{{1, 1}, "cat"}, {{1, 2}, "scatter"}}, 1,
+         {{{1, 1}, "dog"}, {{1, 2}, "scatter"}}},
+        {"case ignored", "CAT", "dog", false, false, {{{3, 3}, "cat"}}, 1, {{{3, 3}, "dog"}}},
+        {"case kept", "CAT", "dog", true, false, {{{3, 3}, "cat"}}, 0, {{{3, 3}, "cat"}}},
+        {"per cell, not per occurrence", "a", "b", false, false, {{{1, 1}, "a-a-a"}}, 1,
+         {{{1, 1}, "b-b-b"}}},
+        {"replacement matches again", "a", "aa", false, false,
+         {{{1, 1}, "a"}, {{1, 2}, "a"}, {{9, 1}, "a"}}, 3,
+         {{{1, 1}, "aa"}, {{1, 2}, "aa"}, {{9, 1}, "aa"}}},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        for (const bool searchOnly : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (searchOnly ? ", searched" : ", replaced"));
+            ConnectorRun run;
+            FakeBook& book = run.addBook("book.xls");
+            book.sheets[0].cells = row.before;
+            run.addEntry(row.find, row.with, 0, row.matchCase, row.entire);
+            run.flags.isSearchOnly = searchOnly;
+            run.go();
+            ASSERT_EQ(run.reports.size(), 1u);
+            EXPECT_EQ(run.reports[0].counts[0].CellCounter, row.count);
+            EXPECT_EQ(book.sheets[0].cells, searchOnly ? row.before : row.after);
+            EXPECT_EQ(book.saved, searchOnly ? 0 : 1);
+            EXPECT_EQ(run.log(), "");
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ExcelConnectorCells,
-    testing::Values(
-        CellRow{"none", "dog", "cow", false, false, {{{1, 1}, "cat"}}, 0, {{{1, 1}, "cat"}}},
-        CellRow{"one", "cat", "dog", false, false, {{{7, 2}, "cat"}}, 1, {{{7, 2}, "dog"}}},
-        CellRow{"firstCellOfTheSheet",
-                "cat",
-                "dog",
-                false,
-                false,
-                {{{1, 1}, "cat"}},
-                1,
-                {{{1, 1}, "dog"}}},
-        CellRow{"part",
-                "cat",
-                "dog",
-                false,
-                false,
-                {{{1, 1}, "cat"}, {{1, 2}, "scatter"}, {{2, 1}, "ca"}},
-                2,
-                {{{1, 1}, "dog"}, {{1, 2}, "sdogter"}, {{2, 1}, "ca"}}},
-        CellRow{"entire",
-                "cat",
-                "dog",
-                false,
-                true,
-                {{{1, 1}, "cat"}, {{1, 2}, "scatter"}, {{2, 1}, "ca"}},
-                1,
-                {{{1, 1}, "dog"}, {{1, 2}, "scatter"}, {{2, 1}, "ca"}}},
-        CellRow{"caseIgnored", "CAT", "dog", false, false, {{{3, 3}, "cat"}}, 1, {{{3, 3}, "dog"}}},
-        CellRow{"caseKept", "CAT", "dog", true, false, {{{3, 3}, "cat"}}, 0, {{{3, 3}, "cat"}}},
-        CellRow{"perCellNotPerOccurrence",
-                "a",
-                "b",
-                false,
-                false,
-                {{{1, 1}, "a-a-a"}},
-                1,
-                {{{1, 1}, "b-b-b"}}},
-        CellRow{"replacementMatchesAgain",
-                "a",
-                "aa",
-                false,
-                false,
-                {{{1, 1}, "a"}, {{1, 2}, "a"}, {{9, 1}, "a"}},
-                3,
-                {{{1, 1}, "aa"}, {{1, 2}, "aa"}, {{9, 1}, "aa"}}}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ExcelConnectorCellsRun, visitsEverySheetInOrder) {
     ConnectorRun run;

@@ -6,10 +6,12 @@
 #include <ctime>
 
 #include "base/FileIo.h"
+#include "engine/BackupPath.h"
 #include "engine/FolderSource.h"
 #include "engine/ListSource.h"
 #include "lang/modINI.h"
 #include "support/ConnectorRun.h"
+#include "support/FileStatus.h"
 
 namespace brindle::test {
 namespace {
@@ -20,21 +22,18 @@ std::int16_t cellsFound(const Report& report) {
     return report.counts.at(0).CellCounter;
 }
 
-void setTimes(const std::string& path, std::time_t seconds, long nanoseconds) {
-    const struct timespec times[2] = {{seconds, nanoseconds}, {seconds + 1, nanoseconds}};
-    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
-
-struct stat statusOf(const std::string& path) {
-    struct stat status {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0);
-    return status;
+FakeBook& addCat(ConnectorRun& run, const std::string& name) {
+    FakeSheet sheet;
+    sheet.cells = {{{1, 1}, "cat"}};
+    FakeBook& book = run.addBook(name);
+    book.sheets = {sheet};
+    return book;
 }
 
 TEST(ExcelConnectorRun, numbersCountsAndReportsEachDocument) {
     ConnectorRun run;
     for (const char* name : {"a.xls", "b.xls", "sub/c.xls", "sub/deep/d.xls", "z.xls"})
-        run.addBook(name).sheets[0].cells = {{{1, 1}, "cat"}};
+        addCat(run, name);
     run.dir.write("note.doc", "no workbook");
     run.addEntry("cat", "dog");
     run.app.CurrentProject.IncludeSubFolders = true;
@@ -80,14 +79,16 @@ TEST(ExcelConnectorRun, runWithoutEntriesStillOpensSavesAndReports) {
 }
 
 TEST(ExcelConnectorRun, startFolderThatIsMissingLeavesNothingToDo) {
-    ConnectorRun run;
-    run.app.CurrentProject.StartFolder = run.dir.path("missing");
-    run.go();
-    EXPECT_TRUE(run.flags.NoFilesToProcess);
-    EXPECT_TRUE(run.reports.empty());
-    EXPECT_EQ(run.linesOf("getFilesCount"), 1u) << run.log();
-    EXPECT_EQ(run.linesOf("getFolders"), 1u);
-    EXPECT_NE(run.log().find("Error 76 ("), std::string::npos);
+    for (const bool named : {true, false}) {
+        ConnectorRun run;
+        run.app.CurrentProject.StartFolder = named ? run.dir.path("missing") : "";
+        run.go();
+        EXPECT_TRUE(run.flags.NoFilesToProcess);
+        EXPECT_TRUE(run.reports.empty());
+        EXPECT_EQ(run.linesOf("getFilesCount"), 1u) << run.log();
+        EXPECT_EQ(run.linesOf("getFolders"), 1u);
+        EXPECT_NE(run.log().find("Error 76 ("), std::string::npos);
+    }
 }
 
 TEST(ExcelConnectorRun, stopLetsTheDocumentInWorkFinish) {
@@ -95,7 +96,7 @@ TEST(ExcelConnectorRun, stopLetsTheDocumentInWorkFinish) {
         ConnectorRun run;
         std::string list;
         for (const char* name : {"a.xls", "b.xls", "c.xls"}) {
-            run.addBook(name).sheets[0].cells = {{{1, 1}, "cat"}};
+            addCat(run, name);
             list += run.dir.path(name) + "\r\n";
         }
         run.addBook("sub/d.xls");
@@ -135,8 +136,8 @@ TEST(ExcelConnectorRun, applicationThatCannotBeStartedIsSaid) {
 
 TEST(ExcelConnectorRun, listIsProcessedInItsOrderWithRepetitions) {
     ConnectorRun run;
-    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
-    run.addBook("b.csv").sheets[0].cells = {{{1, 1}, "cat"}};
+    addCat(run, "a.xls");
+    addCat(run, "b.csv");
     run.dir.write("empty.xls", "");
     const std::string a = run.dir.path("a.xls");
     run.app.CurrentProject.IsScanFolder = false;
@@ -154,48 +155,38 @@ TEST(ExcelConnectorRun, listIsProcessedInItsOrderWithRepetitions) {
     EXPECT_EQ(run.log(), "");
 }
 
-struct ListRow {
-    const char* name;
-    const char* content;  // null: no list file
-    bool noFiles;
-    std::size_t messages;
-};
-
-class ExcelConnectorList : public testing::TestWithParam<ListRow> {};
-
-TEST_P(ExcelConnectorList, withoutADocument) {
-    const ListRow& row = GetParam();
-    ConnectorRun run;
-    run.home.write("Languages/English.lng", "[global msg]\r\n1024=No document\r\n");
-    gLanguageFile = "English.lng";
-    run.app.CurrentProject.IsScanFolder = false;
-    run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.path("list.txt");
-    if (row.content) run.dir.write("list.txt", row.content);
-    run.go();
-    EXPECT_EQ(run.flags.NoFilesToProcess, row.noFiles);
-    ASSERT_EQ(run.host.messages.size(), row.messages);
-    if (row.messages > 0) {
-        EXPECT_EQ(run.host.messages[0].text, "No document");
-        EXPECT_EQ(run.host.messages[0].icon, MessageIcon::Exclamation);
+TEST(ExcelConnectorRun, listWithoutADocumentIsSaid) {
+    const struct {
+        const char* content;
+        bool noFiles;
+        std::size_t messages;
+    } rows[] = {{"", true, 0}, {"a.doc\r\n", true, 0}, {"/gone/a.xls\r\n", false, 1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.content);
+        ConnectorRun run;
+        run.home.write("Languages/English.lng", "[global msg]\r\n1024=No document\r\n");
+        gLanguageFile = "English.lng";
+        run.app.CurrentProject.IsScanFolder = false;
+        run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.write("list.txt", row.content);
+        run.go();
+        EXPECT_EQ(run.flags.NoFilesToProcess, row.noFiles);
+        ASSERT_EQ(run.host.messages.size(), row.messages);
+        for (const FakeHost::Message& message : run.host.messages) {
+            EXPECT_EQ(message.text, "No document");
+            EXPECT_EQ(message.icon, MessageIcon::Exclamation);
+        }
+        EXPECT_TRUE(run.reports.empty());
     }
-    EXPECT_TRUE(run.reports.empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, ExcelConnectorList,
-                         testing::Values(ListRow{"empty", "", true, 0},
-                                         ListRow{"otherTypes", "a.doc\r\n", true, 0},
-                                         ListRow{"missingDocument", "/gone/a.xls\r\n", false, 1}),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ExcelConnectorRun, failedDocumentIsReportedOnceAndTheRunGoesOn) {
     ConnectorRun run;
     run.addBook("a.xls").password = "secret";
     run.dir.write("b.xls", "not a workbook");
-    FakeBook& unsavable = run.addBook("c.xls");
-    unsavable.sheets[0].cells = {{{1, 1}, "cat"}};
+    FakeBook& unsavable = addCat(run, "c.xls");
     unsavable.saveError = Error(ErrorKind::System, error_number::kDiskFull, "Disk full");
     run.addBook("d.xls").sheets.clear();
-    run.addBook("e.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    addCat(run, "e.xls");
     run.addEntry("cat", "dog");
     run.go();
     ASSERT_EQ(run.reports.size(), 5u);
@@ -237,8 +228,7 @@ TEST(ExcelConnectorRun, readOnlyFailsOnlyARunThatReplaces) {
                               ReadOnlyReason::InUse, ReadOnlyReason::WriteReserved}) {
         for (const bool searchOnly : {false, true}) {
             ConnectorRun run;
-            FakeBook& book = run.addBook("a.xls");
-            book.sheets[0].cells = {{{1, 1}, "cat"}};
+            FakeBook& book = addCat(run, "a.xls");
             book.readOnly = reason;
             run.addEntry("cat", "dog");
             run.flags.isSearchOnly = searchOnly;
@@ -254,18 +244,16 @@ TEST(ExcelConnectorRun, readOnlyFailsOnlyARunThatReplaces) {
     }
 }
 
-struct BackupRow {
-    const char* document;
-    const char* backup;
-};
-
 TEST(ExcelConnectorRun, backupIsMadeBeforeTheDocumentIsOpened) {
-    const BackupRow rows[] = {{"book.xls", "book.bak"},
-                              {"book.xl", "boo.bak"},
-                              {"a.xls/book.xls", "a.xls/book.bak"},
-                              {"b\xC3\xBC.xl", "b.bak"},
-                              {"book.xlsx", "book..bak"}};
-    for (const BackupRow& row : rows) {
+    const struct {
+        const char* document;
+        const char* backup;
+    } rows[] = {{"book.xls", "book.bak"},
+                {"book.xl", "boo.bak"},
+                {"a.xls/book.xls", "a.xls/book.bak"},
+                {"b\xC3\xBC.xl", "b.bak"},
+                {"book.xlsx", "book..bak"}};
+    for (const auto& row : rows) {
         ConnectorRun run;
         run.addBook(row.document);
         run.dir.write(row.backup, "older backup");
@@ -277,6 +265,13 @@ TEST(ExcelConnectorRun, backupIsMadeBeforeTheDocumentIsOpened) {
         run.go();
         EXPECT_EQ(atOpening, "workbook") << row.document;
     }
+}
+
+TEST(ExcelConnectorRun, backupNeedsFourCharactersOfTheName) {
+    EXPECT_EQ(backupPath("/folder/a.x"), "");
+    EXPECT_EQ(backupPath("a.x"), "");
+    EXPECT_EQ(backupPath("/folder/.xls"), "/folder/.bak");
+    EXPECT_EQ(backupPath("/folder/a.bak"), "");
 }
 
 TEST(ExcelConnectorRun, backupThatCannotBeMadeIsPassedOver) {
@@ -296,12 +291,13 @@ TEST(ExcelConnectorRun, originalTimesComeBackWhenAsked) {
             ConnectorRun run;
             run.addBook("a.xls");
             const std::string path = run.dir.path("a.xls");
-            setTimes(path, 1000000000, 123456789);
+            setTimes(path, {1000000000, 123456789}, {1000000001, 123456789});
             // Stands for the program's own reading and writing of the file.
             run.files.beforeOpening = [](const std::string& opened) {
-                setTimes(opened, 1700000000, 0);
+                setTimes(opened, {1700000000, 0}, {1700000001, 0});
             };
             run.app.CurrentProject.KeepTheOriginalFileDate = keep;
+            run.app.CurrentProject.BackupMode = true;  // for which the document is read
             run.flags.isSearchOnly = searchOnly;
             run.go();
             const struct stat status = statusOf(path);
@@ -354,8 +350,8 @@ TEST(ExcelConnectorRun, failureOfTheListenerDoesNotEndTheRun) {
 
 TEST(ExcelConnectorRun, projectLoadedMeanwhileDoesNotEndTheEntries) {
     ConnectorRun run;
-    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
-    run.addBook("b.xls").sheets[0].cells = {{{1, 1}, "cat"}};
+    addCat(run, "a.xls");
+    addCat(run, "b.xls");
     run.addEntry("cat", "dog");
     run.onReport = [&](const Report&) { run.app.Items = std::make_shared<Entries>(); };
     run.go();
@@ -367,8 +363,7 @@ class TwoPaths : public DocumentSource {
 public:
     explicit TwoPaths(std::vector<std::string> paths) : mPaths(std::move(paths)) {}
     std::optional<std::string> next() override {
-        if (mAt == mPaths.size()) return std::nullopt;
-        return mPaths[mAt++];
+        return mAt < mPaths.size() ? std::optional(mPaths[mAt++]) : std::nullopt;
     }
 
 private:
@@ -378,8 +373,8 @@ private:
 
 TEST(ExcelConnectorRun, takesDocumentsFromAnySource) {
     ConnectorRun run;
-    run.addBook("a.xls").sheets[0].cells = {{{1, 1}, "cat"}};
-    run.addBook("b.weird").sheets[0].cells = {{{1, 1}, "cat"}};
+    addCat(run, "a.xls");
+    addCat(run, "b.weird");
     run.addEntry("cat", "dog");
     TwoPaths source({run.dir.path("b.weird"), run.dir.path("gone.xls"), run.dir.path("a.xls")});
     run.go(&source);

@@ -6,87 +6,92 @@
 namespace brindle::test {
 namespace {
 
-enum Scope : std::int16_t { kLinks = 1, kHeaders = 2, kFooters = 3, kShapes = 4 };
+enum Scope : std::int16_t { kLinks = 1, kHeaders, kFooters, kShapes, kBuiltIn, kCustom };
 
-// One text of one scope, before and after.
-struct TextRow {
-    const char* name;
-    Scope scope;
-    const char* find;
-    const char* with;
-    bool matchCase;
-    const char* before;
-    int count;
-    const char* after;
-};
-
-std::string& itemOf(FakeSheet& sheet, Scope scope) {
-    switch (scope) {
-        case kHeaders:
-            return sheet.sections[{PageKind::Odd, PageSection::CenterHeader}];
-        case kFooters:
-            return sheet.sections[{PageKind::Odd, PageSection::CenterFooter}];
-        case kShapes:
-            sheet.shapes.resize(1);
-            return sheet.shapes[0];
-        case kLinks:
-            break;
+// The n-th text of a scope, made when it is not there.
+std::string& itemOf(FakeBook& book, Scope scope, std::size_t n = 0, std::size_t sheet = 0) {
+    FakeSheet& in = book.sheets[sheet];
+    if (scope == kHeaders || scope == kFooters) {
+        const auto section = static_cast<PageSection>(scope == kHeaders ? n : n + 3);
+        return in.sections[{PageKind::Odd, section}];
     }
-    sheet.links.resize(1);
-    return sheet.links[0];
+    if (scope == kBuiltIn || scope == kCustom) {
+        auto& properties = book.properties[scope == kCustom];
+        while (properties.size() <= n) properties.emplace_back("");
+        return *properties[n];
+    }
+    auto& texts = scope == kLinks ? in.links : in.shapes;
+    texts.resize(std::max(texts.size(), n + 1));
+    return texts[n];
 }
 
 int countOf(const clsCounts& counts, Scope scope) {
-    const std::int16_t all[] = {counts.HyperlinkCounter, counts.HeaderCounter, counts.FooterCounter,
-                                counts.ShapesCounter};
+    const std::int16_t all[] = {counts.HyperlinkCounter,   counts.HeaderCounter,
+                                counts.FooterCounter,      counts.ShapesCounter,
+                                counts.BuiltInPropCounter, counts.CustomPropCounter};
     return all[scope - 1];
 }
 
 int sumOf(const clsCounts& counts) {
-    return counts.CellCounter + counts.HyperlinkCounter + counts.HeaderCounter +
-           counts.FooterCounter + counts.ShapesCounter + counts.BuiltInPropCounter +
-           counts.CustomPropCounter;
+    int sum = counts.CellCounter;
+    for (const Scope scope : {kLinks, kHeaders, kFooters, kShapes, kBuiltIn, kCustom})
+        sum += countOf(counts, scope);
+    return sum;
 }
 
-class ExcelConnectorTexts : public testing::TestWithParam<TextRow> {};
-
-TEST_P(ExcelConnectorTexts, countsAndReplaces) {
-    const TextRow& row = GetParam();
-    for (const bool searchOnly : {false, true}) {
-        for (const bool entire : {false, true}) {
-            ConnectorRun run;
-            FakeBook& book = run.addBook("book.xls");
-            itemOf(book.sheets[0], row.scope) = row.before;
-            run.addEntry(row.find, row.with, row.scope, row.matchCase, entire);
-            run.flags.isSearchOnly = searchOnly;
-            run.go();
-            const clsCounts& counts = run.reports.at(0).counts.at(0);
-            EXPECT_EQ(countOf(counts, row.scope), row.count);
-            EXPECT_EQ(sumOf(counts), row.count) << "another scope's counter grew";
-            EXPECT_EQ(itemOf(book.sheets[0], row.scope), searchOnly ? row.before : row.after);
-            EXPECT_EQ(run.log(), "");
+TEST(ExcelConnectorTexts, countsAndReplaces) {
+    const struct {
+        const char* name;
+        std::vector<Scope> scopes;
+        const char* find;
+        const char* with;
+        bool matchCase;
+        std::string before;
+        int count;
+        std::string after;
+        // clang-format off
+    } rows[] = {
+        {"link", {kLinks}, "old", "new", false, "..\\Old\\old.xls", 1, "..\\new\\new.xls"},
+        {"property", {kBuiltIn, kCustom}, "report", "summary", false, "Quarterly Report", 1,
+         "Quarterly summary"},
+        {"number", {kBuiltIn, kCustom}, "202", "199", false, "2023", 1, "1993"},
+        {"letter case needs the whole text", {kLinks, kBuiltIn, kCustom}, "Old", "new", true,
+         "..\\Old\\a.xls", 0, "..\\Old\\a.xls"},
+        {"letter case, equal", {kLinks, kBuiltIn, kCustom}, "Old", "new", true, "Old", 1, "new"},
+        {"letter case differs", {kLinks, kBuiltIn, kCustom}, "Old", "new", true, "old", 0, "old"},
+        {"page", {kHeaders, kFooters}, "final", "Draft", false, "FINAL Final", 1, "Draft Draft"},
+        {"page, letter case", {kHeaders, kFooters}, "Final", "Draft", true, "FINAL Final", 1,
+         "FINAL Draft"},
+        {"page, codes", {kHeaders, kFooters}, "&B", "&I", true, "&BTotal", 1, "&ITotal"},
+        {"shape, occurrences", {kShapes}, "a", "x", false, "a b A b a", 3, "x b x b x"},
+        {"shape, letter case", {kShapes}, "a", "x", true, "a b A b a", 2, "x b A b x"},
+        {"shape, no overlap", {kShapes}, "aa", "b", false, "aaaaa", 2, "bba"},
+        {"shape, outside ASCII", {kShapes}, "Ä", "x", false, "ä Ä", 2, "x x"},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        for (const Scope scope : row.scopes) {
+            for (const int flags : {0, 1, 2, 3}) {
+                const bool searchOnly = (flags & 1) != 0;
+                SCOPED_TRACE(std::string(row.name) + " in " + std::to_string(scope));
+                ConnectorRun run;
+                FakeBook& book = run.addBook("book.xls");
+                // The other kind of property stays as it is.
+                itemOf(book, kBuiltIn) = itemOf(book, kCustom) = row.before;
+                itemOf(book, scope) = row.before;
+                run.addEntry(row.find, row.with, scope, row.matchCase, (flags & 2) != 0);
+                run.flags.isSearchOnly = searchOnly;
+                run.go();
+                const clsCounts& counts = run.reports.at(0).counts.at(0);
+                EXPECT_EQ(countOf(counts, scope), row.count);
+                EXPECT_EQ(sumOf(counts), row.count) << "another scope's counter grew";
+                EXPECT_EQ(itemOf(book, scope), searchOnly ? row.before : row.after);
+                EXPECT_EQ(itemOf(book, scope == kCustom ? kBuiltIn : kCustom), row.before);
+                EXPECT_EQ(run.log(), "");
+            }
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ExcelConnectorTexts,
-    testing::Values(
-        TextRow{"linkPart", kLinks, "old", "new", false, "..\\Old\\old.xls", 1, "..\\new\\new.xls"},
-        TextRow{"linkCaseNeedsTheWhole", kLinks, "Old", "new", true, "..\\Old\\a.xls", 0,
-                "..\\Old\\a.xls"},
-        TextRow{"linkCaseWhole", kLinks, "Old", "new", true, "Old", 1, "new"},
-        TextRow{"linkCaseDiffers", kLinks, "Old", "new", true, "old", 0, "old"},
-        TextRow{"headerPart", kHeaders, "final", "Draft", false, "FINAL Final", 1, "Draft Draft"},
-        TextRow{"headerCasePart", kHeaders, "Final", "Draft", true, "FINAL Final", 1,
-                "FINAL Draft"},
-        TextRow{"headerCodes", kHeaders, "&B", "&I", true, "&BTotal", 1, "&ITotal"},
-        TextRow{"footerPart", kFooters, "page", "sheet", false, "Page &P", 1, "sheet &P"},
-        TextRow{"shapeOccurrences", kShapes, "a", "x", false, "a b A b a", 3, "x b x b x"},
-        TextRow{"shapeCase", kShapes, "a", "x", true, "a b A b a", 2, "x b A b x"},
-        TextRow{"shapeNoOverlap", kShapes, "aa", "b", false, "aaaaa", 2, "bba"},
-        TextRow{"shapeOutsideAscii", kShapes, "Ä", "x", false, "ä Ä", 2, "x x"}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ExcelConnectorTextsRun, eachSectionCountsOnceAndOnlyItsOwnHalf) {
     ConnectorRun run;
@@ -116,63 +121,46 @@ TEST(ExcelConnectorTextsRun, pagesOfTheirOwnCountWhenTheSheetUsesThem) {
     EXPECT_EQ((sections[{PageKind::Even, PageSection::RightFooter}]), "Final");
 }
 
-struct RefusedRow {
-    const char* name;
-    Scope scope;
-    const char* locked;
-    const char* procedure;
-    const char* place;
-    int count;         // of three items on the first sheet, the second locked, and one on the next
-    const char* last;  // the third item of the first sheet afterwards
-};
-
-class ExcelConnectorRefusedText : public testing::TestWithParam<RefusedRow> {};
-
-TEST_P(ExcelConnectorRefusedText, isKeptAndLogged) {
-    const RefusedRow& row = GetParam();
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
-    book.sheets.assign(2, FakeSheet{});
-    for (std::size_t i = 0; i < 2; ++i) {
-        const std::size_t items = i == 0 ? 3 : 1;
-        book.sheets[i].links.assign(items, "cat");
-        book.sheets[i].shapes.assign(items, "cat");
-        for (std::size_t n = 0; n < items; ++n) {
-            book.sheets[i].sections[{PageKind::Odd, static_cast<PageSection>(n)}] = "cat";
-            book.sheets[i].sections[{PageKind::Odd, static_cast<PageSection>(n + 3)}] = "cat";
-        }
-    }
-    book.sheets[0].name = "First";
-    book.sheets[0].lockedItems = {row.locked};
-    run.addEntry("cat", "dog", row.scope);
-    run.go();
-    const Report& report = run.reports[0];
-    EXPECT_FALSE(report.failed);
-    EXPECT_EQ(book.saved, 1);
-    EXPECT_EQ(countOf(report.counts[0], row.scope), row.count);
-    EXPECT_EQ(run.linesOf(row.procedure), 1u) << run.log();
-    ASSERT_EQ(report.refusals.size(), 1u);
-    EXPECT_EQ(report.refusals[0].sheet, "First");
-    EXPECT_EQ(report.refusals[0].place, row.place);
-    EXPECT_EQ(report.refusals[0].lookIn, row.scope);
-    const std::string last =
-        row.scope == kLinks    ? book.sheets[0].links[2]
-        : row.scope == kShapes ? book.sheets[0].shapes[2]
-        : row.scope == kHeaders
-            ? book.sheets[0].sections[{PageKind::Odd, PageSection::RightHeader}]
-            : book.sheets[0].sections[{PageKind::Odd, PageSection::RightFooter}];
-    EXPECT_EQ(last, row.last);
-}
-
 // A refused section ends only itself; a refused link or shape the whole scope.
-INSTANTIATE_TEST_SUITE_P(
-    Table, ExcelConnectorRefusedText,
-    testing::Values(
-        RefusedRow{"link", kLinks, "hyperlink 2", "ConvertHyperlinks", "hyperlink 2", 2, "cat"},
-        RefusedRow{"header", kHeaders, "section 1", "headerfooter", "CenterHeader", 4, "dog"},
-        RefusedRow{"footer", kFooters, "section 4", "headerfooter", "CenterFooter", 4, "dog"},
-        RefusedRow{"shape", kShapes, "shape 2", "shapes", "shape 2", 2, "cat"}),
-    [](const auto& row) { return std::string(row.param.name); });
+TEST(ExcelConnectorTextsRun, refusedTextIsKeptAndLogged) {
+    const struct {
+        Scope scope;
+        const char* locked;
+        const char* procedure;
+        const char* place;
+        int count;  // of three items on the first sheet, the second locked, and one on the next
+        const char* last;  // the third item of the first sheet afterwards
+    } rows[] = {
+        {kLinks, "hyperlink 2", "ConvertHyperlinks", "hyperlink 2", 2, "cat"},
+        {kHeaders, "section 1", "headerfooter", "CenterHeader", 4, "dog"},
+        {kFooters, "section 4", "headerfooter", "CenterFooter", 4, "dog"},
+        {kShapes, "shape 2", "shapes", "shape 2", 2, "cat"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.locked);
+        ConnectorRun run;
+        FakeBook& book = run.addBook("book.xls");
+        book.sheets.assign(2, FakeSheet{});
+        for (const Scope scope : {kLinks, kHeaders, kFooters, kShapes}) {
+            for (std::size_t n = 0; n < 3; ++n) itemOf(book, scope, n) = "cat";
+            itemOf(book, scope, 0, 1) = "cat";
+        }
+        book.sheets[0].name = "First";
+        book.sheets[0].lockedItems = {row.locked};
+        run.addEntry("cat", "dog", row.scope);
+        run.go();
+        const Report& report = run.reports[0];
+        EXPECT_FALSE(report.failed);
+        EXPECT_EQ(book.saved, 1);
+        EXPECT_EQ(countOf(report.counts[0], row.scope), row.count);
+        EXPECT_EQ(run.linesOf(row.procedure), 1u) << run.log();
+        ASSERT_EQ(report.refusals.size(), 1u);
+        EXPECT_EQ(report.refusals[0].sheet, "First");
+        EXPECT_EQ(report.refusals[0].place, row.place);
+        EXPECT_EQ(report.refusals[0].lookIn, row.scope);
+        EXPECT_EQ(itemOf(book, row.scope, 2), row.last);
+    }
+}
 
 TEST(ExcelConnectorTextsRun, lockedItemsWithoutAMatchAreNoRefusal) {
     ConnectorRun run;
@@ -207,48 +195,6 @@ TEST(ExcelConnectorTextsRun, searchWritesNothingBack) {
     for (const clsCounts& counts : run.reports[0].counts) EXPECT_EQ(sumOf(counts), 1);
     EXPECT_EQ(run.log(), "");
 }
-
-struct PropertyRow {
-    const char* name;
-    const char* find;
-    const char* with;
-    bool matchCase;
-    const char* before;
-    int count;
-    const char* after;
-};
-
-class ExcelConnectorProperties : public testing::TestWithParam<PropertyRow> {};
-
-TEST_P(ExcelConnectorProperties, countsAndReplaces) {
-    const PropertyRow& row = GetParam();
-    for (const bool custom : {false, true}) {
-        for (const bool searchOnly : {false, true}) {
-            ConnectorRun run;
-            FakeBook& book = run.addBook("book.xls");
-            book.properties[custom] = {row.before};
-            book.properties[!custom] = {row.before};
-            run.addEntry(row.find, row.with, custom ? 6 : 5, row.matchCase);
-            run.flags.isSearchOnly = searchOnly;
-            run.go();
-            const clsCounts& counts = run.reports.at(0).counts.at(0);
-            EXPECT_EQ(custom ? counts.CustomPropCounter : counts.BuiltInPropCounter, row.count);
-            EXPECT_EQ(sumOf(counts), row.count);
-            EXPECT_EQ(*book.properties[custom][0], searchOnly ? row.before : row.after);
-            EXPECT_EQ(*book.properties[!custom][0], row.before);
-        }
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ExcelConnectorProperties,
-    testing::Values(PropertyRow{"part", "report", "summary", false, "Quarterly Report", 1,
-                                "Quarterly summary"},
-                    PropertyRow{"caseNeedsTheWhole", "Report", "x", true, "Quarterly Report", 0,
-                                "Quarterly Report"},
-                    PropertyRow{"caseWhole", "Report", "x", true, "Report", 1, "x"},
-                    PropertyRow{"number", "202", "199", false, "2023", 1, "1993"}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 // Three properties that match: without a value, locked, ordinary.
 TEST(ExcelConnectorPropertiesRun, builtInWalkPassesOverWhatFails) {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <cerrno>
-
 #include "engine/excel/Workbook.h"
 #include "support/FakeDocument.h"
 #include "support/Thrown.h"
@@ -16,7 +14,6 @@ protected:
         FakeBook& book = files["a.xls"];
         book.sheets.assign(2, FakeSheet{});
         book.sheets[1].name = "Second";
-        book.sheets[1].cells = {{{2, 3}, "cat"}, {{4, 1}, "cat"}, {{4, 2}, "dog"}};
         book.sheets[1].links = {"first", "second"};
         book.sheets[1].shapes = {"round"};
         book.properties[1] = {"custom"};
@@ -42,60 +39,6 @@ TEST_F(ExcelObjects, collectionsCountFromOneAndRefuseOtherIndexes) {
         EXPECT_EQ(numberOf([&] { app.Workbooks().Item(index); }), 9);
     }
     EXPECT_EQ(book.BuiltinDocumentProperties().Count(), 0);
-}
-
-TEST_F(ExcelObjects, findNextGoesRoundTheSheet) {
-    excel::Workbook& book = app.Workbooks().Open("a.xls", {});
-    excel::Range cells = book.Worksheets().Item(2).Cells();
-    EXPECT_FALSE(cells.FindNext(cells)) << "nothing was looked for yet";
-    const auto first = cells.Find({"cat", CaseMode::Folded, false});
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->Row(), 2);
-    EXPECT_EQ(first->Column(), 3);
-    const auto next = cells.FindNext(*first);
-    ASSERT_TRUE(next);
-    EXPECT_EQ(next->Row(), 4);
-    const auto again = cells.FindNext(*next);
-    ASSERT_TRUE(again);
-    EXPECT_EQ(again->Row(), 2);
-}
-
-TEST_F(ExcelObjects, usedRangeAndCellsServeLists) {
-    excel::Workbook& book = app.Workbooks().Open("a.xls", {});
-    const auto sheet = book.Worksheets().Item(2);
-    EXPECT_EQ(sheet.UsedRange().RowsCount(), 3);
-    EXPECT_EQ(sheet.UsedRange().ColumnsCount(), 3);
-    EXPECT_EQ(sheet.Cells(4, 2).Value().text, "dog");
-    EXPECT_EQ(sheet.Cells(1, 1).Value().kind, workbook::CellValue::Kind::Blank);
-    const auto empty = book.Worksheets().Item(1).UsedRange();
-    EXPECT_EQ(empty.RowsCount(), 0);
-    EXPECT_EQ(empty.ColumnsCount(), 0);
-}
-
-TEST_F(ExcelObjects, onlySavingReachesTheFile) {
-    files["b.xls"].sheets[0].links = {"old"};
-    app.Workbooks().Open("a.xls", {});
-    excel::Workbook& book = app.Workbooks().Open("b.xls", {});
-    EXPECT_EQ(app.ActiveWorkbook(), &book);
-    book.Worksheets().Item(1).Hyperlinks().Item(1).setAddress("new");
-    app.Quit();
-    EXPECT_EQ(files["b.xls"].sheets[0].links[0], "old");
-    EXPECT_EQ(files["a.xls"].closed, 1);
-    EXPECT_EQ(files["b.xls"].closed, 1);
-    EXPECT_EQ(app.ActiveWorkbook(), nullptr);
-
-    excel::Workbook& anew = app.Workbooks().Open("b.xls", {});
-    anew.Worksheets().Item(1).Hyperlinks().Item(1).setAddress("new");
-    anew.Close(true);
-    EXPECT_EQ(files["b.xls"].sheets[0].links[0], "new");
-    EXPECT_EQ(app.Workbooks().Count(), 0);
-}
-
-TEST_F(ExcelObjects, failingSaveLeavesTheWorkbookOpen) {
-    files["a.xls"].saveError = Error::system(ENOSPC, "write a.xls");
-    excel::Workbook& book = app.Workbooks().Open("a.xls", {});
-    EXPECT_EQ(numberOf([&] { book.Close(true); }), 61);
-    EXPECT_EQ(app.Workbooks().Count(), 1);
 }
 
 }  // namespace

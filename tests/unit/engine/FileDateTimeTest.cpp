@@ -7,23 +7,15 @@
 #include <ctime>
 
 #include "engine/modFileDateTime.h"
+#include "support/FileStatus.h"
 #include "support/TempDir.h"
 
 namespace brindle {
 namespace {
 
+using test::setTimes;
+using test::statusOf;
 using test::TempDir;
-
-struct stat statusOf(const std::string& path) {
-    struct stat status {};
-    EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-    return status;
-}
-
-void stamp(const std::string& path, struct timespec access, struct timespec write) {
-    const struct timespec times[2] = {access, write};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
 
 class FileDateTime : public ::testing::Test {
 protected:
@@ -51,24 +43,24 @@ TEST_F(FileDateTime, PutsBackEveryMomentExactly) {
     };
     for (const auto& row : rows) {
         const std::string path = mDir.write("book.xls", "content");
-        stamp(path, row.access, row.write);
+        setTimes(path, row.access, row.write);
         const FileDateTimes times = GetFileDateTime(path);
         EXPECT_TRUE(times.isRead);
         mDir.write("book.xls", "other content");
-        stamp(path, {1, 1}, {2, 2});
+        setTimes(path, {1, 1}, {2, 2});
         SetFileDateTime(path, times);
         const struct stat status = statusOf(path);
-        EXPECT_EQ(status.st_atim.tv_sec, row.access.tv_sec);
-        EXPECT_EQ(status.st_atim.tv_nsec, row.access.tv_nsec);
-        EXPECT_EQ(status.st_mtim.tv_sec, row.write.tv_sec);
-        EXPECT_EQ(status.st_mtim.tv_nsec, row.write.tv_nsec);
+        EXPECT_EQ(
+            std::tuple(status.st_atim.tv_sec, status.st_atim.tv_nsec, status.st_mtim.tv_sec,
+                       status.st_mtim.tv_nsec),
+            std::tuple(row.access.tv_sec, row.access.tv_nsec, row.write.tv_sec, row.write.tv_nsec));
     }
 }
 
 TEST_F(FileDateTime, TellsTheTimesInLocalTime) {
     const std::string path = mDir.write("book.xls", "content");
     // 16 November 2026, 22:24:34.5 and 25 February 1960, 00:00, in UTC.
-    stamp(path, {1'794'867'874, 500'900'000}, {-310'867'200, 0});
+    setTimes(path, {1'794'867'874, 500'900'000}, {-310'867'200, 0});
     const FileDateTimes times = GetFileDateTime(path);
     EXPECT_EQ(times.lastAccess, (LocalDateTime{2026, 11, 2, 17, 1, 24, 34, 500}));
     EXPECT_EQ(times.lastWrite, (LocalDateTime{1960, 2, 4, 25, 3, 0, 0, 0}));
@@ -77,7 +69,7 @@ TEST_F(FileDateTime, TellsTheTimesInLocalTime) {
 TEST_F(FileDateTime, UsesTheOffsetOfTheMomentOfConversion) {
     setZone("AAA0BBB-1,J60/0,J305/0");  // summer time from March to October
     const std::string path = mDir.write("book.xls", "content");
-    stamp(path, {1'673'784'000, 0}, {1'689'422'400, 0});  // noon in January, noon in July
+    setTimes(path, {1'673'784'000, 0}, {1'689'422'400, 0});  // noon in January, noon in July
     const FileDateTimes times = GetFileDateTime(path);
     EXPECT_EQ(times.lastAccess.month, 1);
     EXPECT_EQ(times.lastWrite.month, 7);
@@ -87,9 +79,9 @@ TEST_F(FileDateTime, UsesTheOffsetOfTheMomentOfConversion) {
 TEST_F(FileDateTime, FollowsALink) {
     const std::string path = mDir.write("book.xls", "content");
     ASSERT_EQ(::symlink("book.xls", mDir.path("link.xls").c_str()), 0);
-    stamp(path, {10, 20}, {30, 40});
+    setTimes(path, {10, 20}, {30, 40});
     const FileDateTimes times = GetFileDateTime(mDir.path("link.xls"));
-    stamp(path, {1, 1}, {1, 1});
+    setTimes(path, {1, 1}, {1, 1});
     SetFileDateTime(mDir.path("link.xls"), times);
     EXPECT_EQ(statusOf(path).st_mtim.tv_nsec, 40);
 }
@@ -97,11 +89,11 @@ TEST_F(FileDateTime, FollowsALink) {
 TEST_F(FileDateTime, AFileThatMayNotBeWrittenIsLeftAlone) {
     ::setenv("BRINDLE_HOME", mDir.path().c_str(), 1);
     const std::string path = mDir.write("book.xls", "content");
-    stamp(path, {10, 20}, {30, 40});
+    setTimes(path, {10, 20}, {30, 40});
     const FileDateTimes good = GetFileDateTime(path);
     ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
     EXPECT_FALSE(GetFileDateTime(path).isRead);
-    stamp(path, {50, 60}, {70, 80});
+    setTimes(path, {50, 60}, {70, 80});
     SetFileDateTime(path, good);
     EXPECT_EQ(statusOf(path).st_mtim.tv_sec, 70);
     ASSERT_EQ(::chmod(path.c_str(), 0644), 0);

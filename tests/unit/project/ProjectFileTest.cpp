@@ -8,20 +8,14 @@
 
 #include "base/Error.h"
 #include "project/Application.h"
-#include "ScopedEnvironment.h"
-#include "TempDir.h"
+#include "support/ScopedEnvironment.h"
+#include "support/TempDir.h"
+#include "support/Thrown.h"
 
 namespace brindle {
 namespace {
 
-int numberOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const Error& error) {
-        return error.number();
-    }
-    return 0;
-}
+using test::numberOf;
 
 std::string stringOf(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -41,6 +35,18 @@ Application sampleProject() {
     app.Items->Add("two", "2", 6, false, true, "");
     app.Items->Add("", "", 99, true, true, "Item-1");
     return app;
+}
+
+PropertyValue clipOf(const char* find, const char* with, std::int16_t lookIn, bool matchCase,
+                     bool entire, const char* key) {
+    PropertyBag clip;
+    clip.WriteProperty("FindWhat", find);
+    clip.WriteProperty("ReplaceWith", with);
+    clip.WriteProperty("Look_In", lookIn);
+    clip.WriteProperty("MatchCase", matchCase);
+    clip.WriteProperty("MatchEntireCellContents", entire);
+    clip.WriteProperty("Key", key);
+    return clip.Contents();
 }
 
 clsProjExcel optionsOf(const PropertyBag& bag) {
@@ -90,20 +96,19 @@ TEST_F(ProjectFile, BringsBackOptionsAndEntries) {
 
 TEST_F(ProjectFile, HoldsTheValuesInTheirOrder) {
     const Application app = sampleProject();
+    // clang-format off
+    const std::pair<const char*, PropertyValue> values[] = {
+        {"BackupMode", true}, {"GetFilenamesFromTextFile", "/data/list \xFF.txt"},
+        {"LoadsearchFilePath", "C:\\lists\\a.csv"}, {"IsGrid", false}, {"IncludeSubFolders", false},
+        {"IsScanFolder", true}, {"KeepTheOriginalFileDate", false}, {"Password", "gehëim"},
+        {"SpreadsheetTypeToExamine", "*.xls;*.xl;*.xlt;"}, {"StartFolder", "/data/"},
+        {"Count", std::int32_t{3}}, {"Item1", clipOf("one", "1", 0, true, false, "Item-17")},
+        {"Item2", clipOf("two", "2", 6, false, true, "")},
+        {"Item3", clipOf("", "", 99, true, true, "Item-1")},
+    };
+    // clang-format on
     PropertyBag expected;
-    expected.WriteProperty("BackupMode", true);
-    expected.WriteProperty("GetFilenamesFromTextFile", "/data/list \xFF.txt");
-    expected.WriteProperty("LoadsearchFilePath", "C:\\lists\\a.csv");
-    expected.WriteProperty("IsGrid", false);
-    expected.WriteProperty("IncludeSubFolders", false);
-    expected.WriteProperty("IsScanFolder", true);
-    expected.WriteProperty("KeepTheOriginalFileDate", false);
-    expected.WriteProperty("Password", "gehëim");
-    expected.WriteProperty("SpreadsheetTypeToExamine", "*.xls;*.xl;*.xlt;");
-    expected.WriteProperty("StartFolder", "/data/");
-    expected.WriteProperty("Count", std::int32_t{3});
-    for (std::int32_t i = 1; i <= 3; ++i)
-        expected.WriteProperty("Item" + std::to_string(i), app.Items->Item(i)->GetItemClip());
+    for (const auto& [name, value] : values) expected.WriteProperty(name, value);
     EXPECT_EQ(projectBag(app.CurrentProject, *app.Items).Contents(), expected.Contents());
 }
 
@@ -144,10 +149,6 @@ TEST_F(ProjectFile, IsNewForItsUserAloneAndKeepsAnOldMode) {
     EXPECT_EQ(status.st_mode & 0777, 0640U);
 }
 
-TEST_F(ProjectFile, TheDefaultProjectIsInTheApplicationFolder) {
-    EXPECT_EQ(defaultProjectPath(), mDir.path("home/default.dat"));
-}
-
 TEST_F(ProjectFile, EveryTruncationIsRefused) {
     const Application app = sampleProject();
     writeProjectFile(path(), projectBag(app.CurrentProject, *app.Items));
@@ -158,6 +159,7 @@ TEST_F(ProjectFile, EveryTruncationIsRefused) {
     }
     mDir.write("a project.tvl", whole.substr(0, whole.size() - 1));
     EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 321);
+    EXPECT_EQ(numberOf([&] { readProjectFile(path() + "x"); }), 53);
 }
 
 TEST_F(ProjectFile, AForeignHeaderIsRefused) {
@@ -171,10 +173,6 @@ TEST_F(ProjectFile, AForeignHeaderIsRefused) {
         EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 321) << i;
         EXPECT_EQ(numberOf([&] { projectBagOf(std::as_bytes(std::span(bad))); }), 321) << i;
     }
-}
-
-TEST_F(ProjectFile, AMissingFileHasItsOwnNumber) {
-    EXPECT_EQ(numberOf([&] { readProjectFile(path()); }), 53);
 }
 
 TEST_F(ProjectFile, AbsentOptionsAreEmpty) {
@@ -202,29 +200,23 @@ TEST_F(ProjectFile, ItemsThatAreNotThereUseUpNoKey) {
     EXPECT_EQ(shown, "Item-1;Item-3;");
     EXPECT_EQ(counter, 4);
     EXPECT_NE(mDir.read("home/Errors.Log")
-                  .find("Error 321 (Invalid file format) in procedure "
-                        "AddItemFromByteArray"),
+                  .find("Error 321 (Invalid file format) in procedure AddItemFromByteArray"),
               std::string::npos);
 }
 
-struct CountCase {
-    PropertyValue count;
-    int number;
-};
-
 TEST_F(ProjectFile, TheCountHas16Bits) {
-    const CountCase rows[] = {{std::int32_t{32767}, 0},
-                              {std::int32_t{32768}, 6},
-                              {std::int32_t{-1}, 0},
-                              {PropertyValue(), 0},
-                              {"many", 13},
-                              {PropertyValue::Bytes{}, 13}};
-    for (const CountCase& row : rows) {
+    // clang-format off
+    const std::pair<PropertyValue, int> rows[] = {
+        {std::int32_t{32767}, 0}, {std::int32_t{32768}, 6}, {std::int32_t{-1}, 0},
+        {PropertyValue(), 0}, {"many", 13}, {PropertyValue::Bytes{}, 13},
+    };
+    // clang-format on
+    for (const auto& [count, number] : rows) {
         PropertyBag bag;
-        bag.WriteProperty("Count", row.count);
+        bag.WriteProperty("Count", count);
         Entries entries;
         std::int32_t counter = 1;
-        EXPECT_EQ(numberOf([&] { readProjectEntries(bag, entries, counter); }), row.number);
+        EXPECT_EQ(numberOf([&] { readProjectEntries(bag, entries, counter); }), number);
         EXPECT_EQ(counter, 1);
     }
 }

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "base/Error.h"
+#include "support/Thrown.h"
 
 namespace brindle {
 namespace {
@@ -18,14 +19,7 @@ Bytes bytesOf(const std::string& text) {
     return {first, first + text.size()};
 }
 
-int numberOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const Error& error) {
-        return error.number();
-    }
-    return 0;
-}
+using test::numberOf;
 
 PropertyBag sample() {
     PropertyBag inner;
@@ -66,12 +60,8 @@ TEST(PropertyBag, HasTheLayoutThatItsHeaderTells) {
     bag.WriteProperty("d", true);
     bag.WriteProperty("e", bytesOf("z"));
     const std::string expected(
-        "BPB\x01\x05\0\0\0"
-        "\x01\0a\x01\x02\0\0\0xy"
-        "\x01\0b\x02\x02\x01"
-        "\x01\0c\x03\xFE\xFF\xFF\xFF"
-        "\x01\0d\x04\x01"
-        "\x01\0e\x05\x01\0\0\0z",
+        "BPB\x01\x05\0\0\0\x01\0a\x01\x02\0\0\0xy\x01\0b\x02\x02\x01\x01\0c\x03\xFE\xFF\xFF\xFF\x01"
+        "\0d\x04\x01\x01\0e\x05\x01\0\0\0z",
         8 + 10 + 6 + 8 + 5 + 9);
     EXPECT_EQ(bag.Contents(), bytesOf(expected));
 }
@@ -85,17 +75,6 @@ TEST(PropertyBag, AValueWrittenAgainKeepsItsPlace) {
     once.WriteProperty("a", "3");
     once.WriteProperty("b", "2");
     EXPECT_EQ(twice.Contents(), once.Contents());
-}
-
-TEST(PropertyBag, EveryTruncationIsRefusedAndChangesNothing) {
-    const Bytes whole = sample().Contents();
-    PropertyBag bag;
-    bag.WriteProperty("kept", "as it was");
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        const auto part = std::span(whole).first(length);
-        EXPECT_EQ(numberOf([&] { bag.Contents(part); }), 321) << length;
-        EXPECT_EQ(bag.ReadProperty("kept").toText(), "as it was");
-    }
 }
 
 TEST(PropertyBag, DamageIsRefused) {
@@ -117,7 +96,9 @@ TEST(PropertyBag, DamageIsRefused) {
     };
     for (const Row& row : rows) {
         PropertyBag bag;
+        bag.WriteProperty("kept", "as it was");
         EXPECT_EQ(numberOf([&] { bag.Contents(bytesOf(row.bytes)); }), 321) << row.what;
+        EXPECT_EQ(bag.ReadProperty("kept").toText(), "as it was") << row.what;
     }
 }
 
@@ -148,46 +129,38 @@ TEST(PropertyBag, RefusesNamesThatItCannotSave) {
 }
 
 // Results as texts; "#n" stands for the number of a failure.
-struct ConversionCase {
-    PropertyValue value;
-    std::string text, int16, int32, boolean;
-};
-
 std::string outcome(const std::function<std::string()>& convert) {
     std::string result;
     const int number = numberOf([&] { result = convert(); });
     return number == 0 ? result : "#" + std::to_string(number);
 }
 
-class Conversion : public testing::TestWithParam<ConversionCase> {};
-
-TEST_P(Conversion, GivesTheValueOrTheRightFailure) {
-    const ConversionCase& c = GetParam();
-    EXPECT_EQ(outcome([&] { return c.value.toText(); }), c.text);
-    EXPECT_EQ(outcome([&] { return std::to_string(c.value.toInt16()); }), c.int16);
-    EXPECT_EQ(outcome([&] { return std::to_string(c.value.toInt32()); }), c.int32);
-    EXPECT_EQ(outcome([&] { return c.value.toBoolean() ? "yes" : "no"; }), c.boolean);
+TEST(PropertyValue, ConvertsOrFailsWithTheRightNumber) {
+    const struct {
+        PropertyValue value;
+        std::string text, int16, int32, boolean;
+        // clang-format off
+    } rows[] = {
+        {PropertyValue(), "", "0", "0", "no"}, {"", "", "#13", "#13", "#13"},
+        {"text", "text", "#13", "#13", "#13"}, {" 12 ", " 12 ", "12", "12", "yes"},
+        {"12x", "12x", "#13", "#13", "#13"}, {"-32769", "-32769", "#6", "-32769", "yes"},
+        {"99999999999", "99999999999", "#6", "#6", "#6"}, {"TRUE", "TRUE", "#13", "#13", "yes"},
+        {"False", "False", "#13", "#13", "no"}, {std::int16_t{-5}, "-5", "-5", "-5", "yes"},
+        {std::int16_t{0}, "0", "0", "0", "no"}, {false, "False", "0", "0", "no"},
+        {std::int32_t{32768}, "32768", "#6", "32768", "yes"},
+        {true, "True", "-1", "-1", "yes"}, {std::int32_t{32767}, "32767", "32767", "32767", "yes"},
+        {std::int32_t{-32768}, "-32768", "-32768", "-32768", "yes"},
+        {Bytes{std::byte{1}}, "#13", "#13", "#13", "#13"},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text + " as " + row.int32);
+        EXPECT_EQ(outcome([&] { return row.value.toText(); }), row.text);
+        EXPECT_EQ(outcome([&] { return std::to_string(row.value.toInt16()); }), row.int16);
+        EXPECT_EQ(outcome([&] { return std::to_string(row.value.toInt32()); }), row.int32);
+        EXPECT_EQ(outcome([&] { return row.value.toBoolean() ? "yes" : "no"; }), row.boolean);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, Conversion,
-    testing::Values(ConversionCase{PropertyValue(), "", "0", "0", "no"},
-                    ConversionCase{"", "", "#13", "#13", "#13"},
-                    ConversionCase{"text", "text", "#13", "#13", "#13"},
-                    ConversionCase{" 12 ", " 12 ", "12", "12", "yes"},
-                    ConversionCase{"12x", "12x", "#13", "#13", "#13"},
-                    ConversionCase{"-32769", "-32769", "#6", "-32769", "yes"},
-                    ConversionCase{"99999999999", "99999999999", "#6", "#6", "#6"},
-                    ConversionCase{"TRUE", "TRUE", "#13", "#13", "yes"},
-                    ConversionCase{"False", "False", "#13", "#13", "no"},
-                    ConversionCase{std::int16_t{-5}, "-5", "-5", "-5", "yes"},
-                    ConversionCase{std::int16_t{0}, "0", "0", "0", "no"},
-                    ConversionCase{std::int32_t{32767}, "32767", "32767", "32767", "yes"},
-                    ConversionCase{std::int32_t{32768}, "32768", "#6", "32768", "yes"},
-                    ConversionCase{std::int32_t{-32768}, "-32768", "-32768", "-32768", "yes"},
-                    ConversionCase{true, "True", "-1", "-1", "yes"},
-                    ConversionCase{false, "False", "0", "0", "no"},
-                    ConversionCase{Bytes{std::byte{1}}, "#13", "#13", "#13", "#13"}));
 
 TEST(PropertyValue, OnlyBytesAndNothingAreBytes) {
     EXPECT_EQ(PropertyValue(bytesOf("ab")).toBytes(), bytesOf("ab"));

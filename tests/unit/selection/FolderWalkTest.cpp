@@ -58,6 +58,7 @@ TEST(FolderListing, SortsByBytesAndTellsFilesFromFolders) {
     EXPECT_EQ(listing.subfolders, (Names{"B", "a", "b", "empty", "link to b"}));
     EXPECT_EQ(numberOf([&] { listFolder(dir.path("missing")); }), error_number::kPathNotFound);
     EXPECT_EQ(numberOf([&] { listFolder(dir.path("z.xls")); }), error_number::kPathNotFound);
+    EXPECT_EQ(numberOf([&] { listFolder(""); }), error_number::kPathNotFound);
 }
 
 TEST(FolderListing, KnowsWhatIsNeverADocument) {
@@ -159,6 +160,24 @@ TEST(FolderWalk, GivesAFileOnceWhenAsked) {
               (Names{"alias.xls", "book.xls", "below/hard.xls", "below/other.xls"}));
     rules.eachFileOnce = true;
     EXPECT_EQ(walk(dir, rules), (Names{"alias.xls", "below/other.xls"}));
+}
+
+// The system gives the identity of a replaced file to the next new one.
+TEST(FolderWalk, AFileOfAnotherNameMayHaveTheIdentityThatAReplacedOneHad) {
+    const TempDir dir;
+    dir.write("a.xls", "content");
+    dir.write("b.xls", "content");
+    dir.write("new", "content");
+    ASSERT_EQ(::link(dir.path("a.xls").c_str(), dir.path("old").c_str()), 0);
+    FolderWalkRules rules = everything();
+    rules.matches = [](const std::string& path) { return CheckFileExt(path, "*.xls;"); };
+    rules.eachFileOnce = true;
+    FolderWalk tree(dir.path(), rules);
+    EXPECT_EQ(tree.next(), dir.path("a.xls"));
+    std::filesystem::rename(dir.path("new"), dir.path("a.xls"));
+    std::filesystem::rename(dir.path("old"), dir.path("b.xls"));
+    EXPECT_EQ(tree.next(), dir.path("b.xls"));
+    EXPECT_FALSE(tree.next());
 }
 
 TEST(FolderWalk, CopesWithDepthAndNumbers) {

@@ -9,6 +9,8 @@
 #include <limits>
 #include <random>
 
+#include "support/Pieces.h"
+
 namespace brindle::workbook {
 namespace {
 
@@ -19,70 +21,35 @@ struct NumberRow {
     std::string text;
 };
 
+// Each number as it is stored, and by its value.
 TEST(NumberText, ShowsFifteenDigits) {
-    const NumberRow kRows[] = {
-        {0, "0"},
-        {-0.0, "0"},
-        {1000, "1000"},
-        {-5, "-5"},
-        {150000, "150000"},
-        {0.1, "0.1"},
-        {0.30000000000000004, "0.3"},
-        {0.1 + 0.7, "0.8"},
-        {1.0 / 3, "0.333333333333333"},
-        {-2.0 / 3, "-0.666666666666667"},
-        {12345678901234500.0, "12345678901234500"},
-        {123456789012345678.0, "123456789012346000"},
-        {1e20, "100000000000000000000"},
-        {1e21, "1E+21"},
-        {-1.5e300, "-1.5E+300"},
-        {1e-19, "0.0000000000000000001"},
-        {1e-20, "1E-20"},
-        {1.25e-18, "1.25E-18"},
-        {123456789012345e-9, "123456.789012345"},
-        {0.000123456789012345, "0.000123456789012345"},
-        {0.0000123456789012345, "0.0000123456789012345"},
-        {0.00000123456789012345, "1.23456789012345E-06"},
-        {999999999999999.9, "1000000000000000"},
-        {5e-324, "4.94065645841247E-324"},
-        {std::numeric_limits<double>::infinity(), "#NUM!"},
-    };
-    for (const NumberRow& row : kRows) EXPECT_EQ(numberText(row.value), row.text);
+    for (const std::string& row : test::pieces(R"(
+             0 -> 0 | 1 -> 1 | -0 -> 0 | -0.0 -> 0 | -5 -> -5 | 1000 -> 1000 | 150000 -> 150000
+             12.50 -> 12.5 | 0.1 -> 0.1 | -0.25 -> -0.25 | 0.30000000000000004 -> 0.3
+             0.7999999999999999 -> 0.8 | 0.3333333333333333 -> 0.333333333333333
+             -0.6666666666666666 -> -0.666666666666667 | 12345678901234500 -> 12345678901234500
+             12345678901234567 -> 12345678901234600 | 123456789012345678 -> 123456789012346000
+             100000000000000000000 -> 100000000000000000000 | 1000000000000000000000 -> 1E+21
+             1E20 -> 100000000000000000000 | 1E21 -> 1E+21 | -1.5e300 -> -1.5E+300
+             1E-19 -> 0.0000000000000000001 | 1e-20 -> 1E-20 | 1.25e-18 -> 1.25E-18
+             123456789012345e-9 -> 123456.789012345 | 999999999999999.9 -> 1000000000000000
+             0.000123456789012345 -> 0.000123456789012345
+             0.0000123456789012345 -> 0.0000123456789012345
+             0.00000123456789012345 -> 1.23456789012345E-06 | 5e-324 -> 4.94065645841247E-324
+             00012 -> 12 | .5 -> 0.5 | 5. -> 5 | 1E-3 -> 0.001 | 1.5e+05 -> 150000 | 1E-400 -> 0
+             0.1234567890123456 -> 0.123456789012346 | 0.000000000000000000001 -> 1E-21
+             4.9999999999999999E-2 -> 0.05 | 0.0000000000000000000001E-320 -> 0)")) {
+        const std::size_t arrow = row.find(" -> ");
+        const std::string stored = row.substr(0, arrow);
+        std::string text = "|";
+        EXPECT_TRUE(appendNumberText(text, stored)) << row;
+        EXPECT_EQ(text, "|" + row.substr(arrow + 4)) << row;
+        EXPECT_EQ(numberText(std::strtod(stored.c_str(), nullptr)), row.substr(arrow + 4)) << row;
+    }
+    EXPECT_EQ(numberText(std::numeric_limits<double>::infinity()), "#NUM!");
 }
 
-struct StoredRow {
-    std::string stored;
-    std::string text;
-};
-
-TEST(NumberText, ReadsStoredNumbers) {
-    const StoredRow kRows[] = {
-        {"1", "1"},
-        {"12.50", "12.5"},
-        {"0.1", "0.1"},
-        {"-0.25", "-0.25"},
-        {"-0", "0"},
-        {"-0.0", "0"},
-        {"00012", "12"},
-        {".5", "0.5"},
-        {"5.", "5"},
-        {"1E-3", "0.001"},
-        {"1.5e+05", "150000"},
-        {"0.30000000000000004", "0.3"},
-        {"12345678901234567", "12345678901234600"},
-        {"100000000000000000000", "100000000000000000000"},
-        {"1000000000000000000000", "1E+21"},
-        {"0.1234567890123456", "0.123456789012346"},
-        {"0.000000000000000000001", "1E-21"},
-        {"4.9999999999999999E-2", "0.05"},
-        {"1E-400", "0"},
-        {"0.0000000000000000000001E-320", "0"},
-    };
-    for (const StoredRow& row : kRows) {
-        std::string text = "|";
-        EXPECT_TRUE(appendNumberText(text, row.stored)) << row.stored;
-        EXPECT_EQ(text, "|" + row.text) << row.stored;
-    }
+TEST(NumberText, RefusesWhatIsNoStoredNumber) {
     for (const char* bad : {"", "-", ".", "abc", "1x", "1e", " 1", "1 ", "inf", "nan", "1,5", "--1",
                             "+-1", "0x10", "1E400", "1.2.3", "-.", "1-2"}) {
         std::string text = "|";
@@ -120,83 +87,40 @@ TEST(NumberText, StoresTheShortestText) {
 }
 
 TEST(NumberText, ShowsPercentsWithoutNoise) {
+    // clang-format off
     const NumberRow kRows[] = {
-        {0.5, "50%"},
-        {0.07, "7%"},
-        {0.29, "29%"},
-        {-0.125, "-12.5%"},
-        {0, "0%"},
-        {5, "500%"},
-        {1.0 / 3, "33.3333333333333%"},
-        {1e19, "1E+21%"},
-        {1e-5, "0.001%"},
+        {0.5, "50%"}, {0.07, "7%"}, {0.29, "29%"}, {-0.125, "-12.5%"}, {0, "0%"}, {5, "500%"},
+        {1.0 / 3, "33.3333333333333%"}, {1e19, "1E+21%"}, {1e-5, "0.001%"},
     };
+    // clang-format on
     for (const NumberRow& row : kRows) {
         EXPECT_EQ(editText(row.value, Kind::Percent, false), row.text);
     }
 }
 
-struct FormatRow {
-    std::string code;
-    Kind kind;
-};
-
 TEST(NumberFormats, TellTheKindByTheFirstSection) {
-    const FormatRow kRows[] = {
-        {"", Kind::Plain},
-        {"General", Kind::Plain},
-        {"GENERAL", Kind::Plain},
-        {"General\" days\"", Kind::Plain},
-        {"0.00", Kind::Plain},
-        {"#,##0.00_);[Red]\\(#,##0.00\\)", Kind::Plain},
-        {"0.00E+00", Kind::Plain},
-        {"0.00e+00", Kind::Plain},
-        {"# ?\?/?\?", Kind::Plain},
-        {"[Red]0", Kind::Plain},
-        {"[Magenta]0;[Cyan]0", Kind::Plain},
-        {"[>=100][Red]0", Kind::Plain},
-        {"[$-409]0", Kind::Plain},
-        {"[$USD] #,##0", Kind::Plain},
-        {"_-* #,##0.00 [$\u20AC-407]_-", Kind::Plain},
-        {"0 \"days\"", Kind::Plain},
-        {"0\\d", Kind::Plain},
-        {"0_d*y", Kind::Plain},
-        {"0;yyyy", Kind::Plain},
-        {"\";\"0;yyyy", Kind::Plain},
-        {"0\"unclosed yyyy", Kind::Plain},
-        {"[unclosed yyyy", Kind::Plain},
-        {"0\\", Kind::Plain},
-        {"[hm]0", Kind::Plain},
-        {"[]0", Kind::Plain},
-        {"[", Kind::Plain},
-        {"0%", Kind::Percent},
-        {"0.00%;[Red]-0.00%", Kind::Percent},
-        {"0\\%", Kind::Plain},
-        {"0\"%\"", Kind::Plain},
-        {"0;0%", Kind::Plain},
-        {"@", Kind::Text},
-        {"General;@", Kind::Plain},
-        {"m/d/yyyy", Kind::Date},
-        {"MMM-YY", Kind::Date},
-        {"mmmmm", Kind::Date},
-        {"m", Kind::Date},
-        {"d", Kind::Date},
-        {"yyyy-mm-dd\\Thh:mm:ss", Kind::Date},
-        {"m/d/yyyy h:mm;@", Kind::Date},
-        {"[$-F800]dddd\\,\\ mmmm\\ dd\\,\\ yyyy", Kind::Date},
-        {"yyyy\"\u5E74\"m\"\u6708\"", Kind::Date},
-        {"h:mm", Kind::Time},
-        {"hh:mm:ss", Kind::Time},
-        {"mm:ss.0", Kind::Time},
-        {"h:mm AM/PM", Kind::Time},
-        {"h a/p", Kind::Time},
-        {"[h]:mm", Kind::Time},
-        {"[mm]:ss", Kind::Time},
-        {"[ss]", Kind::Time},
-        {"[$-F400]h:mm:ss AM/PM", Kind::Time},
-        {"[Red][hh]:mm;0", Kind::Time},
+    const std::pair<Kind, const char*> kRows[] = {
+        {Kind::Plain, R"(
+             General | GENERAL | General" days" | 0.00 | #,##0.00_);[Red]\(#,##0.00\) | 0.00E+00
+             0.00e+00 | # ??/?? | [Red]0 | [Magenta]0;[Cyan]0 | [>=100][Red]0 | [$-409]0
+             [$USD] #,##0 | _-* #,##0.00 [$€-407]_- | 0 "days" | 0\d | 0_d*y | 0;yyyy | ";"0;yyyy
+             0"unclosed yyyy | [unclosed yyyy | 0\ | [hm]0 | []0 | [ | 0\% | 0"%" | 0;0%
+             General;@)"},
+        {Kind::Percent, "0% | 0.00%;[Red]-0.00%"},
+        {Kind::Text, "@"},
+        {Kind::Date, R"(
+             m/d/yyyy | MMM-YY | mmmmm | m | d | yyyy-mm-dd\Thh:mm:ss | m/d/yyyy h:mm;@
+             [$-F800]dddd\,\ mmmm\ dd\,\ yyyy | yyyy"年"m"月")"},
+        {Kind::Time, R"(
+             h:mm | hh:mm:ss | mm:ss.0 | h:mm AM/PM | h a/p | [h]:mm | [mm]:ss | [ss]
+             [$-F400]h:mm:ss AM/PM | [Red][hh]:mm;0)"},
     };
-    for (const FormatRow& row : kRows) EXPECT_EQ(numberFormatKind(row.code), row.kind) << row.code;
+    for (const auto& [kind, codes] : kRows) {
+        for (const std::string& code : test::pieces(codes)) {
+            EXPECT_EQ(numberFormatKind(code), kind) << code;
+        }
+    }
+    EXPECT_EQ(numberFormatKind(""), Kind::Plain);
 }
 
 TEST(NumberFormats, KnowTheBuiltInOnes) {
@@ -213,51 +137,30 @@ TEST(NumberFormats, KnowTheBuiltInOnes) {
     EXPECT_EQ(builtInFormatKind(22), Kind::Date);
 }
 
-struct DateRow {
-    double serial;
-    Kind kind;
-    bool date1904;
-    std::string text;
-};
-
 TEST(DateText, ShowsDatesAndTimes) {
     constexpr double kSecond = 1.0 / 86400;
-    const DateRow kRows[] = {
-        {1, Kind::Date, false, "1/1/1900"},
-        {59, Kind::Date, false, "2/28/1900"},
-        {60, Kind::Date, false, "2/29/1900"},
-        {61, Kind::Date, false, "3/1/1900"},
-        {366, Kind::Date, false, "12/31/1900"},
-        {367, Kind::Date, false, "1/1/1901"},
-        {42370, Kind::Date, false, "1/1/2016"},
-        {42675, Kind::Date, false, "11/1/2016"},
-        {36585, Kind::Date, false, "2/29/2000"},
-        {2958465, Kind::Date, false, "12/31/9999"},
-        {2958465.5, Kind::Date, false, "12/31/9999 12:00:00 PM"},
-        {2958466, Kind::Date, false, "2958466"},
-        {2958465.9999999, Kind::Date, false, "2958465.9999999"},
-        {-1, Kind::Date, false, "-1"},
-        {-0.5, Kind::Time, false, "-0.5"},
-        {0, Kind::Date, false, "1/0/1900"},
-        {0.5, Kind::Date, false, "1/0/1900 12:00:00 PM"},
-        {0, Kind::Time, false, "12:00:00 AM"},
-        {0.5, Kind::Time, false, "12:00:00 PM"},
-        {0.0625, Kind::Time, false, "1:30:00 AM"},
-        {13.5 / 24, Kind::Time, false, "1:30:00 PM"},
-        {1 - kSecond, Kind::Time, false, "11:59:59 PM"},
-        {1 - kSecond / 4, Kind::Time, false, "1/1/1900"},
-        {26.0 / 24, Kind::Time, false, "1/1/1900 2:00:00 AM"},
-        {3 + kSecond / 4, Kind::Date, false, "1/3/1900"},
-        {42370 + 2 * kSecond, Kind::Date, false, "1/1/2016 12:00:02 AM"},
-        {0, Kind::Date, true, "1/1/1904"},
-        {40908, Kind::Date, true, "1/1/2016"},
-        {0.5, Kind::Time, true, "12:00:00 PM"},
-        {2957003, Kind::Date, true, "12/31/9999"},
-        {2957004, Kind::Date, true, "2957004"},
+    // clang-format off
+    const NumberRow kDates[] = {
+        {1, "1/1/1900"}, {59, "2/28/1900"}, {60, "2/29/1900"}, {61, "3/1/1900"},
+        {366, "12/31/1900"}, {367, "1/1/1901"}, {42370, "1/1/2016"}, {42675, "11/1/2016"},
+        {36585, "2/29/2000"}, {2958465, "12/31/9999"}, {2958465.5, "12/31/9999 12:00:00 PM"},
+        {2958466, "2958466"}, {2958465.9999999, "2958465.9999999"}, {-1, "-1"}, {0, "1/0/1900"},
+        {0.5, "1/0/1900 12:00:00 PM"}, {42370 + 2 * kSecond, "1/1/2016 12:00:02 AM"},
+        {3 + kSecond / 4, "1/3/1900"},
     };
-    for (const DateRow& row : kRows) {
-        EXPECT_EQ(editText(row.serial, row.kind, row.date1904), row.text);
-    }
+    const NumberRow kTimes[] = {
+        {-0.5, "-0.5"}, {0, "12:00:00 AM"}, {0.5, "12:00:00 PM"}, {0.0625, "1:30:00 AM"},
+        {13.5 / 24, "1:30:00 PM"}, {1 - kSecond, "11:59:59 PM"}, {1 - kSecond / 4, "1/1/1900"},
+        {26.0 / 24, "1/1/1900 2:00:00 AM"},
+    };
+    const NumberRow kFrom1904[] = {
+        {0, "1/1/1904"}, {40908, "1/1/2016"}, {2957003, "12/31/9999"}, {2957004, "2957004"},
+    };
+    // clang-format on
+    for (const auto& [serial, text] : kDates) EXPECT_EQ(editText(serial, Kind::Date, false), text);
+    for (const auto& [serial, text] : kTimes) EXPECT_EQ(editText(serial, Kind::Time, false), text);
+    for (const auto& [days, text] : kFrom1904) EXPECT_EQ(editText(days, Kind::Date, true), text);
+    EXPECT_EQ(editText(0.5, Kind::Time, true), "12:00:00 PM");
     EXPECT_EQ(editText(0.5, Kind::Plain, false), "0.5");
     EXPECT_EQ(editText(0.5, Kind::Text, false), "0.5");
 }

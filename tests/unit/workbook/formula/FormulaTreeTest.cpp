@@ -67,33 +67,20 @@ Literal literal(const char* text) {
 }
 
 TEST(FormulaTree, BindsAsTheApplicationDoes) {
+    // clang-format off
     const std::pair<const char*, const char*> rows[] = {
-        {"1+2*3", "1 2 3 * +"},
-        {"1-2-3", "1 2 - 3 -"},
-        {"2^3^4", "2 3 ^ 4 ^"},
-        {"-2^2", "2 u- 2 ^"},
-        {"2^-3", "2 3 u- ^"},
-        {"-2%", "2 u- p%"},
-        {"2%^3", "2 p% 3 ^"},
-        {"1&2+3", "1 2 3 + &"},
-        {"1=2&3", "1 2 3 & ="},
-        {"1<2=3", "1 2 < 3 ="},
-        {"(1+2)*3", "1 2 + () 3 *"},
-        {"-A1 B1", "A1 B1 isect u-"},
-        {"A1:B1 C1", "area C1 isect"},
-        {"(A1,B1 C1)", "A1 B1 C1 isect , ()"},
-        {"(A1,B1*2)", "A1 B1 , 2 * ()"},
-        {"SUM((A1,B1),-1)", "A1 B1 , () 1 u- SUM/2"},
-        {"@A1:A3 B1", "area u@ B1 isect"},
-        {"A1:INDEX(B1,2)#", "A1 B1 2 INDEX/2 p# :"},
-        {"A1:B1#", "A1 B1 p# :"},
-        {"IF(A1,,2)", "A1 missing 2 IF/3"},
-        {"NOW( )", "NOW/0"},
-        {"f(1)(2)(3)", "1 f/1 2 call/2 3 call/2"},
-        {"{1,2,3;-4,5,6}", "1 2 3 -4 5 6 array/3"},
-        {"SUM (A1)", "A1 SUM/1"},
-        {"name (A1)", "name A1 () isect"},
+        {"1+2*3", "1 2 3 * +"}, {"1-2-3", "1 2 - 3 -"}, {"2^3^4", "2 3 ^ 4 ^"},
+        {"-2^2", "2 u- 2 ^"}, {"2^-3", "2 3 u- ^"}, {"-2%", "2 u- p%"}, {"2%^3", "2 p% 3 ^"},
+        {"1&2+3", "1 2 3 + &"}, {"1=2&3", "1 2 3 & ="}, {"1<2=3", "1 2 < 3 ="},
+        {"(1+2)*3", "1 2 + () 3 *"}, {"-A1 B1", "A1 B1 isect u-"}, {"A1:B1 C1", "area C1 isect"},
+        {"(A1,B1 C1)", "A1 B1 C1 isect , ()"}, {"(A1,B1*2)", "A1 B1 , 2 * ()"},
+        {"SUM((A1,B1),-1)", "A1 B1 , () 1 u- SUM/2"}, {"@A1:A3 B1", "area u@ B1 isect"},
+        {"A1:INDEX(B1,2)#", "A1 B1 2 INDEX/2 p# :"}, {"A1:B1#", "A1 B1 p# :"},
+        {"IF(A1,,2)", "A1 missing 2 IF/3"}, {"NOW( )", "NOW/0"},
+        {"f(1)(2)(3)", "1 f/1 2 call/2 3 call/2"}, {"{1,2,3;-4,5,6}", "1 2 3 -4 5 6 array/3"},
+        {"SUM (A1)", "A1 SUM/1"}, {"name (A1)", "name A1 () isect"},
     };
+    // clang-format on
     for (const auto& [text, form] : rows) EXPECT_EQ(postfixForm(text), form) << text;
 }
 
@@ -106,34 +93,21 @@ TEST(FormulaTree, HoldsReferencesInParts) {
         const char* firstSheet;
         const char* lastSheet;
     };
+    // clang-format off
     const Row rows[] = {
         {"$B7", NodeKind::Cell, {{2, true}, {7, false}}, {}, "", "", ""},
-        {"S!A1:$C$4",
-         NodeKind::Area,
-         {{1, false}, {1, false}},
-         {{3, true}, {4, true}},
-         "",
-         "S",
+        {"S!A1:$C$4", NodeKind::Area, {{1, false}, {1, false}}, {{3, true}, {4, true}}, "", "S",
          ""},
-        {"'a b:It''s'!$C:E",
-         NodeKind::Columns,
-         {{3, true}, {}},
-         {{5, false}, {}},
-         "",
-         "a b",
+        {"'a b:It''s'!$C:E", NodeKind::Columns, {{3, true}, {}}, {{5, false}, {}}, "", "a b",
          "It's"},
         {"[2]S!5:$7", NodeKind::Rows, {{}, {5, false}}, {{}, {7, true}}, "2", "S", ""},
-        {"'C:\\d\\[b.xls]S'!A1",
-         NodeKind::Cell,
-         {{1, false}, {1, false}},
-         {},
-         "C:\\d\\[b.xls",
-         "S",
+        {"'C:\\d\\[b.xls]S'!A1", NodeKind::Cell, {{1, false}, {1, false}}, {}, "C:\\d\\[b.xls", "S",
          ""},
         {"[b.xls]S:T!A1", NodeKind::Cell, {{1, false}, {1, false}}, {}, "b.xls", "S", "T"},
         {"[1]!n", NodeKind::Name, {}, {}, "1", "", ""},
         {"#REF!A1", NodeKind::Cell, {{1, false}, {1, false}}, {}, "", "#REF", ""},
     };
+    // clang-format on
     const auto same = [](AxisReference a, AxisReference b) {
         return a.index == b.index && a.absolute == b.absolute;
     };
@@ -154,7 +128,7 @@ TEST(FormulaTree, HoldsReferencesInParts) {
 }
 
 TEST(FormulaTree, HoldsLiterals) {
-    EXPECT_EQ(literal("\"a\"\"b\"").text, "a\"b");
+    EXPECT_EQ(literal(R"("a""b")").text, R"(a"b)");
     EXPECT_DOUBLE_EQ(literal(".5e1").number, 5);
     EXPECT_DOUBLE_EQ(literal("{-1.5}").number, -1.5);
     EXPECT_DOUBLE_EQ(literal("true").number, 1);
@@ -213,17 +187,15 @@ TEST(FormulaTree, ListsSheetsAndBooks) {
         Names sheets;
         Names books;
     };
+    // clang-format off
     const Row rows[] = {
-        {"A1+Name", {}, {}},
-        {"b!A1+'a b'!A1+B!C1", {"b", "a b"}, {}},
-        {"SUM('It''s:Z'!A1,\"x!A1\")", {"It's", "Z"}, {}},
-        {"s!f(t!A1)", {"s", "t"}, {}},
-        {"[1]S!A1+'C:\\d\\[b.xls]S'!A1+'C:\\d\\c.xls'!N",
-         {},
-         {"1", "C:\\d\\[b.xls", "C:\\d\\c.xls"}},
-        {"b.xls!Name+sheet.1!Name", {"sheet.1"}, {"b.xls"}},
-        {"#REF!A1+S!#REF!", {"S"}, {}},
+        {"A1+Name", {}, {}}, {"b!A1+'a b'!A1+B!C1", {"b", "a b"}, {}},
+        {R"(SUM('It''s:Z'!A1,"x!A1"))", {"It's", "Z"}, {}}, {"s!f(t!A1)", {"s", "t"}, {}},
+        {"[1]S!A1+'C:\\d\\[b.xls]S'!A1+'C:\\d\\c.xls'!N", {}, {"1", "C:\\d\\[b.xls",
+         "C:\\d\\c.xls"}},
+        {"b.xls!Name+sheet.1!Name", {"sheet.1"}, {"b.xls"}}, {"#REF!A1+S!#REF!", {"S"}, {}},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         const Formula formula = Formula::parse(row.text);

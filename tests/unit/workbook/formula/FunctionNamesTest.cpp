@@ -12,17 +12,15 @@ TEST(FunctionNames, FindsNamesInAnyCase) {
         bool known;
         StoredPrefix prefix;
     };
+    // clang-format off
     const Row rows[] = {
-        {"ABS", true, StoredPrefix::None},
-        {"vlookup", true, StoredPrefix::None},
-        {"ZTEST", true, StoredPrefix::None},
-        {"Z.Test", true, StoredPrefix::Future},
-        {"filter", true, StoredPrefix::FutureWorksheet},
-        {"GROUPBY", true, StoredPrefix::Future},
-        {"WORKDAY.INTL", true, StoredPrefix::None},
-        {"SROUND", false, StoredPrefix::None},
+        {"ABS", true, StoredPrefix::None}, {"vlookup", true, StoredPrefix::None},
+        {"ZTEST", true, StoredPrefix::None}, {"Z.Test", true, StoredPrefix::Future},
+        {"filter", true, StoredPrefix::FutureWorksheet}, {"GROUPBY", true, StoredPrefix::Future},
+        {"WORKDAY.INTL", true, StoredPrefix::None}, {"SROUND", false, StoredPrefix::None},
         {"", false, StoredPrefix::None},
     };
+    // clang-format on
     for (const Row& row : rows) {
         const FunctionName* found = findFunction(row.name);
         ASSERT_EQ(found != nullptr, row.known) << row.name;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/package/XmlScanner.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <zip.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -11,6 +11,8 @@
 #include <random>
 
 #include "base/Error.h"
+#include "support/Thrown.h"
+#include "support/WorkbookBuilder.h"
 #include "unit/workbook/package/ExpatEvents.h"
 
 namespace brindle::workbook::package {
@@ -19,150 +21,62 @@ namespace {
 using testing::judgeByExpat;
 using testing::judgeByScanner;
 
-struct Document {
-    const char* text;
-    bool isGood;
+// clang-format off
+constexpr const char* kGood[] = {
+    "<a/>", "<a></a>", "<a>\n</a >\n", "\n <!-- c --><?pi x?><a/><!----><?pi?> ",
+    "<?xml version=\"1.0\"?><a/>", "<?xml version='1.0' encoding='UTF-8' standalone='yes' ?>\n<a/>",
+    "<?xml  version = \"1.0\"\tstandalone = 'no'?><a/>", "<a b='1' c=\"2\"\n d = '3' />",
+    "<a b='\"' c=\"'\" d='>' e=']]>'/>",
+    "<a>&lt;&gt;&amp;&quot;&apos;&#65;&#x4a;&#x10FFFF;&#9;</a>",
+    "<a b='&lt;&gt;&amp;&quot;&apos;&#65;&#x4a;&#10;&#13; x\ty\nz\r\n'/>",
+    "<a>one<![CDATA[<two>&amp;]]]]><![CDATA[>]]>three\r\nfour\rfive</a>", "<a>]] > ] ]> ]</a>",
+    "<a>Gr\xC3\xB6\xC3\x9F" "e \xE2\x82\xAC \xF0\x9F\x98\x80 \x7F</a>",
+    "<\xC3\xA9l\xC3\xA9ment \xCE\xB1='1'/>", "<a.b-c_d1 x.y-z='1'/>", "<a xml:space='preserve'/>",
+    "<a xmlns='u'><b xmlns=''><c/></b></a>", "<p:a xmlns:p='u' p:x='1' x='2'/>",
+    "<a xmlns:p='u' xmlns:q='v' p:x='1' q:x='2'/>",
+    "<p:a xmlns:p='u'><p:b xmlns:p='v'/><p:c/></p:a>", "<a xmlns='u&amp;v&#10;w' b='1'/>",
+    "<a xmlns:xml='http://www.w3.org/XML/1998/namespace'/>",
 };
-
-constexpr Document kDocuments[] = {
-    {"<a/>", true},
-    {"<a></a>", true},
-    {"<a>\n</a >\n", true},
-    {"\n <!-- c --><?pi x?><a/><!----><?pi?> ", true},
-    {"<?xml version=\"1.0\"?><a/>", true},
-    {"<?xml version='1.0' encoding='UTF-8' standalone='yes' ?>\n<a/>", true},
-    {"<?xml  version = \"1.0\"\tstandalone = 'no'?><a/>", true},
-    {"<a b='1' c=\"2\"\n d = '3' />", true},
-    {"<a b='\"' c=\"'\" d='>' e=']]>'/>", true},
-    {"<a>&lt;&gt;&amp;&quot;&apos;&#65;&#x4a;&#x10FFFF;&#9;</a>", true},
-    {"<a b='&lt;&gt;&amp;&quot;&apos;&#65;&#x4a;&#10;&#13; x\ty\nz\r\n'/>", true},
-    {"<a>one<![CDATA[<two>&amp;]]]]><![CDATA[>]]>three\r\nfour\rfive</a>", true},
-    {"<a>]] > ] ]> ]</a>", true},
-    {"<a>Gr\xC3\xB6\xC3\x9F"
-     "e \xE2\x82\xAC \xF0\x9F\x98\x80 \x7F</a>",
-     true},
-    {"<\xC3\xA9l\xC3\xA9ment \xCE\xB1='1'/>", true},
-    {"<a.b-c_d1 x.y-z='1'/>", true},
-    {"<a xml:space='preserve'/>", true},
-    {"<a xmlns='u'><b xmlns=''><c/></b></a>", true},
-    {"<p:a xmlns:p='u' p:x='1' x='2'/>", true},
-    {"<a xmlns:p='u' xmlns:q='v' p:x='1' q:x='2'/>", true},
-    {"<p:a xmlns:p='u'><p:b xmlns:p='v'/><p:c/></p:a>", true},
-    {"<a xmlns='u&amp;v&#10;w' b='1'/>", true},
-    {"<a xmlns:xml='http://www.w3.org/XML/1998/namespace'/>", true},
-    {"<a><!-- - -- --></a>", false},
-    {"<a><!-- x ---></a>", false},
-    {"", false},
-    {"  ", false},
-    {"text", false},
-    {"<a>", false},
-    {"</a>", false},
-    {"<a", false},
-    {"<", false},
-    {"<a/", false},
-    {"<a/ >", false},
-    {"<a//>", false},
-    {"< a/>", false},
-    {"<a></b>", false},
-    {"<a></ab>", false},
-    {"<ab></a>", false},
-    {"<a><b></a></b>", false},
-    {"<a></a", false},
-    {"<a/><b/>", false},
-    {"<a/>text", false},
-    {"<a/></a>", false},
-    {"<a/><![CDATA[x]]>", false},
-    {"<a/>&amp;", false},
-    {" <?xml version='1.0'?><a/>", false},
-    {"<a><?xml version='1.0'?></a>", false},
-    {"<a/><?XmL x?>", false},
-    {"<?xml?><a/>", false},
-    {"<?xml encoding='UTF-8'?><a/>", false},
-    {"<?xml version='1.0'encoding='UTF-8'?><a/>", false},
-    {"<?xml version='1.0' standalone='maybe'?><a/>", false},
-    {"<?xml version='1.0' encoding='-x'?><a/>", false},
-    {"<?xml version='1.0' standalone='no' encoding='UTF-8'?><a/>", false},
-    {"<?xml version='1.0' other='x'?><a/>", false},
-    {"<a><?p:q x?></a>", false},
-    {"<a><? x?></a>", false},
-    {"<a><?x</a>", false},
-    {"<a><?x!?></a>", false},
-    {"<a b/>", false},
-    {"<a b=/>", false},
-    {"<a b=1/>", false},
-    {"<a b='1/>", false},
-    {"<a b='1\"/>", false},
-    {"<a b='1'c='2'/>", false},
-    {"<a b='<'/>", false},
-    {"<a b='&'/>", false},
-    {"<a b='1' b='2'/>", false},
-    {"<a 1b='1'/>", false},
-    {"<a -b='1'/>", false},
-    {"<1/>", false},
-    {"<a>]]></a>", false},
-    {"<a>]]]></a>", false},
-    {"<a>&</a>", false},
-    {"<a>&amp</a>", false},
-    {"<a>& amp;</a>", false},
-    {"<a>&AMP;</a>", false},
-    {"<a>&unknown;</a>", false},
-    {"<a>&#;</a>", false},
-    {"<a>&#x;</a>", false},
-    {"<a>&#X41;</a>", false},
-    {"<a>&#0;</a>", false},
-    {"<a>&#8;</a>", false},
-    {"<a>&#xD800;</a>", false},
-    {"<a>&#xFFFE;</a>", false},
-    {"<a>&#x110000;</a>", false},
-    {"<a>&#99999999999999999999;</a>", false},
-    {"<a>\x01</a>", false},
-    {"<a b='\x1F'/>", false},
-    {"<a><!--\x02--></a>", false},
-    {"<a><?p \x03?></a>", false},
-    {"<a><![CDATA[\x04]]></a>", false},
-    {"<a><![CDATA[x]]</a>", false},
-    {"<a><![cdata[x]]></a>", false},
-    {"<a>\x80</a>", false},
-    {"<a>\xC0\x80</a>", false},
-    {"<a>\xC3</a>", false},
-    {"<a>\xE0\x80\x80</a>", false},
-    {"<a>\xED\xA0\x80</a>", false},
-    {"<a>\xEF\xBF\xBE</a>", false},
-    {"<a>\xEF\xBF\xBF</a>", false},
-    {"<a>\xF0\x80\x80\x80</a>", false},
-    {"<a>\xF4\x90\x80\x80</a>", false},
-    {"<a>\xF5\x80\x80\x80</a>", false},
-    {"<a\xC3/>", false},
-    {"<\xC3\x97/>", false},
-    {"<p:a/>", false},
-    {"<a p:b='1'/>", false},
-    {"<a><b xmlns:p='u'/><p:c/></a>", false},
-    {"<a:/>", false},
-    {"<:a/>", false},
-    {"<a:b:c xmlns:a='u'/>", false},
-    {"<a:1 xmlns:a='u'/>", false},
-    {"<a xmlns:p=''/>", false},
-    {"<a xmlns:='u'/>", false},
-    {"<a xmlns:xmlns='u'/>", false},
-    {"<xmlns:a/>", false},
-    {"<a xmlns:xml='u'/>", false},
-    {"<a xmlns:p='http://www.w3.org/XML/1998/namespace'/>", false},
-    {"<a xmlns:p='http://www.w3.org/2000/xmlns/'/>", false},
-    {"<a xmlns:p='u' xmlns:p='v'/>", false},
-    {"<a xmlns:p='u' xmlns:q='u' p:x='1' q:x='2'/>", false},
-    {"<a xmlns:p='u&amp;v' xmlns:q='u&#38;v' p:x='1' q:x='2'/>", false},
+constexpr const char* kBad[] = {
+    "<a><!-- - -- --></a>", "<a><!-- x ---></a>", "", "  ", "text", "<a>", "</a>", "<a", "<", "<a/",
+    "<a/ >", "<a//>", "< a/>", "<a></b>", "<a></ab>", "<ab></a>", "<a><b></a></b>", "<a></a",
+    "<a/><b/>", "<a/>text", "<a/></a>", "<a/><![CDATA[x]]>", "<a/>&amp;",
+    " <?xml version='1.0'?><a/>", "<a><?xml version='1.0'?></a>", "<a/><?XmL x?>", "<?xml?><a/>",
+    "<?xml encoding='UTF-8'?><a/>", "<?xml version='1.0'encoding='UTF-8'?><a/>",
+    "<?xml version='1.0' standalone='maybe'?><a/>", "<?xml version='1.0' encoding='-x'?><a/>",
+    "<?xml version='1.0' standalone='no' encoding='UTF-8'?><a/>",
+    "<?xml version='1.0' other='x'?><a/>", "<a><?p:q x?></a>", "<a><? x?></a>", "<a><?x</a>",
+    "<a><?x!?></a>", "<a b/>", "<a b=/>", "<a b=1/>", "<a b='1/>", "<a b='1\"/>", "<a b='1'c='2'/>",
+    "<a b='<'/>", "<a b='&'/>", "<a b='1' b='2'/>", "<a 1b='1'/>", "<a -b='1'/>", "<1/>",
+    "<a>]]></a>", "<a>]]]></a>", "<a>&</a>", "<a>&amp</a>", "<a>& amp;</a>", "<a>&AMP;</a>",
+    "<a>&unknown;</a>", "<a>&#;</a>", "<a>&#x;</a>", "<a>&#X41;</a>", "<a>&#0;</a>", "<a>&#8;</a>",
+    "<a>&#xD800;</a>", "<a>&#xFFFE;</a>", "<a>&#x110000;</a>", "<a>&#99999999999999999999;</a>",
+    "<a>\x01</a>", "<a b='\x1F'/>", "<a><!--\x02--></a>", "<a><?p \x03?></a>",
+    "<a><![CDATA[\x04]]></a>", "<a><![CDATA[x]]</a>", "<a><![cdata[x]]></a>", "<a>\x80</a>",
+    "<a>\xC0\x80</a>", "<a>\xC3</a>", "<a>\xE0\x80\x80</a>", "<a>\xED\xA0\x80</a>",
+    "<a>\xEF\xBF\xBE</a>", "<a>\xEF\xBF\xBF</a>", "<a>\xF0\x80\x80\x80</a>",
+    "<a>\xF4\x90\x80\x80</a>", "<a>\xF5\x80\x80\x80</a>", "<a\xC3/>", "<\xC3\x97/>", "<p:a/>",
+    "<a p:b='1'/>", "<a><b xmlns:p='u'/><p:c/></a>", "<a:/>", "<:a/>", "<a:b:c xmlns:a='u'/>",
+    "<a:1 xmlns:a='u'/>", "<a xmlns:p=''/>", "<a xmlns:='u'/>", "<a xmlns:xmlns='u'/>",
+    "<xmlns:a/>", "<a xmlns:xml='u'/>", "<a xmlns:p='http://www.w3.org/XML/1998/namespace'/>",
+    "<a xmlns:p='http://www.w3.org/2000/xmlns/'/>", "<a xmlns:p='u' xmlns:p='v'/>",
+    "<a xmlns:p='u' xmlns:q='u' p:x='1' q:x='2'/>",
+    "<a xmlns:p='u&amp;v' xmlns:q='u&#38;v' p:x='1' q:x='2'/>",
 };
+// clang-format on
 
 // Judged alike by expat, the events being the same where a document is good.
 TEST(XmlScannerTest, AcceptsWellFormedDocumentsOnly) {
-    for (const Document& document : kDocuments) {
-        const auto ours = judgeByScanner(document.text);
-        const auto theirs = judgeByExpat(document.text);
-        EXPECT_EQ(ours.isAccepted, document.isGood) << document.text << ": " << ours.reason;
-        EXPECT_EQ(theirs.isAccepted, document.isGood) << document.text << ": " << theirs.reason;
-        if (document.isGood) {
-            EXPECT_EQ(ours.events, theirs.events) << document.text;
-        }
+    for (const char* document : kGood) {
+        const auto ours = judgeByScanner(document);
+        const auto theirs = judgeByExpat(document);
+        EXPECT_TRUE(ours.isAccepted) << document << ": " << ours.reason;
+        EXPECT_TRUE(theirs.isAccepted) << document << ": " << theirs.reason;
+        EXPECT_EQ(ours.events, theirs.events) << document;
+    }
+    for (const char* document : kBad) {
+        EXPECT_FALSE(judgeByScanner(document).isAccepted) << document;
+        EXPECT_FALSE(judgeByExpat(document).isAccepted) << document;
     }
 }
 
@@ -202,20 +116,14 @@ TEST(XmlScannerTest, TellsByteRangesAndDepths) {
         seen.push_back(std::to_string(scanner.depth()) + " " +
                        input.substr(scanner.begin(), scanner.end() - scanner.begin()));
     }
-    const std::vector<std::string> expected = {"0 <?xml version='1.0'?>",
-                                               "1 <p:a xmlns:p='u' k = \"v&amp;w\">",
-                                               "1 x",
-                                               "2 <b/>",
-                                               "2 ",
-                                               "1 <!--c-->",
-                                               "1 y",
-                                               "1 </p:a>"};
-    EXPECT_EQ(seen, expected);
+    EXPECT_THAT(seen, ::testing::ElementsAre("0 <?xml version='1.0'?>",
+                                             R"(1 <p:a xmlns:p='u' k = "v&amp;w">)", "1 x",
+                                             "2 <b/>", "2 ", "1 <!--c-->", "1 y", "1 </p:a>"));
 }
 
 TEST(XmlScannerTest, TellsAttributes) {
     const std::string input =
-        "<a xmlns:r='rel' xmlns:id='x' r:id='one' id = \"two&lt;\" r:only='3'/>";
+        R"(<a xmlns:r='rel' xmlns:id='x' r:id='one' id = "two&lt;" r:only='3'/>)";
     XmlScanner scanner(input);
     ASSERT_EQ(scanner.next(), XmlToken::StartElement);
     EXPECT_EQ(scanner.attribute("id")->rawValue, "two&lt;");
@@ -224,7 +132,7 @@ TEST(XmlScannerTest, TellsAttributes) {
     EXPECT_EQ(scanner.attribute("only", ""), nullptr);
     EXPECT_EQ(scanner.attribute("r"), nullptr);
     const XmlAttribute& id = *scanner.attribute("id");
-    EXPECT_EQ(input.substr(id.begin, id.end - id.begin), "id = \"two&lt;\"");
+    EXPECT_EQ(input.substr(id.begin, id.end - id.begin), R"(id = "two&lt;")");
     EXPECT_EQ(input.substr(id.valueBegin, id.valueEnd - id.valueBegin), "two&lt;");
     EXPECT_TRUE(scanner.isEmptyElement());
 }
@@ -302,23 +210,14 @@ std::string mutated(std::string document, std::mt19937& random) {
     for (std::size_t i = 1 + below(3); i > 0 && !document.empty(); --i) {
         const std::size_t at = below(document.size());
         const std::size_t length = 1 + below(4);
-        switch (below(5)) {
-            case 0:
-                document.erase(at, length);
-                break;
-            case 1:
-                document.insert(at, document.substr(below(document.size()), length));
-                break;
-            case 2:
-                document[at] = kBytes[below(kBytes.size())];
-                break;
-            case 3:
-                document.insert(at, 1, kBytes[below(kBytes.size())]);
-                break;
-            default:
-                std::swap(document[at], document[below(document.size())]);
-                break;
-        }
+        const std::size_t other = below(document.size());
+        const char byte = kBytes[below(kBytes.size())];
+        const auto kind = below(5);
+        if (kind == 0) document.erase(at, length);
+        if (kind == 1) document.insert(at, document.substr(other, length));
+        if (kind == 2) document[at] = byte;
+        if (kind == 3) document.insert(at, 1, byte);
+        if (kind == 4) std::swap(document[at], document[other]);
     }
     return document;
 }
@@ -362,34 +261,14 @@ void compare(const std::string& document, Agreement& agreement) {
 TEST(XmlScannerTest, AgreesWithExpatOnMutatedDocuments) {
     std::mt19937 random(20240601);
     Agreement agreement;
-    for (const Document& document : kDocuments) {
-        for (int i = 0; i < 300; ++i) compare(mutated(document.text, random), agreement);
+    std::vector<std::string> documents(std::begin(kGood), std::end(kGood));
+    documents.insert(documents.end(), std::begin(kBad), std::end(kBad));
+    for (const std::string& document : documents) {
+        for (int i = 0; i < 300; ++i) compare(mutated(document, random), agreement);
     }
     EXPECT_GT(agreement.accepted, 1000);
     EXPECT_GT(agreement.refused, 1000);
     EXPECT_LT(agreement.setAside, 500);
-}
-
-// The XML parts of a package, by an independent reader, up to a size.
-std::vector<std::string> partsOf(const std::string& path) {
-    std::vector<std::string> parts;
-    zip_t* archive = zip_open(path.c_str(), ZIP_RDONLY, nullptr);
-    if (archive == nullptr) return parts;
-    for (zip_int64_t i = 0; i < zip_get_num_entries(archive, 0); ++i) {
-        const auto index = static_cast<zip_uint64_t>(i);
-        zip_stat_t status;
-        const bool isStated = zip_stat_index(archive, index, 0, &status) == 0;
-        zip_file_t* file =
-            isStated && status.size < 20000 ? zip_fopen_index(archive, index, 0) : nullptr;
-        if (file == nullptr) continue;
-        std::string part(status.size, '\0');
-        const bool isRead =
-            zip_fread(file, part.data(), part.size()) == static_cast<zip_int64_t>(part.size());
-        zip_fclose(file);
-        if (isRead && part.substr(0, 2) == "<?") parts.push_back(std::move(part));
-    }
-    zip_discard(archive);
-    return parts;
 }
 
 TEST(XmlScannerTest, AgreesWithExpatOnMutatedParts) {
@@ -398,7 +277,8 @@ TEST(XmlScannerTest, AgreesWithExpatOnMutatedParts) {
     std::mt19937 random(20240602);
     Agreement agreement;
     for (const auto& entry : std::filesystem::directory_iterator(std::string(corpus) + "/xlsx")) {
-        for (const std::string& part : partsOf(entry.path().string())) {
+        for (const auto& [name, part] : test::readMembers(entry.path().string())) {
+            if (part.size() >= 20000 || !part.starts_with("<?")) continue;
             compare(part, agreement);
             for (int i = 0; i < 10; ++i) compare(mutated(part, random), agreement);
             if (HasFatalFailure()) return;
@@ -423,7 +303,7 @@ TEST(XmlTextTest, EscapesSoThatReadingGivesTheTextBack) {
     EXPECT_EQ(xmlText(xmlEscaped(text)), text);
     EXPECT_EQ(xmlAttributeText(xmlAttributeEscaped(text)), text);
     const auto verdict =
-        judgeByExpat("<a b=\"" + xmlAttributeEscaped(text) + "\">" + xmlEscaped(text) + "</a>");
+        judgeByExpat(R"(<a b=")" + xmlAttributeEscaped(text) + R"(">)" + xmlEscaped(text) + "</a>");
     ASSERT_TRUE(verdict.isAccepted);
     EXPECT_EQ(verdict.events[0], "start a b=" + text);
     EXPECT_EQ(verdict.events[1], "text " + text);
@@ -431,13 +311,10 @@ TEST(XmlTextTest, EscapesSoThatReadingGivesTheTextBack) {
 
 TEST(XmlTextTest, RefusesWhatXmlCannotHold) {
     for (const char* text : {"a\x01", "\x1F", "\xEF\xBF\xBF", "\xED\xA0\x80", "\xFF"}) {
-        try {
-            xmlEscaped(text);
-            ADD_FAILURE() << text;
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), ErrorKind::Refused);
-            EXPECT_EQ(error.number(), 1004);
-        }
+        const auto error = test::thrownBy([&] { xmlEscaped(text); });
+        ASSERT_TRUE(error) << text;
+        EXPECT_EQ(error->kind(), ErrorKind::Refused);
+        EXPECT_EQ(error->number(), 1004);
     }
 }
 
@@ -485,12 +362,7 @@ TEST(XmlEncodingTest, RefusesOtherEncodingsAndContradictions) {
         {std::string("\xFF\xFE\x00\xDE<\0", 6), ErrorKind::Damaged},
     };
     for (const auto& [input, kind] : rows) {
-        try {
-            toUtf8(input);
-            ADD_FAILURE() << input;
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), kind) << input;
-        }
+        EXPECT_EQ(test::kindOf([&] { toUtf8(input); }), kind) << input;
     }
 }
 

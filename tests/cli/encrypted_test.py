@@ -1,0 +1,335 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Runs the command line over encrypted workbooks, made here and real ones, and takes what it wrote
+apart with code that is not ours.
+
+    encrypted_test.py --tarvello PROGRAM [--corpus FOLDER] [--only TEXT]
+
+Exit status 77 when python3-cryptography or python3-olefile is not there. Without --corpus the
+environment variable BRINDLE_CORPUS names the folder of real files; they are left out without it.
+"""
+import argparse
+import json
+import os
+import re
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import warnings
+import zipfile
+
+try:
+    import openpyxl
+    import office_crypto
+    from office_crypto import Agile, Standard, compound, encrypted, file_of, opened
+except ImportError:
+    sys.exit(77)
+
+warnings.simplefilter('ignore')
+PASSWORD_NEEDED = 'The document needs a password to open'
+PASSWORD_WRONG = 'The password you supplied is not correct'
+CERTIFICATE = ('<keyEncryptor uri="http://schemas.microsoft.com/office/2006/keyEncryptor/'
+               'certificate"><c:encryptedKey encryptedKeyValue="QUJD" X509Certificate="REVG" '
+               'certVerifier="R0hJ"/></keyEncryptor>')
+
+
+def workbook(rows=400):
+    book = openpyxl.Workbook()
+    for i in range(rows):
+        book.active.append([f'apple {i}', i, f'pear {i * 7919 % 1009}'])
+    out = file_of(b'')
+    book.save(out)
+    return out.getvalue()
+
+
+def raw_members(package):
+    """Stored bytes of each member, by name."""
+    found = {}
+    with zipfile.ZipFile(file_of(package)) as archive:
+        for info in archive.infolist():
+            name, extra = struct.unpack_from('<2H', package, info.header_offset + 26)
+            at = info.header_offset + 30 + name + extra
+            found[info.filename] = package[at:at + info.compress_size]
+    return found
+
+
+def texts(package):
+    book = openpyxl.load_workbook(file_of(package))
+    return [(sheet.title, cell.coordinate, cell.value) for sheet in book
+            for row in sheet.iter_rows() for cell in row if cell.value is not None]
+
+
+class Test:
+    def __init__(self, program, only):
+        self.program, self.only, self.faults, self.count = program, only, 0, 0
+        self.work = tempfile.TemporaryDirectory(prefix='encrypted documents ')
+        self.environment = dict(os.environ, BRINDLE_HOME=self.path('home'))
+        os.mkdir(self.path('home'))
+
+    def path(self, *names):
+        return os.path.join(self.work.name, *names)
+
+    def check(self, condition, name, text):
+        if not condition:
+            self.faults += 1
+            print(f'{name}: {text}', flush=True)
+
+    def run(self, *words):
+        begin = time.monotonic()
+        done = subprocess.run([self.program, *words, '--json'], capture_output=True, timeout=60,
+                              env=self.environment)
+        document = json.loads(done.stdout.splitlines()[0])
+        document['seconds'] = time.monotonic() - begin
+        document['status code'] = done.returncode
+        return document
+
+    def put(self, name, content):
+        folder = self.path('documents')
+        shutil.rmtree(folder, ignore_errors=True)
+        os.mkdir(folder)
+        path = os.path.join(folder, name)
+        with open(path, 'wb') as file:
+            file.write(content)
+        return path
+
+    def rows(self, table):
+        for name, *row in table:
+            if self.only in name:
+                self.count += 1
+                yield (name, *row)
+
+    # --- what works --------------------------------------------------------------------------
+
+    def changes(self, name, path, password, given, word):
+        """Replaces a word and looks at everything that was written."""
+        old = opened(path, password)
+        words = ['--password', given] if given else []
+        document = self.run('replace', '--find', word, '--with', 'Qvz' + word, path, *words)
+        self.check(document['status'] == 'changed', name, f'not changed: {document}')
+        self.check(os.listdir(os.path.dirname(path)) == [os.path.basename(path)], name, 'left over')
+        try:
+            package, settings, fresh, key, others = opened(path, password)
+        except Exception as error:
+            self.check(False, name, f'cannot be opened: {error!r}')
+            return
+        self.check(settings == old[1], name, f'settings {settings} instead of {old[1]}')
+        self.check(not set(fresh) & set(old[2]), name, 'a salt or verifier is the old one')
+        keeps = isinstance(settings, str) and settings.count('<keyEncryptor ') > 1
+        self.check((key == old[3]) == keeps, name, 'the key is old, or new where it must stay')
+        self.check(others == old[4], name, 'other streams differ')
+        try:
+            opened(path, password + '!')
+            self.check(False, name, 'opens with another password')
+        except ValueError:
+            pass
+        before, after = raw_members(old[0]), raw_members(package)
+        self.check(list(before) == list(after), name, 'members differ')
+        may = re.compile(r'sharedStrings|worksheets/|workbook\.xml$|styles\.xml$', re.I)
+        changed = [m for m in after if after[m] != before[m]]
+        self.check(changed and all(may.search(m) for m in changed), name, f'{changed} changed')
+        expected = [(s, c, re.sub(re.escape(word), 'Qvz' + word, v, flags=re.I)
+                     if isinstance(v, str) and not v.startswith('=') else v)
+                    for s, c, v in texts(old[0])]
+        self.check(texts(package) == expected, name, 'other texts than expected')
+        again = self.run('replace', '--find', 'Qvz' + word, '--with', word, path, *words)
+        self.check(again['status'] == 'changed', name, f'not changed back: {again}')
+        self.check(texts(opened(path, password)[0]) == texts(old[0]), name, 'not what it was')
+
+    def passwords(self, name, path, password):
+        with open(path, 'rb') as file:
+            before = file.read()
+        for given, kind, text in ((password, None, None), ('Wr0ng', 1004, PASSWORD_WRONG),
+                                  (password.swapcase() + ' ', 1004, PASSWORD_WRONG),
+                                  ('', 1004, PASSWORD_NEEDED)):
+            for action in (['search'], ['replace', '--with', 'x']):
+                words = ['--password', given] if given else []
+                document = self.run(*action, '--find', 'no such text', path, *words)
+                error = document.get('error', {})
+                self.check((error.get('number'), error.get('description')) == (kind, text), name,
+                           f'{action[0]} with {given!r}: {document}')
+        with open(path, 'rb') as file:
+            self.check(file.read() == before, name, 'was written')
+
+    def generated(self):
+        package = workbook()
+        odd = workbook(1)
+        table = [(f'agile AES {bits} {hash}', Agile(bits=bits, hash=hash, rounds=rounds), 9)
+                 for bits, hash, rounds in ((128, 'SHA1', 1000), (192, 'SHA256', 5), (256, 'SHA384', 0),
+                                            (256, 'SHA512', 100000), (256, 'SHA1', 77),
+                                            (128, 'MD5', 50), (128, 'RIPEMD-160', 50),
+                                            (128, 'SHA-512', 50), (256, 'MD5', 3))]
+        table += [
+            ('agile AES CFB', Agile(chaining='ChainingModeCFB'), 9),
+            ('agile DES', Agile('DES', 64, 'SHA1'), 9),
+            ('agile DES CFB', Agile('DES', 64, 'SHA1', 'ChainingModeCFB'), 9),
+            ('agile 3DES', Agile('3DES', 192, 'SHA1'), 9),
+            ('agile 3DES_112', Agile('3DES_112', 128, 'SHA256'), 9),
+            ('agile with a long salt', Agile(salt_size=64), 9),
+            ('agile with a short salt', Agile(salt_size=5), 9),
+            ('agile with sectors of 4096', Agile(), 12),
+            ('agile with a certificate in front', Agile(others=CERTIFICATE), 9),
+            ('agile without integrity', Agile(integrity=False), 9),
+            ('agile with a password of other letters', Agile(password='пароль €😀'), 9),
+            ('agile with a long password', Agile(password='p' * 255), 9),
+        ]
+        table += [(f'standard {bits}, version {version}', Standard(bits, version), 9)
+                  for bits, version in ((128, 2), (128, 3), (128, 4), (192, 3), (256, 4))]
+        for name, how, shift in self.rows(table):
+            path = self.put('b k.xlsx', encrypted(how, package, shift=shift))
+            self.passwords(name, path, how.password)
+            self.changes(name, path, how.password, how.password, 'apple')
+        for name, how in self.rows([('default, agile', Agile(password='VelvetSweatshop')),
+                                    ('default, standard', Standard(password='VelvetSweatshop'))]):
+            for given in ('', 'some other'):
+                path = self.put('b k.xlsx', encrypted(how, odd))
+                self.changes(f'{name}, {given!r}', path, how.password, given, 'apple')
+
+    # --- what fails --------------------------------------------------------------------------
+
+    def failures(self):
+        package = workbook(50)
+
+        def with_info(change, how=None):
+            info, stream = (how or Agile()).write(package)
+            changed = change(info)
+            assert changed != info
+            return compound({'EncryptionInfo': changed, 'EncryptedPackage': stream})
+
+        def with_stream(change, how=None):
+            info, stream = (how or Agile()).write(package)
+            return compound({'EncryptionInfo': info, 'EncryptedPackage': change(stream)})
+
+        def text(old, new, how=None):
+            return lambda: with_info(lambda info: info.replace(old, new), how)
+
+        def flipped(at):
+            return lambda stream: stream[:at] + bytes([stream[at] ^ 1]) + stream[at + 1:]
+
+        whole = encrypted(Agile(), package)
+        spun = lambda rounds: text(b'spinCount="1000"', b'spinCount="%d"' % rounds)
+        size = lambda n: lambda stream: struct.pack('<Q', n) + stream[8:]
+        broken = 'The description of the encryption is broken'
+        shorter = 'The encrypted package is shorter than the package in it'
+        altered = 'The encrypted package is not what was encrypted'
+        own = "The document is encrypted by another program's own method"
+        table = [
+            ('ten million rounds', spun(10_000_000), 'too many rounds: 10000000'),
+            ('2^31 rounds', spun(1 << 31), 'too many rounds: 2147483648'),
+            ('2^40 rounds', spun(1 << 40), 'too many rounds'),
+            ('rounds up to the limit', spun(4_000_000), PASSWORD_WRONG),
+            ('negative rounds', spun(-1), broken),
+            ('unknown cipher', text(b'"AES"', b'"DESX"'), 'unknown cipher: DESX'),
+            ('unknown hash', text(b'"SHA512"', b'"WHIRLPOOL"'), 'unknown hash: WHIRLPOOL'),
+            ('unknown chaining', text(b'ModeCBC', b'ModeXTS'), 'unknown chaining'),
+            ('odd key size', text(b'keyBits="256"', b'keyBits="250"'), 'unknown cipher: AES of 250'),
+            ('huge key', text(b'keyBits="256"', b'keyBits="99999999999"'), 'unknown cipher'),
+            ('other hash size', text(b'hashSize="64"', b'hashSize="63"'), broken),
+            ('other block size', text(b'blockSize="16"', b'blockSize="4096"'), broken),
+            ('other salt size', text(b'saltSize="16"', b'saltSize="17"'), broken),
+            ('no base64', text(b'encryptedKeyValue="', b'encryptedKeyValue="!'), broken),
+            ('short key', lambda: with_info(lambda info: re.sub(
+                b'encryptedKeyValue="[^"]*"', b'encryptedKeyValue="QUJD"', info)), broken),
+            ('no key data', text(b'keyData', b'KeyData'), broken),
+            ('a certificate alone', text(b'p:encryptedKey', b'c:encryptedKey'),
+             'not encrypted with a password'),
+            ('ill-formed', text(b'</keyEncryptors>', b''), ''),
+            ('document type', text(b'<encryption', b'<!DOCTYPE a><encryption'), ''),
+            ('cut description', lambda: with_info(lambda info: info[:7]), broken),
+            ('extensible', lambda: with_info(lambda info: struct.pack('<HH', 4, 3) + info[4:]), own),
+            ('external', lambda: with_info(lambda info: info[:4] + struct.pack('<I', 0x10) + info[8:],
+                                           Standard()), own),
+            ('unknown version', lambda: with_info(lambda info: b'\7' + info[1:]), 'unknown way'),
+            ('standard RC4', lambda: with_info(
+                lambda info: info[:20] + struct.pack('<I', 0x6801) + info[24:], Standard()),
+             'unknown cipher'),
+            ('standard, other key size', lambda: with_info(
+                lambda info: info[:28] + struct.pack('<I', 256) + info[32:], Standard()), broken),
+            ('standard, huge header', lambda: with_info(
+                lambda info: info[:8] + b'\xf0\xff\xff\xff' + info[12:], Standard()), broken),
+            ('standard, cut', lambda: with_info(lambda info: info[:-1], Standard()), broken),
+            ('a bit of the package', lambda: with_stream(flipped(500)), altered),
+            ('a bit of the size', lambda: with_stream(flipped(0)), altered),
+            ('a bit of the end', lambda: with_stream(flipped(-1)), altered),
+            ('package cut', lambda: with_stream(lambda stream: stream[:4500]), altered),
+            ('package gone', lambda: with_stream(lambda stream: b''), altered),
+            ('size beyond, standard', lambda: with_stream(size(1 << 62), Standard()), shorter),
+            ('size missing, standard', lambda: with_stream(lambda stream: stream[:5], Standard()),
+             shorter),
+            ('bits of the package, standard', lambda: with_stream(
+                lambda stream: stream[:-64] + bytes(64), Standard()), 'not a complete zip archive'),
+            ('no zip inside', lambda: encrypted(Agile(), b'no archive'), ''),
+            ('no workbook inside', lambda: encrypted(Agile(), zip_of({'a': b'b'})),
+             'not in a recognizable format'),
+            ('a binary workbook beside', lambda: encrypted(Agile(), package, {'Workbook': b'x' * 5000}),
+             'not in a recognizable format'),
+            ('no package', lambda: compound({'EncryptionInfo': Agile().write(package)[0]}),
+             'not in a recognizable format'),
+            ('cut compound file', lambda: whole[:len(whole) // 2], ''),
+            ('compound header alone', lambda: whole[:512], ''),
+        ]
+        for name, make, text in self.rows(table):
+            content = make()
+            path = self.put('b k.xlsx', content)
+            document = self.run('replace', '--find', 'apple', '--with', 'x', path,
+                                '--password', 'secret')
+            error = document.get('error', {}).get('description', '')
+            self.check(document['status'] == 'failed' and document['status code'] == 2, name, document)
+            self.check(text in error and len(error) > 10, name, f'{error!r} instead of {text!r}')
+            if text not in (PASSWORD_WRONG, ):
+                self.check(PASSWORD_WRONG not in error, name, 'said to be the password')
+            self.check(document['seconds'] < 10, name, f'took {document["seconds"]:.1f} s')
+            with open(path, 'rb') as file:
+                self.check(file.read() == content, name, 'was written')
+            self.check(len(os.listdir(os.path.dirname(path))) == 1, name, 'left over')
+
+    # --- real files --------------------------------------------------------------------------
+
+    def real(self, corpus):
+        with open(os.path.join(corpus, 'README.md')) as readme:
+            table = re.findall(r'^\| (encrypted/[^|]*\.xls[xmb]) \|(?:[^|]*\|){3} ([^|]*?) \|',
+                               readme.read(), re.M)
+        self.check(len(table) >= 8, 'corpus', f'{len(table)} encrypted packages')
+        for name, password in self.rows(table):
+            with open(os.path.join(corpus, name), 'rb') as file:
+                path = self.put(os.path.basename(name), file.read())
+            package = opened(path, password)[0]
+            if name.endswith('.xlsb'):
+                document = self.run('search', '--find', 'a', path, '--password', password)
+                self.check('a binary workbook' in document['error']['description'], name, document)
+                continue
+            self.passwords(name, path, password)
+            words = [word for _, _, value in texts(package) if isinstance(value, str)
+                     and not value.startswith('=') for word in re.findall(r'[A-Za-z]{3,}', value)]
+            print(f'{name}: {len(words)} words')
+            if words:
+                self.changes(name, path, password, password, words[0])
+
+
+def zip_of(members):
+    out = file_of(b'')
+    with zipfile.ZipFile(out, 'w') as archive:
+        for name, content in members.items():
+            archive.writestr(name, content)
+    return out.getvalue()
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument('--tarvello', required=True)
+    parser.add_argument('--corpus', default=os.environ.get('BRINDLE_CORPUS'))
+    parser.add_argument('--only', default='')
+    arguments = parser.parse_args()
+    test = Test(os.path.abspath(arguments.tarvello), arguments.only)
+    test.generated()
+    test.failures()
+    if arguments.corpus:
+        test.real(arguments.corpus)
+    print(f'{test.count} rows, {test.faults} faults')
+    return 1 if test.faults or not test.count else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
