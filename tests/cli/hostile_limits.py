@@ -10,7 +10,7 @@ from cli_support import Result
 from hostile_books import book, inline, row, sheet
 from hostile_container import CHANGED, MIB
 from hostile_lists import APPLES
-from hostile_support import ANY, REPLACE, CannotRun, Row
+from hostile_support import ANY, NEVER, REPLACE, WITHOUT_LEAKS, CannotRun, Row
 from hostile_system import BACKUP, NOBODY, mount, need_root
 
 BODY = b'"pear"\r\n' * 25_000  # 200 kB
@@ -215,13 +215,16 @@ def rows():
     yield Row("log cannot be written", full_home, words="recognizable", log=0,
               documents=("docs/a.xlsx",), new=("home/Errors.Log",))
     yield under("address space", resource.RLIMIT_AS,
-                [16 * MIB, 32 * MIB, 48 * MIB, 64 * MIB, 80 * MIB, 96 * MIB, 128 * MIB, 2048 * MIB])
+                [16 * MIB, 32 * MIB, 48 * MIB, 64 * MIB, 80 * MIB, 96 * MIB, 128 * MIB, 2048 * MIB],
+                sanitized=NEVER)
     # Too few addresses for a heap for each thread.
     yield Row("address space with jobs", many_cells, **CHANGED, seconds=20, run=limited(
-        resource.RLIMIT_AS, 160 * MIB, *REPLACE, "docs", "--jobs", "4"))
-    yield under("descriptors", resource.RLIMIT_NOFILE, [*range(4, 20), 256])
+        resource.RLIMIT_AS, 160 * MIB, *REPLACE, "docs", "--jobs", "4"), sanitized=NEVER)
+    yield under("descriptors", resource.RLIMIT_NOFILE, [*range(4, 20), 256],
+                sanitized=NEVER)
     yield under("size of files", resource.RLIMIT_FSIZE, [1000, 100_000, 180_000, 64 * MIB])
-    yield Row("no threads", few_threads, run=run_without_threads, **CHANGED)
+    yield Row("no threads", few_threads, run=run_without_threads, **CHANGED,
+              sanitized=WITHOUT_LEAKS)
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         yield interrupted(number.name, number, 1, "1")
     yield interrupted("SIGINT with jobs", signal.SIGINT, 1, "4")

@@ -8,7 +8,7 @@ from cli_support import column
 from hostile_books import book, strings
 from hostile_container import CHANGED, MIB, many, one
 from hostile_parts import UNCHANGED
-from hostile_support import SEARCH, CannotRun, Row, is_installed
+from hostile_support import SEARCH, WITHOUT_LEAKS, CannotRun, Row, is_installed
 
 APPLES = column("apple", "pear")
 
@@ -139,7 +139,8 @@ def rows():
     yield Row("1,000,000 matches in text", many(many_matches(1_000_000)), status="found",
               call=SEARCH, refused=1, log=1, memory=128, is_large=True)
     yield Row("not in the code page", in_western_locale, status="unchanged", refused=1, log=1,
-              call=("replace", "--find", "apple", "--with", "яблоко", "--json"))
+              call=("replace", "--find", "apple", "--with", "яблоко", "--json"),
+              sanitized=WITHOUT_LEAKS)  # the C library loses some with LOCPATH
     yield Row("formula injection", one("a.csv", APPLES), **CHANGED,
               call=("replace", "--find", "apple", "--with", "=cmd|calc", "--json"))
     yield from project_rows()

@@ -35,6 +35,11 @@ REPLACE = ("replace", "--find", "apple", "--with", "fig", "--json")
 SEARCH = ("search", "--find", "apple", "--json")
 
 
+# What a row means for a program under sanitizers: it takes away what they need themselves, or only
+# the search for leaks does not work in it.
+NEVER, WITHOUT_LEAKS = "never", "without leaks"
+
+
 class CannotRun(Exception):
     """This row needs what is not to be had here."""
 
@@ -50,19 +55,19 @@ class Row:
     `new` names files that the run may add. `log` is the number of lines of the log, when it is
     not one a failed document (ANY: not looked at). is_json=False means that nothing may be printed,
     None that a part of the output will do. check(place, result) gives further faults; run(place)
-    runs the program in place of the plain call.
+    runs the program in place of the plain call. `sanitized` is NEVER or WITHOUT_LEAKS.
     """
 
     def __init__(self, name, make, *, code=2, status="failed", words=(), refused=0,
                  call=REPLACE, documents=("docs",), new=(), log=None, seconds=10, memory=64,
                  check=None, run=None, is_json=True, is_large=False,
-                 is_untouched=False):
+                 is_untouched=False, sanitized=None):
         self.name, self.make, self.code, self.status = name, make, code, status
         self.words = [words] if isinstance(words, str) else list(words)
         self.refused, self.call, self.documents, self.new = refused, call, documents, set(new)
         self.log, self.seconds, self.memory = log, seconds, memory
         self.check, self.run, self.is_json = check, run, is_json
-        self.is_large, self.is_untouched = is_large, is_untouched
+        self.is_large, self.is_untouched, self.sanitized = is_large, is_untouched, sanitized
 
 
 class Place:
@@ -342,6 +347,10 @@ def apart(work):
 
 def run_in(place, row):
     try:
+        if IS_SANITIZED and row.sanitized == NEVER:
+            raise CannotRun("a program under sanitizers needs more")
+        if IS_SANITIZED and row.sanitized == WITHOUT_LEAKS:
+            place.environment["ASAN_OPTIONS"] = "detect_leaks=0"
         if row.is_large:
             apart(lambda: row.make(place))
         else:
