@@ -19,6 +19,8 @@ import sys
 import tempfile
 import time
 
+import dress
+
 RARE, COMMON, NUMBER, DATE, WILDCARD = 'xquartz', 'vqcommon', '98765', '7/4/2031', 'zq*end'
 SPELLED = {RARE: 'Xquartz', COMMON: 'Vqcommon'}  # as the files have it, for the limits
 
@@ -130,6 +132,43 @@ class Bench:
         verdict = 'at least' if ratio >= 1.7 else 'BELOW'
         print(f'{"many small: two jobs against one (wall)":<46} {ratio:6.2f}x  {verdict} 1.7x')
 
+    def scopes(self):
+        """All scopes against cells alone, on workbooks that have something in each."""
+        files = []
+        for seed in range(300):
+            path, _ = self.generate('xlsx', f'dressed-{seed}.xlsx', 850, 1000 + seed)
+            dress.dress(path)
+            files.append(path)
+        everything = self.tarvello('search', '--find', 'nowhere', '--in', 'all', *files)
+        cells = self.tarvello('search', '--find', 'nowhere', *files)
+        self.report('300 small: all scopes against cells alone', self.pair(everything, cells), 1.3)
+        check = self.timed(self.tarvello('search', '--find', 'e', '--in', 'all', files[0]))
+        entries = {entry['in'] for entry in json.loads(check[2].splitlines()[0])['entries']}
+        if len(entries) != 7:
+            print(f'all scopes: only {sorted(entries)} hold something')
+            self.failures += 1
+
+    def decryption(self):
+        sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '../tests/cli'))
+        try:
+            import office_crypto
+        except ImportError as error:
+            print(f'decryption: not measured ({error})')
+            return
+        path, _ = self.generate('xlsx', 'secret.xlsx', 100000, 7)
+        with open(path, 'rb') as file:
+            package = file.read()
+        how = office_crypto.Agile(rounds=100000, password='secret')
+        with open(path, 'wb') as file:
+            file.write(office_crypto.encrypted(how, package, shift=12))
+        result = self.pair([os.path.join(self.bin, 'bench_decrypt'), path, 'secret'],
+                           [os.path.join(self.bin, 'bench_decrypt_limit'), str(len(package)),
+                            '100000'])
+        if result[3].strip() != str(len(package)).encode():
+            print('decryption: another size than was encrypted')
+            self.failures += 1
+        self.report('agile decryption of 8 MB against bare nettle', result, 1.3)
+
     def openpyxl(self, path):
         script = ('import openpyxl,sys\n'
                   'book = openpyxl.load_workbook(sys.argv[1])\n'
@@ -174,6 +213,8 @@ def main():
         print(f'150 workbooks of {os.path.getsize(many[0]) // 1000} KB')
         bench.workbooks('many small', many, total, 2.0)
         bench.jobs(many)
+        bench.scopes()
+        bench.decryption()
         for rows in (100000,) if arguments.small else (100000, 1000000):
             path, planted = bench.generate('xlsx', f'large-{rows}.xlsx', rows, 7)
             bench.workbooks(f'{rows} rows', [path], planted, 1.6)
