@@ -11,6 +11,7 @@
 
 #include "base/CodePages.h"
 #include "base/Error.h"
+#include "base/Text.h"
 #include "tests/support/NaiveText.h"
 #include "workbook/text/TextFormat.h"
 
@@ -138,6 +139,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Case it = caseOf(std::string(reinterpret_cast<const char*>(data), size));
+    // Patterns are UTF-8; whoever takes them from outside sees to that.
+    if (!text::isValidUtf8(it.find) || !text::isValidUtf8(it.with)) return 0;
     const std::string path = gFolder + (it.comma ? "/a.csv" : "/a.txt");
     std::ofstream(path, std::ios::binary | std::ios::trunc) << it.content;
     try {

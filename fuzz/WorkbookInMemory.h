@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -24,8 +25,11 @@
 
 namespace brindle::fuzz {
 
-inline void require(bool condition) {
-    if (!condition) std::abort();
+// Tells where it was called from, which the trace of an optimised build may not know.
+inline void require(bool condition, int line = __builtin_LINE()) {
+    if (condition) return;
+    std::fprintf(stderr, "the requirement in line %d does not hold\n", line);
+    std::abort();
 }
 
 // A file of a folder in memory; replaced like any other, and gone with the object.

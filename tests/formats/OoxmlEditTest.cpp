@@ -372,6 +372,8 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
         {"long text", oneText("x" + std::string(32767, 'y')), "A1", part("x"), "xx", ""},
         {"long formula", oneRow(a1("><f>B1&amp;\"" + std::string(250, 'a') + "\"</f>")), "A1",
          part("B1"), names, "Formula is too long"},
+        {"no number", oneRow(a1("><v>1.2oops3</v>")), "A1", part("1.2"), "y",
+         "The cell should hold a number"},
         {"a namespace of the row", odd, "A1", part("x"), "y", "The cell is written in a form"},
         {"no character in a formula", oneRow(formula), "A1", part("B1"), "\"\x01\"",
          "The text contains a character that is not allowed"},

@@ -64,14 +64,14 @@ std::string contentXml(const std::string& prefix, const CellEdit& edit, std::str
         case Kind::Blank:
             return {};
         case Kind::Text:
-            if (content.isInline) return element(prefix, "is", content.item);
+            if (content.isInline) return element(prefix, "is", content.item.str());
             return element(prefix, "v", std::to_string(edit.sharedString));
         case Kind::Number:
             return element(prefix, "v", storedNumber(content.number));
         case Kind::Boolean:
             return element(prefix, "v", content.boolean ? "1" : "0");
         case Kind::Error:
-            return element(prefix, "v", package::xmlEscaped(content.text));
+            return element(prefix, "v", package::xmlEscaped(content.text.str()));
         case Kind::Formula:
             return formulaElement(prefix, content, calculationAttributes(old));
     }

@@ -11,6 +11,7 @@
 
 #include "workbook/CellEntry.h"
 #include "workbook/ooxml/Fragment.h"
+#include "workbook/ooxml/SharedText.h"
 #include "workbook/ooxml/SheetIndex.h"
 
 namespace brindle::workbook::ooxml {
@@ -18,8 +19,8 @@ namespace brindle::workbook::ooxml {
 // What a cell holds, in the form in which it is changed and written.
 struct CellContent {
     EnteredCell::Kind kind = EnteredCell::Kind::Blank;
-    std::string text;            // as the edit line shows it
-    std::string item;            // Text: content of an si or is element
+    SharedText text;             // as the edit line shows it
+    SharedText item;             // Text: content of an si or is element
     bool isInline = false;       // Text: written into the cell, not into the shared strings
     std::string formula;         // Formula: as stored, not escaped
     std::string arrayReference;  // Formula: of an array formula in this one cell
@@ -30,7 +31,7 @@ struct CellContent {
 
 struct CellEdit {
     Candidate cell;  // where it stands in the file
-    std::string oldText;
+    SharedText oldText;
     EnteredCell::Kind oldKind = EnteredCell::Kind::Blank;
     std::optional<std::uint32_t> oldSharedFormula;
     bool wasSharedMaster = false;

@@ -113,7 +113,7 @@ bool OoxmlDocument::placeInPlace(std::uint32_t index, const std::vector<CellEdit
                edit->content.style == edit->cell.style && edit->content.item == first.content.item;
     });
     if (!same || edits.size() != references) return false;
-    mStrings.setItem(index, first.content.item);
+    mStrings.setItem(index, first.content.item.str());
     for (CellEdit* edit : edits) edit->isInPlace = true;
     return true;
 }
@@ -147,7 +147,7 @@ void OoxmlDocument::placeStrings() {
             const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
             const bool isShared =
                 edit->content.kind == EnteredCell::Kind::Text && !edit->content.isInline;
-            if (isShared) edit->sharedString = mStrings.add(edit->content.item);
+            if (isShared) edit->sharedString = mStrings.add(edit->content.item.str());
             mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
         }
     }

@@ -42,6 +42,7 @@ public:
     // change, Error (Internal) when it was saved already: what comes later would be lost.
     void checkMayChange() const;
     WorkbookTexts& texts() { return mTexts; }
+    TextPool& editTexts() { return mEditTexts; }
     Drawings& drawings() { return mDrawings; }
     // The text that `formula` on the sheet `home` shows when it refers to one cell that was
     // changed and holds a text.
@@ -72,6 +73,7 @@ private:
     StyleSheet mStyles;
     SharedStrings mStrings;
     WorkbookTexts mTexts;
+    TextPool mEditTexts;
     PatternSet mPatterns;
     bool mAreStringsSeen = false;  // the shared strings were looked through for these patterns
     unsigned mGeneration = 0;

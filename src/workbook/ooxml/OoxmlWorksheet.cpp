@@ -5,6 +5,8 @@
 #include <set>
 
 #include "base/Error.h"
+#include "workbook/NumberText.h"
+#include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ooxml/SheetWriter.h"
@@ -66,7 +68,7 @@ void OoxmlWorksheet::buildIndex() {
     }
     mIndex->finish();
     for (const auto& [position, edit] : mEdits) {
-        mIndex->setMask(edit.cell, patterns.matching(edit.content.text));
+        mIndex->setMask(edit.cell, patterns.matching(edit.content.text.str()));
     }
 }
 
@@ -89,8 +91,8 @@ std::optional<CellPosition> OoxmlWorksheet::findCell(const CellMatch& match, Cel
 
 std::string OoxmlWorksheet::currentText(const Candidate& candidate) {
     const auto edit = mEdits.find(candidate.position);
-    if (edit != mEdits.end()) return edit->second.content.text;
-    return stateInFile(candidate).content.text;
+    if (edit != mEdits.end()) return edit->second.content.text.str();
+    return stateInFile(candidate).content.text.str();
 }
 
 std::string_view OoxmlWorksheet::part() {
@@ -150,6 +152,15 @@ OoxmlWorksheet::State OoxmlWorksheet::stateOf(const Candidate& candidate) {
     return state;
 }
 
+namespace {
+
+bool holdsNumber(const ScannedCell& cell, bool date1904) {
+    return cell.value.empty() || parseDecimal(cell.value) ||
+           (cell.type == CellType::Date && serialOfIsoDate(cell.value, date1904));
+}
+
+}  // namespace
+
 OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
     State state;
     CellContent& content = state.content;
@@ -180,20 +191,21 @@ OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
             }
         } else if (cell.type == CellType::InlineString) {
             content.kind = EnteredCell::Kind::Text;
-            content.item = cell.inlineItem;
+            content.item = std::string(cell.inlineItem);
             content.isInline = true;
         } else if (cell.type == CellType::String) {
             content.kind = EnteredCell::Kind::Text;
             content.isInline = !strings.exists();
             const FragmentContext& context =
                 content.isInline ? mTexts->context() : strings.context();
-            content.item = RichText::plain(context, content.text);
+            content.item = RichText::plain(context, content.text.str());
         } else if (cell.type == CellType::Boolean) {
             content.kind = EnteredCell::Kind::Boolean;
         } else if (cell.type == CellType::Error) {
             content.kind = EnteredCell::Kind::Error;
         } else {
             content.kind = EnteredCell::Kind::Number;
+            state.isNoNumber = !holdsNumber(cell, mDocument.texts().date1904);
         }
     });
     return state;

@@ -70,6 +70,8 @@ private:
         std::uint32_t style = 0;
         std::optional<std::uint32_t> sharedFormula;
         bool isSharedMaster = false;
+        // A cell of numbers with something else in it; a search knows it by halves only.
+        bool isNoNumber = false;
     };
 
     SheetIndex& indexFor(const CellMatch& match);

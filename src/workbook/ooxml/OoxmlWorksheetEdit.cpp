@@ -21,11 +21,13 @@ void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match
     const Candidate cell = *found;
     try {
         const State state = stateOf(cell);
-        const std::vector<TextSpan> spans = match.spans(state.content.text);
+        const std::string& text = state.content.text.str();
+        const std::vector<TextSpan> spans = match.spans(text);
         if (spans.empty()) return;
-        std::string newText = replaceSpans(state.content.text, spans, replacement);
-        if (newText == state.content.text) return;
+        std::string newText = replaceSpans(text, spans, replacement);
+        if (newText == text) return;
         checkMayChange(cell);
+        if (state.isNoNumber) throw Error::refused("The cell should hold a number, but does not");
         keep(cell, state, entered(state, cell, match, replacement, std::move(newText)));
     } catch (Error& error) {
         throw error.inMember(mEntry.name).inCell(cellName(position));
@@ -85,7 +87,8 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     content.number = result.number;
     content.boolean = result.boolean;
     content.text = std::move(result.text);
-    if (content.kind == Kind::Boolean) content.text = content.boolean ? "TRUE" : "FALSE";
+    if (content.kind == Kind::Boolean)
+        content.text = std::string(content.boolean ? "TRUE" : "FALSE");
     if (content.kind == Kind::Number) {
         content.text = editText(content.number, styles.style(content.style).kind, context.date1904);
     }
@@ -110,7 +113,7 @@ void checkTableColumns(const formula::Formula& formula, const CellContent& old) 
     if (wanted.empty()) return;
     std::set<std::string> known;
     if (old.kind == Kind::Formula) {
-        known = tableColumns(formula::Formula::parse(std::string_view(old.text).substr(1)));
+        known = tableColumns(formula::Formula::parse(std::string_view(old.text.str()).substr(1)));
     }
     if (!std::includes(known.begin(), known.end(), wanted.begin(), wanted.end())) {
         throw Error::refused("The formula you typed contains an error");
@@ -154,7 +157,7 @@ CellContent OoxmlWorksheet::enteredText(const State& state, const CellMatch& mat
     content.isInline = state.content.isInline || !strings.exists();
     const FragmentContext& context = content.isInline ? mTexts->context() : strings.context();
     if (state.content.kind == Kind::Text) {
-        const RichText old(context, state.content.item);
+        const RichText old(context, state.content.item.str());
         content.item = old.replaced(match.spans(old.text()), replacement);
     } else {
         content.item = RichText::plain(context, newText);
@@ -164,7 +167,7 @@ CellContent OoxmlWorksheet::enteredText(const State& state, const CellMatch& mat
 }
 
 void OoxmlWorksheet::keep(const Candidate& cell, const State& state, CellContent content) {
-    const PatternMask mask = mDocument.patterns().matching(content.text);
+    const PatternMask mask = mDocument.patterns().matching(content.text.str());
     const auto [known, isNew] = mEdits.try_emplace(cell.position);
     CellEdit& edit = known->second;
     if (isNew) {
@@ -177,6 +180,10 @@ void OoxmlWorksheet::keep(const Candidate& cell, const State& state, CellContent
     const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
                         content.style == edit.cell.style;
     edit.content = std::move(content);
+    TextPool& pool = mDocument.editTexts();
+    for (SharedText* text : {&edit.oldText, &edit.content.text, &edit.content.item}) {
+        pool.share(*text);
+    }
     mIndex->setMask(edit.cell, mask);
     if (isBack) mEdits.erase(known);
 }

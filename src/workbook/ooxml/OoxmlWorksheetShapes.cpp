@@ -39,7 +39,7 @@ std::optional<std::string> OoxmlWorksheet::changedText(CellPosition position) co
     const auto edit = mEdits.find(position);
     const bool isText =
         edit != mEdits.end() && edit->second.content.kind == EnteredCell::Kind::Text;
-    return isText ? std::optional(edit->second.content.text) : std::nullopt;
+    return isText ? std::optional(edit->second.content.text.str()) : std::nullopt;
 }
 
 std::optional<std::string> OoxmlDocument::changedCellText(const std::string& formula,

@@ -75,9 +75,11 @@ void RichText::parse(const FragmentContext& context) {
         if (token == XmlToken::StartElement && scanner.depth() == 2) {
             piece.run.begin = scanner.begin() - shift;
             const std::string_view name = scanner.localName();
-            if (name == "rPh" || name == "phoneticPr") {
+            const bool isPhonetic = name == "rPh" || name == "phoneticPr";
+            // Elements that we do not know hold no text of ours, whatever is in them.
+            if (isPhonetic || (name != "r" && name != "t")) {
                 scanner.skipElement();
-                mPhonetic.push_back({piece.run.begin, scanner.end() - shift});
+                if (isPhonetic) mPhonetic.push_back({piece.run.begin, scanner.end() - shift});
                 continue;
             }
         }
