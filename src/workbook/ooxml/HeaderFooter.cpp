@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/Fragment.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ooxml/Xstring.h"
@@ -44,11 +45,6 @@ constexpr std::array<std::string_view, 22> kInFront = {"sheetPr",
 std::size_t indexOf(PageKind kind, PageSection section) {
     const bool isFooter = section >= PageSection::LeftFooter;
     return static_cast<std::size_t>(kind) * 2 + (isFooter ? 1 : 0);
-}
-
-bool isTrue(const XmlScanner& scanner, std::string_view name) {
-    const auto* attribute = scanner.attribute(name);
-    return attribute && (attribute->rawValue == "1" || attribute->rawValue == "true");
 }
 
 // Blanks at the ends would be lost on readers that go by the letter.

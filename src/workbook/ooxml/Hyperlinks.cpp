@@ -6,6 +6,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/HyperlinkTarget.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
@@ -37,15 +38,6 @@ private:
 };
 
 namespace {
-
-const package::XmlAttribute* relationshipAttribute(const XmlScanner& scanner) {
-    for (const auto& attribute : scanner.attributes()) {
-        const bool isId =
-            attribute.localName == "id" && isRelationshipsNamespace(scanner.namespaceOf(attribute));
-        if (isId) return &attribute;
-    }
-    return nullptr;
-}
 
 // Those that hold an address, by id; of two with one id the first counts.
 std::map<std::string, const Relationship*> byId(const std::vector<Relationship>& all) {

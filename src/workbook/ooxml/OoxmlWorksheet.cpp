@@ -6,6 +6,7 @@
 
 #include "base/Error.h"
 #include "workbook/NumberText.h"
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
@@ -226,12 +227,10 @@ void OoxmlWorksheet::readFrame() {
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
         if (token != XmlToken::StartElement) continue;
         if (scanner.localName() == "sheetProtection" && scanner.depth() == 2) {
-            const auto* sheet = scanner.attribute("sheet");
-            mIsProtected = sheet && (sheet->rawValue == "1" || sheet->rawValue == "true");
+            mIsProtected = isTrue(scanner, "sheet");
         } else if (scanner.localName() == "tablePart" && scanner.depth() == 3) {
-            const auto* id = scanner.attribute("id");
             const Relationship* table =
-                id ? mDocument.package().relationshipById(mEntry.partName, id->rawValue) : nullptr;
+                mDocument.package().relationshipById(mEntry.partName, relationshipId(scanner));
             if (table && !table->isExternal) tables.insert(table->partName);
         }
     }

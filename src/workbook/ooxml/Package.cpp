@@ -5,6 +5,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/Repack.h"
 #include "workbook/package/XmlScanner.h"
@@ -49,11 +50,6 @@ std::string percentDecoded(std::string_view text) {
         }
     }
     return out;
-}
-
-std::string attributeText(const XmlScanner& scanner, std::string_view name) {
-    const auto* attribute = scanner.attribute(name);
-    return attribute ? package::xmlAttributeText(attribute->rawValue) : std::string();
 }
 
 std::vector<Relationship> parseRelationships(std::string_view text, std::string_view source) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -24,12 +25,6 @@ int intAttribute(const XmlScanner& scanner, std::string_view name, int missing) 
     const std::string_view raw = attribute->rawValue;
     std::from_chars(raw.data(), raw.data() + raw.size(), value);
     return value;
-}
-
-bool boolAttribute(const XmlScanner& scanner, std::string_view name, bool missing) {
-    const auto* attribute = scanner.attribute(name);
-    if (!attribute) return missing;
-    return attribute->rawValue == "1" || attribute->rawValue == "true";
 }
 
 std::string number(std::size_t value) {
@@ -53,7 +48,7 @@ StyleSheet::StyleSheet(std::string_view part) : mPart(part) {
             begin = scanner.begin();
             mStyles.push_back(styleOf(scanner));
         } else if (isStart && scanner.depth() == 4 && scanner.localName() == "protection") {
-            mStyles.back().locked = boolAttribute(scanner, "locked", true);
+            mStyles.back().locked = isTrue(scanner, "locked", true);
         } else if (token == XmlToken::EndElement && scanner.depth() == 3) {
             mStyleXml.push_back(mPart.substr(begin, scanner.end() - begin));
         }
@@ -81,7 +76,7 @@ CellStyle StyleSheet::styleOf(const XmlScanner& scanner) const {
     const auto own = mFormatCodes.find(id);
     style.kind = own != mFormatCodes.end() ? numberFormatKind(own->second) : builtInFormatKind(id);
     style.isGeneral = id == 0 || (own != mFormatCodes.end() && own->second == "General");
-    style.quotePrefix = boolAttribute(scanner, "quotePrefix", false);
+    style.quotePrefix = isTrue(scanner, "quotePrefix", false);
     return style;
 }
 

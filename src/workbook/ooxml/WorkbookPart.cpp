@@ -10,6 +10,7 @@
 #include "base/Error.h"
 #include "crypto/Base64.h"
 #include "crypto/PasswordHash.h"
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -35,15 +36,6 @@ Error notAWorkbook(const char* what) {
     return {ErrorKind::Unsupported, error_number::kApplicationDefined, what};
 }
 
-std::string attributeText(const XmlScanner& scanner, std::string_view name) {
-    const auto* attribute = scanner.attribute(name);
-    return attribute ? package::xmlAttributeText(attribute->rawValue) : std::string();
-}
-
-bool isTrue(const std::string& text) {
-    return text == "1" || text == "true" || text == "on";
-}
-
 int toInt(const std::string& text) {
     int value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
@@ -54,18 +46,6 @@ std::uint32_t toRounds(const std::string& text) {
     std::uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size() ? value : 0;
-}
-
-// The relationship id of a sheet or an external reference, by namespace, since another
-// attribute may be called "id" too.
-std::string relationshipId(const XmlScanner& scanner) {
-    for (const auto& attribute : scanner.attributes()) {
-        if (attribute.localName == "id" &&
-            isRelationshipsNamespace(scanner.namespaceOf(attribute))) {
-            return package::xmlAttributeText(attribute.rawValue);
-        }
-    }
-    return {};
 }
 
 // What a formula shows for another workbook: a local path without the URI's clothes.
@@ -115,7 +95,7 @@ void readElement(const Package& package, const XmlScanner& scanner, WorkbookPart
     if (name == "sheet") {
         workbook.sheets.push_back(sheetEntry(package, workbook, scanner));
     } else if (name == "workbookPr") {
-        workbook.date1904 = isTrue(attributeText(scanner, "date1904"));
+        workbook.date1904 = isTrue(scanner, "date1904");
     } else if (name == "fileSharing") {
         workbook.reservation = {
             attributeText(scanner, "reservationPassword"), attributeText(scanner, "algorithmName"),

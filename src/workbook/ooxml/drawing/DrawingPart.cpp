@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/drawing/TextBody.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ooxml/Splices.h"
@@ -18,11 +19,6 @@ using package::XmlScanner;
 using package::XmlToken;
 
 namespace {
-
-std::string attributeText(const XmlScanner& scanner, std::string_view name) {
-    const auto* attribute = scanner.attribute(name);
-    return attribute ? package::xmlAttributeText(attribute->rawValue) : std::string();
-}
 
 bool isFalse(const std::string& text) {
     return text == "0" || text == "false";

@@ -7,6 +7,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 
@@ -26,21 +27,6 @@ struct DrawingLinks {
     bool isProtected = false;
 };
 
-bool isOn(const XmlScanner& scanner, std::string_view name) {
-    const auto* attribute = scanner.attribute(name);
-    return attribute && (attribute->rawValue == "1" || attribute->rawValue == "true");
-}
-
-std::string relationshipId(const XmlScanner& scanner) {
-    for (const auto& attribute : scanner.attributes()) {
-        if (attribute.localName == "id" &&
-            isRelationshipsNamespace(scanner.namespaceOf(attribute))) {
-            return package::xmlAttributeText(attribute.rawValue);
-        }
-    }
-    return {};
-}
-
 DrawingLinks drawingLinks(std::string_view frame) {
     DrawingLinks links;
     XmlScanner scanner(frame);
@@ -52,7 +38,7 @@ DrawingLinks drawingLinks(std::string_view frame) {
         } else if (name == "legacyDrawing") {
             links.vmlDrawing = relationshipId(scanner);
         } else if (name == "sheetProtection") {
-            links.isProtected = isOn(scanner, "sheet") && isOn(scanner, "objects");
+            links.isProtected = isTrue(scanner, "sheet") && isTrue(scanner, "objects");
         }
     }
     return links;
