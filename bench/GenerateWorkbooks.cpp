@@ -125,7 +125,7 @@ void addMember(zip_t* archive, const char* name, const std::string& content) {
 }
 
 constexpr const char* kStyles =
-    R"(<fonts count="1"><font/></fonts><fills count="1"><fill/></fills><borders count="1"><border/></borders>)"
+    R"(<fonts count="1"><font/></fonts><fills count="1"><fill><patternFill/></fill></fills><borders count="1"><border/></borders>)"
     R"(<cellStyleXfs count="1"><xf/></cellStyleXfs><cellXfs count="3"><xf/><xf numFmtId="14" applyNumberFormat="1"/>)"
     R"(<xf numFmtId="10" applyNumberFormat="1"/></cellXfs></styleSheet>)";
 

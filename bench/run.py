@@ -176,7 +176,9 @@ class Bench:
                   '          if c.value is not None and sys.argv[2] in str(c.value).lower()))')
         limit = self.timed([os.path.join(self.bin, 'bench_search_limit'), 'Xquartz', path])
         other = self.timed(['/usr/bin/python3', '-c', script, path, RARE])
-        if other[3] == 0:
+        if other[3] != 0:
+            print('openpyxl cannot read the workbook')
+        else:
             print(f'{"openpyxl, the same search":<46} {other[0] / limit[0]:6.0f}x')
 
     # --- text ------------------------------------------------------------------------------------
