@@ -19,12 +19,11 @@ struct Alphabet {
     std::string_view characters;
 };
 
-// Booleans are not here: there are but two texts to try. A serial number that has no date
-// shows as a number.
+// Booleans are not here: there are but two texts to try.
 constexpr std::array kAlphabets{
     Alphabet{TextClass::Number, "0123456789.-+E#NUM!"},
     Alphabet{TextClass::Percent, "0123456789.-+E%#NUM!"},
-    Alphabet{TextClass::Date, "0123456789/: AMP.-+E#NUM!"},
+    Alphabet{TextClass::Date, "0123456789/: AMP"},
     Alphabet{TextClass::Error, "#/!?_0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"},
 };
 
@@ -33,6 +32,15 @@ bool consistsOf(std::string_view text, std::string_view alphabet, CaseMode mode)
         mode == CaseMode::Folded ? text::fold(alphabet) : std::string(alphabet);
     const std::string wanted = mode == CaseMode::Folded ? text::fold(text) : std::string(text);
     return wanted.find_first_not_of(known) == std::string::npos;
+}
+
+bool hasFiveDigits(std::string_view text) {
+    std::size_t run = 0;
+    for (const char c : text) {
+        run = c >= '0' && c <= '9' ? run + 1 : 0;
+        if (run == 5) return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -105,6 +113,7 @@ std::vector<TextSpan> CellMatch::spans(std::string_view text) const {
 
 bool CellMatch::couldMatch(TextClass textClass) const {
     if (textClass == TextClass::Boolean) return matches("TRUE") || matches("FALSE");
+    if (textClass == TextClass::Date && hasFiveDigits(requiredLiteral())) return false;
     for (const Alphabet& alphabet : kAlphabets) {
         if (alphabet.textClass != textClass) continue;
         return consistsOf(mRules->pattern.literalCharacters(), alphabet.characters, caseMode());

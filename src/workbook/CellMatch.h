@@ -17,7 +17,7 @@ namespace brindle::workbook {
 enum class TextClass {
     Number,   // 0-9 . - + E, and #NUM! for what is no finite number
     Percent,  // the same and %
-    Date,     // 0-9 / : blank A M P, and a number where there is no date for a value
+    Date,     // 0-9 / : blank A M P, never more than four digits together
     Boolean,  // TRUE, FALSE
     Error     // # / ! ? _ digits and capital letters
 };

@@ -62,6 +62,15 @@ bool isDateKind(NumberFormatKind kind) {
     return kind == NumberFormatKind::Date || kind == NumberFormatKind::Time;
 }
 
+// Whether a stored number has a date, as nearly all do that are shown as one.
+bool isSurelyDate(std::string_view stored) {
+    std::size_t digits = 0;
+    while (digits < stored.size() && stored[digits] >= '0' && stored[digits] <= '9') ++digits;
+    // Six digits end in the year 4637; what follows must be a plain fraction.
+    return digits > 0 && digits <= 6 &&
+           stored.find_first_not_of("0123456789.", digits) == std::string_view::npos;
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> sharedFormulaIndex(const ScannedCell& cell) {
@@ -287,7 +296,11 @@ PatternMask CellTexts::numberMask(const ScannedCell& cell, const PatternSet& pat
     if (cell.value.empty() || patterns.possibleForNumbers() == 0) return 0;
     const NumberFormatKind kind = mWorkbook.styles.style(cell.style).kind;
     PatternMask among = patterns.possible(classOf(kind));
-    if (isDateKind(kind)) among |= patterns.possible(TextClass::Date);
+    if (isDateKind(kind)) {
+        // A serial number that has no date shows as a number.
+        if (isSurelyDate(cell.value)) among = 0;
+        among |= patterns.possible(TextClass::Date);
+    }
     if (among == 0) return 0;
     mScratch.clear();
     appendNumber(mScratch, cell);

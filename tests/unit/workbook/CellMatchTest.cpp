@@ -100,12 +100,13 @@ struct ClassRow {
 
 TEST(CellMatch, RulesOutGeneratedTextsByTheirLetters) {
     const ClassRow kRows[] = {
-        {"12", kExact, "npde"},  {"1.5e+3", kFolded, "npd"}, {"1.5e+3", kExact, ""},
-        {"5%", kExact, "p"},     {"1/2", kExact, "de"},      {"pm", kFolded, "de"},
-        {"pm", kExact, ""},      {"PM", kExact, "de"},       {"tru", kFolded, "be"},
-        {"tru", kExact, ""},     {"TRUE", kExact, "be"},     {"*s*", kFolded, "be"},
-        {"#n/a", kFolded, "de"}, {"?", kExact, "npdbe"},     {"x*9", kFolded, "e"},
-        {"word ", kFolded, ""},  {"~*", kFolded, ""},        {"12:30", kFolded, "d"},
+        {"12", kExact, "npde"},     {"1.5e+3", kFolded, "np"}, {"1.5e+3", kExact, ""},
+        {"5%", kExact, "p"},        {"1/2", kExact, "de"},     {"pm", kFolded, "de"},
+        {"pm", kExact, ""},         {"PM", kExact, "de"},      {"tru", kFolded, "be"},
+        {"tru", kExact, ""},        {"TRUE", kExact, "be"},    {"*s*", kFolded, "be"},
+        {"#n/a", kFolded, "e"},     {"2025", kExact, "npde"},  {"12025", kExact, "npe"},
+        {"1/1/12025", kExact, "e"}, {"?", kExact, "npdbe"},    {"x*9", kFolded, "e"},
+        {"word ", kFolded, ""},     {"~*", kFolded, ""},       {"12:30", kFolded, "d"},
     };
     constexpr std::string_view kLetters = "npdbe";
     for (const ClassRow& row : kRows) {
