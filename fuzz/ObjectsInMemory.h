@@ -22,29 +22,18 @@ struct ObjectParts {
 };
 
 inline std::string workbookWith(const ObjectParts& parts) {
-    const std::string ns = "\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
-    const std::string office =
-        "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
-    const std::string relationships =
-        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
-    const auto relationship = [&](const char* id, const char* target) {
-        return "<Relationship Id=\"a" + std::string(id) + "\" Type=\"" + office + "/" + id +
-               "\" Target=\"" + target + "\"/>";
-    };
+    const std::string& ns = kNamespace;
     StoredArchive archive;
-    archive.add("_rels/.rels", relationships + relationship("officeDocument", "w.xml") +
+    archive.add("_rels/.rels", kRelationships + relationship("officeDocument", "w.xml") +
                                    relationship("core-properties", "c.xml") +
                                    relationship("extended-properties", "e.xml") +
                                    relationship("custom-properties", "u.xml") + "</Relationships>");
     archive.add("_rels/w.xml.rels",
-                relationships + relationship("worksheet", "s.xml") + "</Relationships>");
-    archive.add("_rels/s.xml.rels", relationships + relationship("drawing", "d.xml") +
+                kRelationships + relationship("worksheet", "s.xml") + "</Relationships>");
+    archive.add("_rels/s.xml.rels", kRelationships + relationship("drawing", "d.xml") +
                                         relationship("vmlDrawing", "v.vml") + "</Relationships>");
-    archive.add("w.xml",
-                "<workbook xmlns=" + ns + " xmlns:r=\"" + office +
-                    "\"><sheets><sheet name=\"S\" sheetId=\"1\" r:id=\"aworksheet\"/></sheets>"
-                    "</workbook>");
-    archive.add("s.xml", "<worksheet xmlns=" + ns + " xmlns:r=\"" + office +
+    archive.add("w.xml", workbookPart());
+    archive.add("s.xml", "<worksheet xmlns=" + ns + " xmlns:r=\"" + kOffice +
                              "\"><sheetData/><drawing r:id=\"adrawing\"/><legacyDrawing "
                              "r:id=\"avmlDrawing\"/></worksheet>");
     archive.add("d.xml", parts.drawing);

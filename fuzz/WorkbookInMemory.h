@@ -108,28 +108,35 @@ private:
     std::uint32_t mCount = 0;
 };
 
+inline const std::string kNamespace =
+    "\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+inline const std::string kOffice =
+    "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+inline const std::string kRelationships =
+    "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
+
+// Its id is the last step of its type, with an a in front.
+inline std::string relationship(const char* type, const char* target) {
+    return "<Relationship Id=\"a" + std::string(type) + "\" Type=\"" + kOffice + "/" + type +
+           "\" Target=\"" + target + "\"/>";
+}
+
+inline std::string workbookPart() {
+    return "<workbook xmlns=" + kNamespace + " xmlns:r=\"" + kOffice +
+           "\"><sheets><sheet name=\"S\" sheetId=\"1\" r:id=\"aworksheet\"/></sheets></workbook>";
+}
+
 inline std::string workbookAround(std::string_view sheet, std::string_view strings,
                                   std::string_view sheetRelationships = {}) {
-    const std::string ns = "\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
-    const std::string office =
-        "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
-    const std::string relationships =
-        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
-    const auto relationship = [&](const char* id, const char* target) {
-        return "<Relationship Id=\"a" + std::string(id) + "\" Type=\"" + office + "/" + id +
-               "\" Target=\"" + target + "\"/>";
-    };
+    const std::string& ns = kNamespace;
     StoredArchive archive;
     archive.add("_rels/.rels",
-                relationships + relationship("officeDocument", "w.xml") + "</Relationships>");
-    archive.add("_rels/w.xml.rels", relationships + relationship("worksheet", "s.xml") +
+                kRelationships + relationship("officeDocument", "w.xml") + "</Relationships>");
+    archive.add("_rels/w.xml.rels", kRelationships + relationship("worksheet", "s.xml") +
                                         relationship("styles", "y.xml") +
                                         relationship("sharedStrings", "t.xml") +
                                         "</Relationships>");
-    archive.add("w.xml",
-                "<workbook xmlns=" + ns + " xmlns:r=\"" + office +
-                    "\"><sheets><sheet name=\"S\" sheetId=\"1\" r:id=\"aworksheet\"/></sheets>"
-                    "</workbook>");
+    archive.add("w.xml", workbookPart());
     archive.add("y.xml",
                 "<styleSheet xmlns=" + ns +
                     "><cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"9\"/><xf numFmtId=\"14\"/>"

@@ -353,7 +353,8 @@ def is_workbook(name, truth):
     return name.split('/')[0] in FOLDERS and any(v is True for v in truth['opens'].values())
 
 
-def main():
+def parsed_arguments():
+    """Ends the program as skipped where there is no corpus."""
     parser = argparse.ArgumentParser()
     parser.add_argument('--tarvello', required=True)
     parser.add_argument('--corpus', default=os.environ.get('BRINDLE_CORPUS'))
@@ -362,7 +363,12 @@ def main():
     arguments = parser.parse_args()
     if not arguments.corpus:
         print('skipped: BRINDLE_CORPUS does not name a folder of real workbooks')
-        return 77
+        sys.exit(77)
+    return arguments
+
+
+def main():
+    arguments = parsed_arguments()
     truth = truth_of(arguments.corpus)
     checker = Checker(arguments)
     try:

@@ -166,15 +166,7 @@ def openpyxl_texts(path, key):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument('--tarvello', required=True)
-    parser.add_argument('--corpus', default=os.environ.get('BRINDLE_CORPUS'))
-    parser.add_argument('--libreoffice', action='store_true')
-    parser.add_argument('--only', default='')
-    arguments = parser.parse_args()
-    if not arguments.corpus:
-        print('skipped: BRINDLE_CORPUS does not name a folder of real workbooks')
-        return 77
+    arguments = check_corpus.parsed_arguments()
     truth = check_corpus.truth_of(arguments.corpus)
     checker = ScopeChecker(arguments)
     try:

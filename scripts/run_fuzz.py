@@ -26,7 +26,8 @@ def files(corpus, folders):
                 yield file.read()
 
 
-def members(corpus, wanted):
+def matching_members(corpus, wanted):
+    """Archive and member name of every part whose name matches."""
     for folder in PACKAGES:
         path = os.path.join(corpus, folder)
         for name in sorted(os.listdir(path)) if os.path.isdir(path) else []:
@@ -34,29 +35,32 @@ def members(corpus, wanted):
                 with zipfile.ZipFile(os.path.join(path, name)) as archive:
                     for member in archive.namelist():
                         if re.search(wanted, member, re.I):
-                            yield archive.read(member)
+                            yield archive, member
             except (zipfile.BadZipFile, NotImplementedError, RuntimeError):
                 continue
+
+
+def read_whole(archive, member):
+    try:
+        return archive.read(member)
+    except (zipfile.BadZipFile, NotImplementedError, RuntimeError):
+        return b''
+
+
+def members(corpus, wanted):
+    for archive, member in matching_members(corpus, wanted):
+        yield read_whole(archive, member)
 
 
 def sheet_texts(corpus):
     """Relationships and, without its rows, the sheet; as the target takes them apart."""
-    for folder in PACKAGES:
-        path = os.path.join(corpus, folder)
-        for name in sorted(os.listdir(path)) if os.path.isdir(path) else []:
-            try:
-                with zipfile.ZipFile(os.path.join(path, name)) as archive:
-                    for member in archive.namelist():
-                        if not re.search(r'worksheets/[^/]*\.xml$', member, re.I):
-                            continue
-                        rels = os.path.dirname(member) + '/_rels/' + os.path.basename(member)
-                        known = rels + '.rels' in archive.namelist()
-                        relationships = archive.read(rels + '.rels') if known else b''
-                        sheet = re.sub(rb'(<(\w+:)?sheetData>).*(</(\w+:)?sheetData>)', rb'\1\3',
-                                       archive.read(member), flags=re.S)
-                        yield b'a' + relationships + b'\0' + sheet
-            except (zipfile.BadZipFile, NotImplementedError, RuntimeError):
-                continue
+    for archive, member in matching_members(corpus, r'worksheets/[^/]*\.xml$'):
+        rels = f'{os.path.dirname(member)}/_rels/{os.path.basename(member)}.rels'
+        known = rels in archive.namelist()
+        relationships = read_whole(archive, rels) if known else b''
+        sheet = re.sub(rb'(<(\w+:)?sheetData>).*(</(\w+:)?sheetData>)', rb'\1\3',
+                       read_whole(archive, member), flags=re.S)
+        yield b'a' + relationships + b'\0' + sheet
 
 
 def formulas(root):

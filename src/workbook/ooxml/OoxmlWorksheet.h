@@ -67,7 +67,6 @@ private:
     // What a cell holds now.
     struct State {
         CellContent content;
-        std::uint32_t style = 0;
         std::optional<std::uint32_t> sharedFormula;
         bool isSharedMaster = false;
         // A cell of numbers with something else in it; a search knows it by halves only.

@@ -71,7 +71,6 @@ public:
     void changePart(std::string_view partName, const PartText& old, std::vector<Splice> splices);
     // Removes a part, its content type and the relationship of `owner` that leads to it.
     void removePart(std::string_view partName, std::string_view owner);
-    bool hasChanges() const { return !mChanges.empty(); }
     void writeTo(OutputFile& out);
     // Reads a member of a written package to its end and checks that it is well-formed; false
     // when it cannot do so with that member. Throws Error (Damaged).

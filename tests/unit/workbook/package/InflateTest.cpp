@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "support/Noise.h"
 #include "support/Thrown.h"
 
 namespace brindle::workbook::package {
@@ -26,12 +27,7 @@ std::string sample(std::size_t size) {
     return text;
 }
 
-std::string noise(std::size_t size) {
-    std::mt19937 random(8);
-    std::string bytes(size, '\0');
-    for (char& c : bytes) c = static_cast<char>(random());
-    return bytes;
-}
+using test::noise;
 
 std::string streamed(std::string_view compressed, std::uint64_t size, std::size_t window) {
     InflateStream stream(compressed, size);

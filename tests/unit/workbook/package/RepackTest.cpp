@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "support/Noise.h"
 
 namespace brindle::workbook::package {
 namespace {
@@ -25,12 +26,7 @@ std::string rows(std::size_t size, unsigned seed) {
     return text;
 }
 
-std::string noise(std::size_t size) {
-    std::mt19937 random(8);
-    std::string bytes(size, '\0');
-    for (char& c : bytes) c = static_cast<char>(random());
-    return bytes;
-}
+using test::noise;
 
 // As other programs pack: zlib's blocks, with an empty block at every `flushEvery` bytes.
 std::string packedByZlib(const std::string& text, int level, int strategy, std::size_t flushEvery) {
