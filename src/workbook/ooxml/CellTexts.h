@@ -12,10 +12,10 @@
 
 #include "workbook/DocumentModel.h"
 #include "workbook/formula/Formula.h"
-#include "workbook/ooxml/PatternSet.h"
 #include "workbook/ooxml/SharedStrings.h"
 #include "workbook/ooxml/SheetScanner.h"
 #include "workbook/ooxml/StyleSheet.h"
+#include "workbook/PatternSet.h"
 
 namespace brindle::workbook::ooxml {
 

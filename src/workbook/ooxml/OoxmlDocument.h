@@ -11,12 +11,12 @@
 #include "workbook/ooxml/drawing/Drawings.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
 #include "workbook/ooxml/Package.h"
-#include "workbook/ooxml/PatternSet.h"
 #include "workbook/ooxml/properties/BuiltInProperties.h"
 #include "workbook/ooxml/properties/CustomProperties.h"
 #include "workbook/ooxml/SharedStrings.h"
 #include "workbook/ooxml/StyleSheet.h"
 #include "workbook/ooxml/WorkbookPart.h"
+#include "workbook/PatternSet.h"
 
 namespace brindle::workbook::ooxml {
 

@@ -13,8 +13,8 @@
 
 #include "workbook/ooxml/Fragment.h"
 #include "workbook/ooxml/Package.h"
-#include "workbook/ooxml/PatternSet.h"
 #include "workbook/ooxml/RichText.h"
+#include "workbook/PatternSet.h"
 
 namespace brindle::workbook::ooxml {
 

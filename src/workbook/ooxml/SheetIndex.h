@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "workbook/ooxml/CellTexts.h"
-#include "workbook/ooxml/PatternSet.h"
+#include "workbook/PatternSet.h"
 
 namespace brindle::workbook::ooxml {
 

@@ -9,7 +9,7 @@
 
 #include "workbook/CellMatch.h"
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 // One bit a pattern. The last bit stands for all patterns that have no bit of their own and
 // says only that a text may match one of them.
@@ -59,4 +59,4 @@ private:
     PatternMask mPossible[5] = {};
 };
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "workbook/ooxml/PatternSet.h"
+#include "workbook/PatternSet.h"
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 namespace {
 
@@ -65,4 +65,4 @@ PatternSet::Bit PatternSet::bitOf(const CellMatch& pattern) const {
     return {};
 }
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook
