@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "workbook/ooxml/SharedText.h"
+#include "workbook/SharedText.h"
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 void TextPool::share(SharedText& text) {
     // Shorter ones cost less than the looking up.
@@ -16,4 +16,4 @@ void TextPool::share(SharedText& text) {
     std::string().swap(text.mOwn);  // an assignment would keep the memory
 }
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 class SharedText {
 public:
@@ -35,4 +35,4 @@ private:
     std::unordered_map<std::string_view, std::shared_ptr<const std::string>> mKnown;
 };
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook
