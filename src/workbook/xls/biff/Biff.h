@@ -80,4 +80,9 @@ inline constexpr std::uint16_t kBof = 0x0809;
 inline constexpr std::uint16_t kHeaderFooter = 0x089C;
 }  // namespace record
 
+// BOF of any version; the high byte tells which.
+constexpr bool isBof(std::uint16_t id) {
+    return id == 0x0009 || id == 0x0209 || id == 0x0409 || id == record::kBof;
+}
+
 }  // namespace brindle::workbook::xls
