@@ -28,6 +28,7 @@ inline constexpr std::uint16_t kWorkspace = 0x0100;
 
 namespace record {
 inline constexpr std::uint16_t kFormula = 0x0006;
+inline constexpr std::uint16_t kBof2 = 0x0009;
 inline constexpr std::uint16_t kEof = 0x000A;
 inline constexpr std::uint16_t kProtect = 0x0012;
 inline constexpr std::uint16_t kPassword = 0x0013;
@@ -55,10 +56,15 @@ inline constexpr std::uint16_t kMulBlank = 0x00BE;
 inline constexpr std::uint16_t kRString = 0x00D6;
 inline constexpr std::uint16_t kDbCell = 0x00D7;
 inline constexpr std::uint16_t kXf = 0x00E0;
+inline constexpr std::uint16_t kInterfaceHdr = 0x00E1;
 inline constexpr std::uint16_t kMsoDrawing = 0x00EC;
 inline constexpr std::uint16_t kSst = 0x00FC;
 inline constexpr std::uint16_t kLabelSst = 0x00FD;
 inline constexpr std::uint16_t kExtSst = 0x00FF;
+inline constexpr std::uint16_t kRrdHead = 0x0138;
+inline constexpr std::uint16_t kUsrExcl = 0x0194;
+inline constexpr std::uint16_t kFileLock = 0x0195;
+inline constexpr std::uint16_t kRrdInfo = 0x0196;
 inline constexpr std::uint16_t kSupBook = 0x01AE;
 inline constexpr std::uint16_t kTxo = 0x01B6;
 inline constexpr std::uint16_t kHyperlink = 0x01B8;
@@ -70,19 +76,21 @@ inline constexpr std::uint16_t kLabel = 0x0204;
 inline constexpr std::uint16_t kBoolErr = 0x0205;
 inline constexpr std::uint16_t kString = 0x0207;
 inline constexpr std::uint16_t kRow = 0x0208;
+inline constexpr std::uint16_t kBof3 = 0x0209;
 inline constexpr std::uint16_t kIndex = 0x020B;
 inline constexpr std::uint16_t kArray = 0x0221;
 inline constexpr std::uint16_t kTable = 0x0236;
 inline constexpr std::uint16_t kRk = 0x027E;
+inline constexpr std::uint16_t kBof4 = 0x0409;
 inline constexpr std::uint16_t kFormat = 0x041E;
 inline constexpr std::uint16_t kSharedFormula = 0x04BC;
 inline constexpr std::uint16_t kBof = 0x0809;
 inline constexpr std::uint16_t kHeaderFooter = 0x089C;
 }  // namespace record
 
-// BOF of any version; the high byte tells which.
+// Whether a record begins a substream, in any version.
 constexpr bool isBof(std::uint16_t id) {
-    return id == 0x0009 || id == 0x0209 || id == 0x0409 || id == record::kBof;
+    return id == record::kBof || id == record::kBof4 || id == record::kBof3 || id == record::kBof2;
 }
 
 }  // namespace brindle::workbook::xls
