@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "base/Text.h"
-#include "workbook/ooxml/Spelling.h"
+#include "workbook/Spelling.h"
 #include "workbook/package/XmlScanner.h"
 
 namespace brindle::workbook::ooxml {

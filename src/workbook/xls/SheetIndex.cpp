@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/Error.h"
-#include "workbook/xls/SheetRecords.h"
+#include "workbook/xls/biff/SheetRecords.h"
 
 namespace brindle::workbook::xls {
 

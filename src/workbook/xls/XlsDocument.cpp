@@ -5,6 +5,8 @@
 #include <unordered_map>
 
 #include "base/Error.h"
+#include "base/Text.h"
+#include "workbook/formula/SingleCell.h"
 #include "workbook/ReadOnlyState.h"
 #include "workbook/xls/Protection.h"
 #include "workbook/xls/StreamCheck.h"
@@ -82,6 +84,20 @@ void XlsDocument::checkText(const StringItem& item) const {
     if (mGlobals.codec().encode(item.text).count > kLongest) {
         throw Error::refused("The text is longer than 255 characters");
     }
+}
+
+std::optional<std::string> XlsDocument::changedCellText(const FormulaTokens& formula,
+                                                        XlsWorksheet& home) {
+    const auto shown = home.shownFormula(formula);
+    const auto cell = shown ? formula::singleCell(*shown) : std::nullopt;
+    if (!cell) return std::nullopt;
+    if (cell->sheet.empty()) return home.changedText(cell->position);
+    for (const auto& sheet : mWorksheets) {
+        if (text::equals(sheet->name(), cell->sheet, CaseMode::Folded)) {
+            return sheet->changedText(cell->position);
+        }
+    }
+    return std::nullopt;
 }
 
 WorkbookProperties& XlsDocument::properties() {

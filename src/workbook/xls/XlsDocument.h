@@ -41,6 +41,9 @@ public:
     // Throws Error 1004 for a text that a cell of this workbook cannot hold.
     void checkText(const StringItem& item) const;
     WorkbookTexts& texts() { return mTexts; }
+    // The text that `formula` on the sheet `home` shows when it refers to one cell that was
+    // changed and holds a text.
+    std::optional<std::string> changedCellText(const FormulaTokens& formula, XlsWorksheet& home);
     TextPool& editTexts() { return mEditTexts; }
     // The patterns that the next pass over a sheet looks for, `match` among them; the shared
     // strings have been looked through for them. Changes the generation when it changes.

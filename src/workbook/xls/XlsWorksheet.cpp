@@ -5,7 +5,7 @@
 
 #include "base/Error.h"
 #include "workbook/xls/CellWriter.h"
-#include "workbook/xls/SheetRecords.h"
+#include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/XlsDocument.h"
 
 namespace brindle::workbook::xls {
@@ -42,12 +42,17 @@ LinkTable& XlsWorksheet::links() {
     return *mOwnLinks;
 }
 
+CellTexts& XlsWorksheet::cellTexts() {
+    if (!mTexts) mTexts = std::make_unique<CellTexts>(mDocument.texts(), links(), mEntry.offset);
+    return *mTexts;
+}
+
 void XlsWorksheet::buildIndex() {
     const PatternSet& patterns = mDocument.patterns();
-    if (!mTexts) mTexts = std::make_unique<CellTexts>(mDocument.texts(), links(), mEntry.offset);
+    CellTexts& texts = cellTexts();
     mIndex.reset();
     try {
-        mIndex = std::make_unique<SheetIndex>(mDocument.texts(), mEntry.offset, *mTexts, patterns);
+        mIndex = std::make_unique<SheetIndex>(mDocument.texts(), mEntry.offset, texts, patterns);
     } catch (Error& error) {
         throw error.inMember(mEntry.name);
     }
@@ -182,7 +187,7 @@ void XlsWorksheet::appendSplices(std::vector<RecordSplice>& splices) {
 
 void XlsWorksheet::readValues() {
     if (mValues) return;
-    if (!mTexts) mTexts = std::make_unique<CellTexts>(mDocument.texts(), links(), mEntry.offset);
+    CellTexts& texts = cellTexts();
     mValues.emplace();
     const Version version = mDocument.globals().version();
     SheetRecords records(mDocument.texts().stream, mEntry.offset);
@@ -193,7 +198,7 @@ void XlsWorksheet::readValues() {
         const std::size_t count = shape == CellShape::MulRk ? mulRkCount(record.body) : 1;
         for (std::size_t i = 0; i < count; ++i) {
             const CellRecord cell = cellOf(record, shape, version, i);
-            CellValue value = mTexts->value(cell);
+            CellValue value = texts.value(cell);
             if (!value.text.empty()) (*mValues)[cell.position] = std::move(value);
         }
     }

@@ -53,6 +53,10 @@ public:
     const SheetIndex& index() const { return *mIndex; }
     std::vector<CellEdit*> edits();
     bool hasFormulas() const { return mIndex && mIndex->hasFormulas(); }
+    // The text of a cell that was changed and holds a text.
+    std::optional<std::string> changedText(CellPosition position) const;
+    // A formula that stands outside of cells, without "=".
+    std::optional<std::string> shownFormula(const FormulaTokens& formula);
     // The changes of the sheet's own records.
     void appendSplices(std::vector<RecordSplice>& splices);
 
@@ -75,6 +79,7 @@ private:
     void keep(const Candidate& cell, const CellContent& old, CellContent content);
     const SheetProtection& protection();
     LinkTable& links();
+    CellTexts& cellTexts();
     void readValues();
     Hyperlinks& hyperlinks();
     HeaderFooter& pages();

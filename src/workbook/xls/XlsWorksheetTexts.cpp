@@ -24,8 +24,11 @@ HeaderFooter& XlsWorksheet::pages() {
 
 SheetShapes& XlsWorksheet::shapes() {
     if (!mShapes) {
-        mShapes = std::make_unique<SheetShapes>(mDocument.texts().stream, mEntry.offset,
-                                                mDocument.globals().codec());
+        mShapes = std::make_unique<SheetShapes>(
+            mDocument.texts().stream, mEntry.offset, mDocument.globals().codec(),
+            protection().objects, [this](std::string_view tokens) {
+                return mDocument.changedCellText({tokens, {}}, *this);
+            });
     }
     return *mShapes;
 }
@@ -74,7 +77,20 @@ std::string XlsWorksheet::shapeText(std::size_t index) {
 void XlsWorksheet::setShapeText(std::size_t index, std::string_view text) {
     if (shapes().text(index) == text) return;
     mDocument.checkMayChange();
-    shapes().setText(index, text, protection().objects);
+    shapes().setText(index, text);
+}
+
+std::optional<std::string> XlsWorksheet::changedText(CellPosition position) const {
+    const auto edit = mEdits.find(position);
+    const bool isText =
+        edit != mEdits.end() && edit->second.content.kind == EnteredCell::Kind::Text;
+    return isText ? std::optional(edit->second.content.text.str()) : std::nullopt;
+}
+
+std::optional<std::string> XlsWorksheet::shownFormula(const FormulaTokens& formula) {
+    std::string text;
+    if (!cellTexts().appendFormula(text, formula, {1, 1})) return std::nullopt;
+    return text.substr(1);
 }
 
 }  // namespace brindle::workbook::xls

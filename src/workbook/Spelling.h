@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 class Spelling {
 public:
@@ -60,4 +60,4 @@ std::string Spelling::changed(std::string_view text, const Encode& encode) const
     return out;
 }
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "workbook/ooxml/PageText.h"
+#include "workbook/PageText.h"
 
 #include <algorithm>
 #include <array>
 #include <vector>
 
 #include "base/Text.h"
-#include "workbook/ooxml/Xstring.h"
-#include "workbook/package/XmlScanner.h"
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 namespace {
 
@@ -18,7 +16,7 @@ constexpr int kCentre = 1;
 
 constexpr std::array kProperties = {"LeftHeader", "CenterHeader", "RightHeader",
                                     "LeftFooter", "CenterFooter", "RightFooter"};
-constexpr std::array kCodes = {"&amp;L", "&amp;C", "&amp;R"};
+constexpr std::array kCodes = {"&L", "&C", "&R"};
 
 // 0, 1, 2 for left, centre, right.
 int columnOf(PageSection section) {
@@ -51,7 +49,8 @@ struct Span {
 
 class SectionReader {
 public:
-    explicit SectionReader(std::string_view raw) : mRaw(raw) {}
+    SectionReader(std::string_view raw, const PageSpelling& spelling)
+        : mRaw(raw), mSpelling(spelling) {}
 
     std::vector<Span> read() {
         Span span;
@@ -74,14 +73,7 @@ public:
     }
 
 private:
-    // The character at hand, if it is one byte; moves behind it.
-    char next() {
-        if (mRaw[mAt] != '&') return mRaw[mAt++];
-        const std::size_t end = std::min(mRaw.find(';', mAt), mRaw.size() - 1) + 1;
-        const std::string text = package::xmlText(mRaw.substr(mAt, end - mAt));
-        mAt = end;
-        return text.size() == 1 ? text[0] : '\0';
-    }
+    char next() { return mSpelling.next(mRaw, mAt); }
 
     // Codes do not count between quotes; a quote without its end is like any character.
     void skipFontName() {
@@ -93,29 +85,22 @@ private:
     }
 
     std::string_view mRaw;
+    const PageSpelling& mSpelling;
     std::size_t mAt = 0;
     std::vector<Span> mSpans;
 };
 
-std::string textOf(std::string_view raw, int column) {
-    std::string text;
-    for (const Span& span : SectionReader(raw).read()) {
-        if (span.column == column)
-            appendXstring(text, raw.substr(span.begin, span.end - span.begin));
-    }
-    return text;
-}
-
 // All pieces of the section become one, where the first of them stands.
-std::string replaced(std::string_view raw, const std::vector<Span>& spans, int column,
-                     std::string_view text) {
+std::string replaced(std::string_view raw, const PageSpelling& spelling,
+                     const std::vector<Span>& spans, int column, std::string_view text) {
     std::string out;
     std::size_t copied = 0;
     bool isWritten = text.empty();
     for (const Span& span : spans) {
         if (span.column != column) continue;
         out += raw.substr(copied, (isWritten ? span.code : span.begin) - copied);
-        if (!isWritten) out += xstringChanged(raw.substr(span.begin, span.end - span.begin), text);
+        if (!isWritten)
+            out += spelling.changed(raw.substr(span.begin, span.end - span.begin), text);
         isWritten = true;
         copied = span.end;
     }
@@ -123,48 +108,64 @@ std::string replaced(std::string_view raw, const std::vector<Span>& spans, int c
     return out;
 }
 
-std::string inserted(std::string_view raw, const std::vector<Span>& spans, int column,
-                     std::string_view text) {
+std::string inserted(std::string_view raw, const PageSpelling& spelling,
+                     const std::vector<Span>& spans, int column, std::string_view text) {
     const auto next = std::find_if(spans.begin(), spans.end(),
                                    [&](const Span& span) { return span.column > column; });
     const std::size_t at = next == spans.end() ? raw.size() : next->code;
     std::string out(raw.substr(0, at));
-    out += kCodes[static_cast<std::size_t>(column)];
-    out += xstringEscaped(text);
+    out += spelling.encoded(kCodes[static_cast<std::size_t>(column)]);
+    out += spelling.encoded(text);
     const bool needsCode = next != spans.end() && next->code == next->begin;
-    if (needsCode) out += kCodes[kCentre];
+    if (needsCode) out += spelling.encoded(kCodes[kCentre]);
     out += raw.substr(at);
     return out;
 }
 
 }  // namespace
 
+const PageSpelling& PageSpelling::plain() {
+    static const PageSpelling spelling;
+    return spelling;
+}
+
+std::string PageText::textOf(int column) const {
+    std::string text;
+    for (const Span& span : SectionReader(mRaw, *mSpelling).read()) {
+        if (span.column != column) continue;
+        text +=
+            mSpelling->decoded(std::string_view(mRaw).substr(span.begin, span.end - span.begin));
+    }
+    return text;
+}
+
 std::string PageText::section(PageSection section) const {
-    return textOf(mRaw, columnOf(section));
+    return textOf(columnOf(section));
 }
 
 void PageText::setSection(PageSection section, std::string_view text) {
     const int column = columnOf(section);
-    if (text == textOf(mRaw, column)) return;
-    const std::vector<Span> spans = SectionReader(mRaw).read();
+    if (text == textOf(column)) return;
+    const std::vector<Span> spans = SectionReader(mRaw, *mSpelling).read();
     const bool isThere = std::any_of(spans.begin(), spans.end(),
                                      [&](const Span& span) { return span.column == column; });
-    std::string raw =
-        isThere ? replaced(mRaw, spans, column, text) : inserted(mRaw, spans, column, text);
-    if (text::lengthUtf16(xstring(raw)) > kLongest) {
+    const PageText changed(isThere ? replaced(mRaw, *mSpelling, spans, column, text)
+                                   : inserted(mRaw, *mSpelling, spans, column, text),
+                           *mSpelling);
+    if (text::lengthUtf16(mSpelling->decoded(changed.mRaw)) > kLongest) {
         throw cannotSet(section, "more than 255 characters");
     }
     for (int other = 0; other < 3; ++other) {
-        const bool isAsMeant = other == column ? textOf(raw, other) == text
-                                               : textOf(raw, other) == textOf(mRaw, other);
+        const bool isAsMeant = other == column ? changed.textOf(other) == text
+                                               : changed.textOf(other) == textOf(other);
         if (!isAsMeant) throw cannotSet(section, "the text would run into another section");
     }
-    mRaw = std::move(raw);
+    *this = changed;
 }
 
 bool PageText::isSameAs(const PageText& other) const {
     for (int column = 0; column < 3; ++column) {
-        if (textOf(mRaw, column) != textOf(other.mRaw, column)) return false;
+        if (textOf(column) != other.textOf(column)) return false;
     }
     return true;
 }
@@ -175,4 +176,4 @@ Error cannotSet(PageSection section, const char* reason) {
                           " property of the PageSetup class: " + reason);
 }
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook

@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: MIT
-#include "workbook/ooxml/HyperlinkTarget.h"
+#include "workbook/HyperlinkTarget.h"
 
 #include <algorithm>
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "workbook/ooxml/Spelling.h"
+#include "workbook/Spelling.h"
 
-namespace brindle::workbook::ooxml {
+namespace brindle::workbook {
 
 namespace {
 
 // The application takes a workbook with a longer target for damaged.
 constexpr std::size_t kLongestTarget = 2079;
 constexpr std::string_view kFilePrefix = "file:///";
-
-enum class Form { Url, AbsolutePath, RelativePath };
 
 bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -42,32 +40,6 @@ bool hasScheme(std::string_view text) {
     });
 }
 
-struct Parts {
-    Form form = Form::Url;
-    std::string_view prefix;  // file:/// of an absolute path
-    std::string_view body;
-    std::string_view fragment;  // with the "#"
-};
-
-Parts partsOf(std::string_view target) {
-    Parts parts;
-    const std::size_t hash = std::min(target.find('#'), target.size());
-    parts.fragment = target.substr(hash);
-    parts.body = target.substr(0, hash);
-    const std::string_view start = parts.body.substr(0, kFilePrefix.size());
-    const bool isFile = text::lowerAscii(start) == kFilePrefix;
-    if (isFile && isAbsolutePath(parts.body.substr(start.size()))) {
-        parts.prefix = start;
-        parts.body.remove_prefix(start.size());
-    }
-    if (isAbsolutePath(parts.body)) {
-        parts.form = Form::AbsolutePath;
-    } else if (!hasScheme(parts.body)) {
-        parts.form = Form::RelativePath;
-    }
-    return parts;
-}
-
 // Bytes of the character that is escaped at the front, empty when none is. Escapes that would
 // read differently once they are expanded stay: of the percent sign, "#" and control characters.
 std::string escapedCharacter(std::string_view text) {
@@ -88,12 +60,12 @@ std::string escapedCharacter(std::string_view text) {
     return stays || !text::isValidUtf8(bytes) ? std::string() : bytes;
 }
 
-Spelling spellingOf(const Parts& parts) {
+Spelling spellingOf(const AddressParts& parts) {
     Spelling spelling(parts.body);
     for (std::size_t at = 0; at < parts.body.size();) {
         const std::size_t begin = at;
         std::string character;
-        if (parts.form != Form::Url && parts.body[at] == '%') {
+        if (parts.form != AddressForm::Url && parts.body[at] == '%') {
             character = escapedCharacter(parts.body.substr(at));
             at += 3 * character.size();
         }
@@ -117,9 +89,9 @@ bool isEscape(std::string_view text) {
 
 // New characters in the form in which the application stores them; letters of other alphabets
 // stay. Brackets are part of some addresses of hosts.
-std::string escaped(std::string_view text, Form form) {
+std::string escaped(std::string_view text, AddressForm form) {
     static constexpr char kHex[] = "0123456789abcdef";
-    const std::string_view escapedOnes = form == Form::Url ? " \"<>^`{}|" : " \"<>^`{}|[]";
+    const std::string_view escapedOnes = form == AddressForm::Url ? " \"<>^`{}|" : " \"<>^`{}|[]";
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
@@ -138,23 +110,42 @@ std::string escaped(std::string_view text, Form form) {
 
 }  // namespace
 
+AddressParts addressParts(std::string_view address) {
+    AddressParts parts;
+    const std::size_t hash = std::min(address.find('#'), address.size());
+    parts.fragment = address.substr(hash);
+    parts.body = address.substr(0, hash);
+    const std::string_view start = parts.body.substr(0, kFilePrefix.size());
+    const bool isFile = text::lowerAscii(start) == kFilePrefix;
+    if (isFile && isAbsolutePath(parts.body.substr(start.size()))) {
+        parts.prefix = start;
+        parts.body.remove_prefix(start.size());
+    }
+    if (isAbsolutePath(parts.body)) {
+        parts.form = AddressForm::AbsolutePath;
+    } else if (!hasScheme(parts.body)) {
+        parts.form = AddressForm::RelativePath;
+    }
+    return parts;
+}
+
 std::string shownAddress(std::string_view target) {
-    const Parts parts = partsOf(target);
+    const AddressParts parts = addressParts(target);
     return isHuge(target) ? std::string(parts.body) : spellingOf(parts).text();
 }
 
 std::string targetForAddress(std::string_view target, std::string_view address, bool hasLocation) {
     if (isHuge(target)) throw Error::refused("The address is too long for a hyperlink");
-    const Parts old = partsOf(target);
-    const Parts wanted = partsOf(address);
+    const AddressParts old = addressParts(target);
+    const AddressParts wanted = addressParts(address);
     const std::string_view text = address.substr(wanted.prefix.size());
     if (!wanted.fragment.empty() && (hasLocation || !old.fragment.empty())) {
         throw Error::refused("The link names a place in its document already");
     }
 
     std::string result(wanted.prefix);
-    if (result.empty() && wanted.form == Form::AbsolutePath) {
-        result = old.form == Form::AbsolutePath ? old.prefix : kFilePrefix;
+    if (result.empty() && wanted.form == AddressForm::AbsolutePath) {
+        result = old.form == AddressForm::AbsolutePath ? old.prefix : kFilePrefix;
     }
     result += spellingOf(old).changed(
         text, [&](std::string_view added) { return escaped(added, wanted.form); });
@@ -165,4 +156,4 @@ std::string targetForAddress(std::string_view target, std::string_view address, 
     return result;
 }
 
-}  // namespace brindle::workbook::ooxml
+}  // namespace brindle::workbook
