@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/Error.h"
+#include "workbook/xls/encryption/FilePass.h"
 #include "workbook/xls/WorkbookGlobals.h"
 
 namespace brindle::workbook::xls {
