@@ -86,6 +86,24 @@ def descriptions(root):
         yield b'|||'.join(how.write(b'package ' * 700))
 
 
+def workbook_streams(root, corpus):
+    """Encrypted workbook streams, and behind "|||" their encrypted property sets with header and
+    directory in the clear."""
+    sys.path.insert(0, os.path.join(root, 'tests/cli'))
+    import olefile
+    import xls_crypto
+    folder = os.path.join(corpus, 'encrypted')
+    for name in sorted(os.listdir(folder)):
+        if not name.endswith('.xls'):
+            continue
+        with olefile.OleFileIO(os.path.join(folder, name)) as ole:
+            stream = ole.openstream('Workbook' if ole.exists('Workbook') else 'Book').read()
+            if ole.exists('encryption'):
+                how = xls_crypto.opened(stream, 'password')
+                stream += b'|||' + how.clear_directory(ole.openstream('encryption').read())
+            yield stream
+
+
 def seeds_of(target, corpus, root):
     if target.startswith('EncryptionInfo'):
         return descriptions(root)
@@ -100,6 +118,8 @@ def seeds_of(target, corpus, root):
         return files(corpus, TEXT)
     if target.startswith('CompoundFile'):
         return compound_files(corpus)
+    if target.startswith('FilePass'):
+        return workbook_streams(root, corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
     if target.startswith('SharedStrings'):
