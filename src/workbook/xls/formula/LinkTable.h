@@ -12,25 +12,17 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "workbook/formula/SheetPrefix.h"
 #include "workbook/xls/biff/RecordReader.h"
 #include "workbook/xls/biff/RecordSplice.h"
 #include "workbook/xls/biff/StringCodec.h"
+#include "workbook/xls/formula/ExternSheets.h"
 #include "workbook/xls/formula/LinkRecords.h"
+#include "workbook/xls/formula/NameIndex.h"
 
 namespace brindle::workbook::xls {
-
-// The sheets of a 3-D token. BIFF8: `number` is an entry of EXTERNSHEET, from 0, and the rest
-// means nothing. BIFF5: `number` is an EXTERNSHEET record, from 1, as a signed value that is
-// negative for this workbook, whose sheets are then `first` to `last`, from 0.
-struct SheetLink {
-    std::uint16_t number = 0;
-    std::uint16_t first = 0;
-    std::uint16_t last = 0;
-};
 
 // A name as a token stores it: PtgName without `sheets`, else PtgNameX.
 struct NameLink {
@@ -65,7 +57,8 @@ public:
     bool appendExternName(std::string& out, std::uint16_t number, std::uint16_t index) const;
 
     // --- text to tokens: nothing when the sheet, workbook or name is not known ------------------
-    // Sheets that no entry names yet get one, which splices() then hold.
+    // Sheets that no entry names yet get one, which splices() then hold. BIFF2 to BIFF4 never
+    // have a link here.
     std::optional<SheetLink> sheetLink(const formula::SheetPrefix& prefix);
     // A name without a prefix: that of the sheet (from 0) before that of the workbook.
     std::optional<NameLink> name(std::string_view shownName, std::size_t sheet) const;
@@ -74,9 +67,41 @@ public:
     // A name or function behind a prefix.
     std::optional<NameLink> name(const formula::SheetPrefix& prefix, std::string_view shownName);
 
-    bool isChanged() const;
+    bool isChanged() const { return mLinks.isChanged(); }
     // Of the stream that the records were learned from.
-    std::vector<RecordSplice> splices() const;
+    std::vector<RecordSplice> splices() const { return mLinks.splices(); }
+
+private:
+    // What all tables of a workbook have in common.
+    struct Workbook {
+        std::vector<std::string> sheets;
+        std::vector<std::string> prefixes;  // of one sheet each
+        std::vector<DefinedName> names;
+        std::optional<NameIndex> index;  // when first asked
+    };
+    using Target = ExternSheets::Target;
+
+    LinkTable(const StringCodec& codec, std::shared_ptr<Workbook> workbook);
+
+    bool appendOwnPrefix(std::string& out, std::uint16_t first, std::uint16_t last) const;
+    bool appendOwnName(std::string& out, const Target& target, std::uint16_t index) const;
+
+    const NameIndex& workbookIndex() const;
+    const NameIndex& bookIndex() const;
+    std::optional<std::uint16_t> ownSheet(std::string_view name) const;
+    const std::vector<std::uint32_t>& booksOf(std::string_view path) const;
+    std::optional<std::uint16_t> bookSheet(std::size_t book, std::string_view name) const;
+    // A scope is a sheet from 1, 0 the workbook.
+    std::optional<std::uint16_t> ownName(std::string_view shownName, std::size_t scope) const;
+    std::optional<NameLink> ownNameBehind(const formula::SheetPrefix& prefix,
+                                          std::string_view shownName);
+    std::optional<NameLink> bookName(std::size_t book, const formula::SheetPrefix& prefix,
+                                     std::string_view shownName);
+
+    const StringCodec* mCodec;
+    std::shared_ptr<Workbook> mWorkbook;
+    ExternSheets mLinks;
+    mutable std::optional<NameIndex> mBookIndex;  // when first asked
 };
 
 }  // namespace brindle::workbook::xls
