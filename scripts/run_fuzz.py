@@ -73,6 +73,29 @@ def compound_files(corpus):
         yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
 
 
+def binary_sheets(corpus):
+    """Every substream of the binary workbooks, without its cells."""
+    import olefile
+    import struct
+    for data in compound_files(corpus):
+        try:
+            with olefile.OleFileIO(data) as file:
+                name = 'Workbook' if file.exists('Workbook') else 'Book'
+                stream = file.openstream(name).read()
+        except Exception:  # the seeds are as good without it
+            continue
+        at, depth, sheet = 0, 0, b''
+        while at + 4 <= len(stream):
+            kind, size = struct.unpack_from('<HH', stream, at)
+            depth += (kind == 0x809) - (kind == 0x0A)
+            is_cell = kind in (0x06, 0xBD, 0xBE, 0xFD, 0x201, 0x203, 0x204, 0x207, 0x208, 0x27E)
+            sheet += b'' if is_cell else stream[at:at + 4 + size]
+            at += 4 + size
+            if depth == 0:
+                yield sheet
+                sheet = b''
+
+
 def descriptions(root):
     """Descriptions of encryption with their packages; the password is "password"."""
     sys.path.insert(0, os.path.join(root, 'tests/cli'))
@@ -122,6 +145,10 @@ def seeds_of(target, corpus, root):
         return workbook_streams(root, corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
+    if target.startswith('XlsDrawing'):
+        return binary_sheets(corpus)
+    if target.startswith('XlsTexts'):
+        return (b'b' + sheet for sheet in binary_sheets(corpus))
     if target.startswith('SharedStrings'):
         return members(corpus, r'sharedStrings.*\.xml$')
     if target.startswith('SheetTexts'):

@@ -49,6 +49,7 @@ std::string Hyperlinks::address(std::size_t index) const {
 }
 
 void Hyperlinks::setAddress(std::size_t index, std::string_view address) {
+    if (address == this->address(index)) return;
     Link& link = mLinks.at(index);
     const HyperlinkObject original = objectOf(link.body);
     if (!original.address().empty() && address == original.address()) {

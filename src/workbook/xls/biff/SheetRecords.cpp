@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/biff/SheetRecords.h"
 
+#include "base/Error.h"
 #include "workbook/xls/biff/Biff.h"
 
 namespace brindle::workbook::xls {
 
 SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
-    : mReader(stream, sheetOffset), mBof(recordAt(stream, sheetOffset).id) {}
+    : mReader(stream, sheetOffset), mBof(recordAt(stream, sheetOffset).id) {
+    const bool isBof = mBof == 0x0009 || mBof == 0x0209 || mBof == 0x0409 || mBof == record::kBof;
+    if (!isBof) throw Error::damaged("No sheet begins where one should").atOffset(sheetOffset);
+}
 
 bool SheetRecords::next(Record& record) {
     while (!mIsAtEnd && mReader.next(record)) {

@@ -14,7 +14,7 @@ namespace brindle::workbook::xls {
 class SheetRecords {
 public:
     // `sheetOffset` is that of the sheet's BOF. Borrows the stream. Throws Error (Damaged) when
-    // no record stands there.
+    // there is none.
     SheetRecords(std::string_view stream, std::size_t sheetOffset);
 
     // The first one is the BOF. False behind the sheet's EOF, and where the stream ends without
