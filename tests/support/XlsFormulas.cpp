@@ -46,10 +46,6 @@ Version versionOf(const Record& bof) {
     }
 }
 
-bool isBof(std::uint16_t id) {
-    return id == 0x0009 || id == 0x0209 || id == 0x0409 || id == record::kBof;
-}
-
 std::string codePageName(std::uint16_t number) {
     if (number == 0x8000 || number == 10000) return "macintosh";
     if (number == 0x8001 || number == 1200) return "1252";

@@ -170,8 +170,7 @@ std::vector<CellEdit*> XlsWorksheet::edits() {
 
 bool XlsWorksheet::isChanged() const {
     return !mEdits.empty() || (mHyperlinks && mHyperlinks->isChanged()) ||
-           (mPages && mPages->isChanged()) || (mShapes && mShapes->isChanged()) ||
-           (mOwnLinks && mOwnLinks->isChanged());
+           (mPages && mPages->isChanged()) || (mShapes && mShapes->isChanged());
 }
 
 void XlsWorksheet::appendSplices(std::vector<RecordSplice>& splices) {

@@ -83,13 +83,14 @@ CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::stri
     content.kind = Kind::Formula;
     content.format = old.format;
     content.block = old.block == Block::OneCellArray ? Block::OneCellArray : Block::None;
-    const FormulaUse use =
-        content.block == Block::OneCellArray ? FormulaUse::Array : FormulaUse::Cell;
-    const bool hasOld = old.kind == Kind::Formula && old.block != Block::Shared;
+    FormulaCompiler::Place place;
+    place.sheet = mEntry.number;
+    place.cell = position;
+    place.use = content.block == Block::OneCellArray ? FormulaUse::Array : FormulaUse::Cell;
     const FormulaTokens oldTokens = old.formula.view();
-    FormulaCompiler compiler(mDocument.globals().codec(), links(), mEntry.number);
-    content.formula = compiler.compile(std::string_view(formula).substr(1), use, position,
-                                       hasOld ? &oldTokens : nullptr);
+    content.formula = FormulaCompiler(mDocument.globals().codec(), links())
+                          .compile(std::string_view(formula).substr(1), place,
+                                   old.kind == Kind::Formula ? &oldTokens : nullptr);
     if (content.formula.tokens.size() + content.formula.extra.size() >
         longestFormula(mDocument.globals().version())) {
         throw Error::refused("Formula is too long");
