@@ -48,11 +48,8 @@ void checkStream(const std::string& stream, Version version) {
 void close(std::string& stream, const crypto::Rc4Keys& keys) {
     if (stream.size() < 8) return;
     const std::size_t offset = getLittleEndian<std::uint32_t>(stream.data());
-    const std::size_t size = getLittleEndian<std::uint32_t>(stream.data() + 4);
     const std::span<char> all(stream);
-    if (offset >= 8 && offset <= all.size() && size <= all.size() - offset) {
-        keys.apply(0, all.subspan(offset, size));
-    }
+    if (offset >= 8 && offset <= all.size()) keys.apply(0, all.subspan(offset));
     keys.apply(0, all.subspan(0, 8));
 }
 

@@ -231,9 +231,8 @@ TEST(XlsEncryption, RefusesPropertiesThatAreNotThere) {
         [&] { return made(18, 24, 7, 10); },      // into what stands in front
         [&] { return made(18, 24, 45, 1); },      // behind the end
         [&] { return made(18, 24, 0xFFFF, 1); },  //
-        [&] { return made(18, 23, 8, 10); },      // directory too short
-        [&] { return made(18, 24, 8, 10, 2); },   //
-        [&] { return made(18, 28, 8, 10); },      // directory behind the end
+        [&] { return made(18, 24, 8, 10, 2); },   // more than there are
+        [&] { return made(42, 24, 8, 10); },      // directory behind the end
         [&] { return made(0xFFFF, 24, 8, 10); },  //
         [&] { return EncryptedProperties("1234567", keys); },
     };

@@ -82,7 +82,7 @@ class Test:
     def made(self):
         methods = [Xor(BIFF8), Xor(BIFF5), Rc4(), CryptoApi(40, 2, stored_bits=0)]
         methods += [CryptoApi(bits, 2 + bits // 8 % 3) for bits in (40, 56, 64, 80, 128)]
-        tails = (b'', bytes(700), b'\x85\0\xff\xff none of them', b'\x01\x02\x03')
+        tails = (b'', bytes(700) + record(0x203, b'behind'), b'\x85\0\xff\xff none of them', b'\x01\x02\x03')
         for i, how in enumerate(methods):
             for password in ('a', 'pass w\u00f6rd', 'fifteen letters', 'more than fifteen letters',
                              DEFAULT):

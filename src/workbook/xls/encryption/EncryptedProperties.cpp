@@ -44,7 +44,8 @@ std::string EncryptedProperties::decrypted(std::uint32_t block, const Piece& pie
 void EncryptedProperties::readDirectory() {
     const std::string header = decrypted(kDirectoryBlock, {0, kHeaderSize});
     mDirectory.offset = getLittleEndian<std::uint32_t>(header.data());
-    mDirectory.size = getLittleEndian<std::uint32_t>(header.data() + 4);
+    // The stored size may count the number of entries in or not; the entries tell it as well.
+    mDirectory.size = mBytes.size() - std::min(mDirectory.offset, mBytes.size());
     const std::string directory = decrypted(kDirectoryBlock, mDirectory);
     ByteReader reader(directory);
     for (auto count = reader.number<std::uint32_t>(); count > 0; --count) {
@@ -58,6 +59,7 @@ void EncryptedProperties::readDirectory() {
         stream.name = utf8(reader.bytes(2 * length));
         reader.skip(2);  // what ends the name
     }
+    mDirectory.size = reader.position();
 }
 
 void EncryptedProperties::writeDirectory() {
@@ -67,11 +69,11 @@ void EncryptedProperties::writeDirectory() {
         putLittleEndian(at, static_cast<std::uint32_t>(stream.piece.offset));
         putLittleEndian(at + 4, static_cast<std::uint32_t>(stream.piece.size));
     }
-    std::string header = littleEndian(static_cast<std::uint32_t>(mDirectory.offset)) +
-                         littleEndian(static_cast<std::uint32_t>(mDirectory.size));
     mKeys.apply(kDirectoryBlock, directory);
-    mKeys.apply(kDirectoryBlock, header);
     mBytes.replace(mDirectory.offset, directory.size(), directory);
+    std::string header = decrypted(kDirectoryBlock, {0, kHeaderSize});
+    putLittleEndian(header.data(), static_cast<std::uint32_t>(mDirectory.offset));
+    mKeys.apply(kDirectoryBlock, header);
     mBytes.replace(0, header.size(), header);
 }
 

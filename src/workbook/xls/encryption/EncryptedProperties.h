@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The stream "encryption" of a workbook under RC4 CryptoAPI: the streams of the property sets,
-// encrypted, with a directory of them behind. [MS-OFFCRYPTO] 2.3.5.4; other than written there the
-// eight bytes in front are encrypted as well.
+// encrypted, and a directory of them. [MS-OFFCRYPTO] 2.3.5.4. The eight bytes in front, which tell
+// where the directory is, are encrypted with the key of block 0, and so is the directory, each
+// from its own beginning.
 #pragma once
 
 #include <cstddef>
