@@ -7,6 +7,7 @@
 #include "base/Text.h"
 #include "workbook/ooxml/OoxmlFormat.h"
 #include "workbook/text/TextFormat.h"
+#include "workbook/xls/XlsFormat.h"
 
 namespace brindle::workbook {
 
@@ -27,6 +28,17 @@ const std::vector<FormatRow>& rows() {
          ooxml::probe,
          ooxml::open,
          ooxml::probeCompound},
+        {"Excel workbook (binary)",
+         {".xls", ".xlt", ".xl"},
+         {.cells = true,
+          .hyperlinks = true,
+          .headers = true,
+          .shapes = true,
+          .properties = true,
+          .password = true},
+         xls::probe,
+         xls::open,
+         xls::probeCompound},
         {"Delimited text",
          {".csv", ".txt", ".tab", ".prn"},
          {.cells = true},

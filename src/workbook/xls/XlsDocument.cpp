@@ -101,7 +101,8 @@ std::optional<std::string> XlsDocument::changedCellText(const FormulaTokens& for
 }
 
 WorkbookProperties& XlsDocument::properties() {
-    if (!mProperties) mProperties = std::make_unique<WorkbookProperties>(mFile, mOptions);
+    if (!mProperties)
+        mProperties = std::make_unique<WorkbookProperties>(mFile, mOptions.currentYear);
     return *mProperties;
 }
 
