@@ -11,6 +11,7 @@ BOF_IDS = (0x0009, 0x0209, 0x0409, 0x0809)
 EOF, BOUNDSHEET, INDEX, DBCELL, ROW, SST, EXTSST, CONTINUE = (
     0x0A, 0x85, 0x20B, 0xD7, 0x208, 0xFC, 0xFF, 0x3C)
 FILEPASS, DEFCOLWIDTH = 0x2F, 0x55
+FORMULAS = (0x06, 0x206, 0x406)
 CELLS = (0x06, 0xBD, 0xBE, 0xD6, 0xFD, 0x201, 0x203, 0x204, 0x205, 0x27E)
 
 
@@ -181,6 +182,23 @@ def string_places(pieces):
     return places
 
 
+def formula_cells(stream):
+    """Sheet, row and column of every formula; sheets without names are left out."""
+    sheets, found, sheet = {}, set(), None
+    for offset, number, body in records(stream):
+        if number == BOUNDSHEET:
+            wide = len(body) > 7 and body[7] & 1 and body[6] * 2 + 8 == len(body)
+            is_new = 8 + body[6] * (2 if wide else 1) == len(body)
+            name = body[8:] if is_new else body[7:]
+            sheets[struct.unpack_from('<I', body)[0]] = name.decode('utf-16-le' if wide
+                                                                    else 'latin-1')
+        elif number in BOF_IDS:
+            sheet = sheets.get(offset, sheet)
+        elif number in FORMULAS and sheet is not None:
+            found.add((sheet, *struct.unpack_from('<HH', body)))
+    return found
+
+
 def texts(path):
     """Cells by sheet and place as xlrd sees them; None when it cannot read the file."""
     import xlrd
@@ -189,11 +207,14 @@ def texts(path):
         with warnings.catch_warnings():
             warnings.simplefilter('ignore')
             workbook = xlrd.open_workbook(path, logfile=io.StringIO(), on_demand=False)
+        # xlrd shows last results, which a changed formula has not got any more.
+        formulas = formula_cells(workbook_stream(path))
         for sheet in workbook.sheets():
             for row in range(sheet.nrows):
                 for column in range(sheet.row_len(row)):
                     cell = sheet.cell(row, column)
-                    if cell.ctype != xlrd.XL_CELL_EMPTY:
+                    is_formula = (sheet.name, row, column) in formulas
+                    if cell.ctype != xlrd.XL_CELL_EMPTY and not is_formula:
                         found[sheet.name, row, column] = cell.value
     except Exception as error:  # whatever stops the other reader says nothing about us
         print(f'  xlrd: {error!r}')

@@ -39,9 +39,18 @@ CellShape shapeInBiff2(std::uint16_t id) {
     }
 }
 
-std::uint16_t formulaId(Version version) {
-    if (version == Version::Biff3) return 0x0206;
-    return version == Version::Biff4 ? 0x0406 : record::kFormula;
+// Some programs write later versions with the ids of BIFF3 and BIFF4.
+bool isFormula(std::uint16_t id, Version version) {
+    switch (id) {
+        case record::kFormula:
+            return version >= Version::Biff5;
+        case 0x0206:
+            return version != Version::Biff4;
+        case 0x0406:
+            return version != Version::Biff3;
+        default:
+            return false;
+    }
 }
 
 double doubleAt(const char* at) {
@@ -86,7 +95,7 @@ CellShape cellShape(std::uint16_t id, Version version) {
         case record::kBoolErr:
             return CellShape::BoolErr;
         default:
-            return id == formulaId(version) ? CellShape::Formula : CellShape::None;
+            return isFormula(id, version) ? CellShape::Formula : CellShape::None;
     }
 }
 

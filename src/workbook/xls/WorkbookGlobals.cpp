@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::uint16_t kWindow1 = 0x003D;
 constexpr std::uint16_t kDialogFlag = 0x0010;  // of WSBOOL
-constexpr std::uint8_t kWorksheetType = 0;     // in BOUNDSHEET
+constexpr std::uint8_t kMacroType = 1;         // in BOUNDSHEET
+constexpr std::uint8_t kModuleType = 6;
 
 std::string codePageName(std::uint16_t number) {
     switch (number) {
@@ -43,6 +44,20 @@ std::size_t walk(std::string_view stream, const Use& use) {
         }
     }
     return reader.offset();
+}
+
+// What kind of sheet begins there; programs for charts give their table a number of their own.
+bool isOtherKind(const Record& bof) {
+    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
+        case substream::kGlobals:
+        case substream::kModule:
+        case substream::kChart:
+        case substream::kMacro:
+        case substream::kWorkspace:
+            return true;
+        default:
+            return false;
+    }
 }
 
 std::uint16_t firstNumber(const Record& record) {
@@ -166,17 +181,14 @@ void WorkbookGlobals::readWindow(const Record& record) {
 
 bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& sheet,
                                   std::uint8_t type) const {
-    if (type != kWorksheetType) return false;
+    if (type == kMacroType || type == kModuleType) return false;
     const Record begin = recordAt(stream, sheet.offset);
     if (!isBof(begin.id)) {
         throw Error::damaged("A sheet does not begin where the workbook says")
             .inMember(sheet.name)
             .atOffset(sheet.offset);
     }
-    if (begin.body.size() < 4 ||
-        getLittleEndian<std::uint16_t>(begin.body.data() + 2) != substream::kWorksheet) {
-        return false;
-    }
+    if (begin.body.size() < 4 || isOtherKind(begin)) return false;
     // Dialog sheets tell themselves before their first row.
     bool isDialog = false;
     walk(stream.substr(sheet.offset), [&](const Record& record) {
