@@ -7,6 +7,9 @@ White space, letter case, quotes around sheet names and what the other program i
 a way of its own are evened out first. What differs then is counted by its reason where one of
 REASONS applies; anything else fails the check.
 
+Then compiles every formula from the text that we show, anew and with its tokens given, and compares
+with what is stored: the text must be the same again, the classes and jumps of the tokens too.
+
 Usage: check_formulas.py --driver PROGRAM [--corpus FOLDER] [--libreoffice] [--only TEXT]
 Without --corpus the environment variable BRINDLE_CORPUS names the folder. Exit status 77 when a
 reader or the corpus is missing.
@@ -222,12 +225,52 @@ class LibreOfficeReader:
         return texts
 
 
+class Compiled:
+    """What the driver counts when it compiles the formulas of each workbook from their texts."""
+    FAULTS = ('other text anew', 'other text patched', 'other text edited', 'other jumps')
+    # Share of something that may differ: the tokens of other programs, which follow rules of their
+    # own, and formulas that are stored although they break the rules for what can be entered.
+    LIMITS = (('refused', 'formulas', 0.01), ('edited, refused', 'formulas', 0.01),
+              ('other classes', 'tokens with a class', 0.003),
+              ('other operands', 'tokens with a class', 0.001),
+              ('other tokens', 'tokens with a class', 0.001),
+              ('other number of tokens', 'formulas', 0.001),
+              ('patched differently', 'formulas', 0.001),
+              ('edited, other classes or jumps', 'formulas', 0.001))
+
+    def __init__(self, driver):
+        self.driver = driver
+        self.counts = collections.Counter()
+        self.details = []
+
+    def check(self, path):
+        run = subprocess.run([self.driver, 'compile', path], capture_output=True, timeout=600,
+                             check=False)
+        counts, _, details = run.stdout.decode(errors='replace').partition('\n\n')
+        for line in counts.split('\n'):
+            count, _, what = line.partition('\t')
+            if what:
+                self.counts[what] += int(count)
+        if run.returncode != 0 and not run.stderr.startswith(b'The workbook is encrypted'):
+            self.counts['workbooks that fail'] += 1
+            self.details.append(f'{path}: {run.stderr.decode()}')
+        if details.strip():
+            self.details.append(f'{path}:\n{details}')
+
+    def faults(self):
+        """The counts that are larger than they may be."""
+        found = [what for what in self.FAULTS + ('workbooks that fail',) if self.counts[what]]
+        return found + [what for what, of, share in self.LIMITS
+                        if self.counts[what] > share * self.counts[of]]
+
+
 class Checker:
     def __init__(self, driver, corpus, readers):
         self.driver, self.corpus, self.readers = driver, corpus, readers
         self.shown = collections.Counter()
         self.counts = {reader.name: collections.Counter() for reader in readers}
         self.faults = 0
+        self.compiled = Compiled(driver)
 
     def check(self, name):
         path = os.path.join(self.corpus, name)
@@ -235,6 +278,7 @@ class Checker:
         if run.returncode != 0:
             self.fault(name, run.stderr.decode())
             return
+        self.compiled.check(path)
         ours = [Formula(line) for line in run.stdout.decode().split('\n') if line]
         for formula in ours:
             self.shown[formula.kind + ('' if formula.is_shown else ', not shown')] += 1
@@ -284,6 +328,8 @@ def main():
     parser.add_argument('--corpus', default=os.environ.get('BRINDLE_CORPUS'))
     parser.add_argument('--libreoffice', action='store_true')
     parser.add_argument('--only', default='')
+    parser.add_argument('--details', action='store_true',
+                        help='every formula that does not compile to what is stored')
     options = parser.parse_args()
     if not options.corpus:
         print('skipped: no corpus')
@@ -304,7 +350,14 @@ def main():
     for reader, counts in checker.counts.items():
         print(f'{reader}:', dict(counts))
     print(f'{checker.faults} differences without a reason')
-    sys.exit(1 if checker.faults or not checker.shown else 0)
+    compiled = checker.compiled
+    if options.details:
+        print('\n'.join(compiled.details))
+    print('compiled:', dict(sorted(compiled.counts.items())))
+    faults = compiled.faults()
+    if faults:
+        print('too many:', ', '.join(faults))
+    sys.exit(1 if checker.faults or faults or not compiled.counts['formulas'] else 0)
 
 
 if __name__ == '__main__':

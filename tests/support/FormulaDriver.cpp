@@ -6,12 +6,16 @@
 //         text of one that cannot be shown is the bytes of its tokens behind a "!"
 //     formula_driver time COUNT FILE
 //         decodes all of them COUNT times and tells nanoseconds for each
+//     formula_driver compile FILE
+//         compiles all of them from their text: a line for each thing counted, behind its count and
+//         a tab, then, behind an empty line, what does not come out as it is stored
 // Exit status 2 and a line on standard error when the file is refused.
 #include <chrono>
 #include <cstdio>
 #include <string>
 
 #include "base/Error.h"
+#include "FormulaRecompile.h"
 #include "XlsFormulas.h"
 
 namespace {
@@ -75,6 +79,13 @@ void measure(const XlsFormulas& book, int count) {
                 time.count() / static_cast<double>(decoded));
 }
 
+void compile(XlsFormulas&& book) {
+    const RecompileResult result = recompile(book);
+    for (const auto& [what, count] : result.counts) std::printf("%zu\t%s\n", count, what.c_str());
+    std::printf("\n");
+    for (const std::string& line : result.details) std::printf("%s\n", line.c_str());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -82,6 +93,8 @@ int main(int argc, char** argv) {
     try {
         if (words.at(0) == "time") {
             measure(XlsFormulas(words.at(2)), std::stoi(words.at(1)));
+        } else if (words.at(0) == "compile") {
+            compile(XlsFormulas(words.at(1)));
         } else {
             list(XlsFormulas(words.at(0)));
         }

@@ -41,6 +41,7 @@ public:
     const StringCodec& codec() const { return *mCodec; }
     LinkTable& links() { return *mLinks; }
     const std::vector<XlsFormulaSheet>& sheets() const { return mSheets; }
+    std::vector<XlsFormulaSheet>& sheets() { return mSheets; }
     const std::string& stream() const { return mStream; }
 
     // Nothing when the formula cannot be shown.

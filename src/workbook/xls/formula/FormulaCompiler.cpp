@@ -17,7 +17,7 @@ CompiledFormula FormulaCompiler::compile(std::string_view text, const Place& pla
                                          const FormulaTokens* old) {
     const Formula parsed = Formula::parse(text);
     CompiledFormula compiled =
-        TreeCompiler(mStrings, mLinks, place.sheet).compile(parsed.root(), place.use);
+        TreeCompiler(mStrings, mLinks, place.sheet, place.use).compile(parsed.root());
     const std::string canonical = canonicalFormula(parsed.root(), mStrings.version());
     if (old != nullptr) {
         auto result = patched(*old, compiled, place);
@@ -36,7 +36,7 @@ std::optional<CompiledFormula> FormulaCompiler::patched(const FormulaTokens& old
     try {
         const Formula parsed = Formula::parse(*oldText);
         const CompiledFormula oldCompiled =
-            TreeCompiler(mStrings, mLinks, place.sheet).compile(parsed.root(), place.use);
+            TreeCompiler(mStrings, mLinks, place.sheet, place.use).compile(parsed.root());
         return patchTokens(old, oldCompiled.view(), compiled.view(), mStrings.version());
     } catch (const Error&) {
         return std::nullopt;  // a formula that this format cannot hold by our rules, but does

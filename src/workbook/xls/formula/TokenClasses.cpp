@@ -14,31 +14,20 @@ TokenClass tokenClass(char letter) {
     }
 }
 
+Wanted wantedByParameter(TokenClass parameter, Wanted wanted, FormulaUse use) {
+    const bool forces = parameter == TokenClass::Array ||
+                        (parameter == TokenClass::Reference && use == FormulaUse::Array);
+    return {parameter, wanted.forced || forces};
+}
+
 Wanted wantedByOperator(Wanted wanted) {
     if (wanted.what == TokenClass::Reference) wanted.what = TokenClass::Value;
     return wanted;
 }
 
-TokenClass operandClass(Wanted wanted) {
-    if (wanted.what == TokenClass::Value && wanted.forced) return TokenClass::Array;
-    return wanted.what;
-}
-
-FunctionClass functionClass(TokenClass returned, Wanted wanted) {
-    if (wanted.forced) {
-        switch (returned) {
-            case TokenClass::Reference:
-                return {wanted.what == TokenClass::Reference ? returned : TokenClass::Array, false};
-            case TokenClass::Array:
-                return {TokenClass::Array, false};
-            default:
-                return {TokenClass::Array, true};
-        }
-    }
-    if (returned == wanted.what || wanted.what == TokenClass::Reference) return {returned, false};
-    if (wanted.what == TokenClass::Value) return {TokenClass::Value, false};
-    return {returned == TokenClass::Reference ? returned : TokenClass::Array,
-            returned == TokenClass::Value};
+TokenClass wantedClass(TokenClass own, Wanted wanted) {
+    const TokenClass result = wanted.what == TokenClass::Reference ? own : wanted.what;
+    return result == TokenClass::Value && wanted.forced ? TokenClass::Array : result;
 }
 
 }  // namespace brindle::workbook::xls

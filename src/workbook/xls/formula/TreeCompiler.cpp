@@ -83,9 +83,8 @@ std::uint8_t operatorToken(Operator op) {
 
 }  // namespace
 
-CompiledFormula TreeCompiler::compile(const Node& root, FormulaUse use) {
-    const Wanted wanted = use == FormulaUse::Array ? Wanted{TokenClass::Array, true} : Wanted{};
-    compileTree(root, {wanted, false});
+CompiledFormula TreeCompiler::compile(const Node& root) {
+    compileTree(root, {});
     if (mIsVolatile) mWriter.makeVolatile();
     CompiledFormula compiled = mWriter.take();
     if (compiled.tokens.size() > longestTokens(mWriter.version())) refuseFormula();
@@ -127,7 +126,7 @@ void TreeCompiler::compileTree(const Node& root, Context context) {
 }
 
 std::size_t TreeCompiler::beginMemory(const Node& node, Context context) {
-    const TokenClass tokenClass = operandClass(context.wanted);
+    const TokenClass tokenClass = wantedClass(TokenClass::Reference, context.wanted);
     const auto areas = constantAreas(node, mWriter);
     return areas ? mWriter.beginMemory(tokenClass, *areas) : mWriter.beginMemory(tokenClass);
 }
@@ -149,7 +148,7 @@ void TreeCompiler::compileOperand(const Node& node, Context context) {
     if (node.kind == NodeKind::Parentheses) return compileParentheses(node, context);
     if (node.kind == NodeKind::Call) return compileCall(node, context.wanted);
     mWriter.space(node.before, SpaceBefore::Token);
-    const TokenClass tokenClass = operandClass(context.wanted);
+    const TokenClass tokenClass = wantedClass(TokenClass::Reference, context.wanted);
     switch (node.kind) {
         case NodeKind::Number:
             return mWriter.number(node.number);
@@ -160,8 +159,7 @@ void TreeCompiler::compileOperand(const Node& node, Context context) {
         case NodeKind::Missing:
             return mWriter.operation(token::kMissArg);
         case NodeKind::Array:
-            return mWriter.array(
-                tokenClass == TokenClass::Reference ? TokenClass::Array : tokenClass, node);
+            return mWriter.array(wantedClass(TokenClass::Array, context.wanted), node);
         case NodeKind::Name:
             return compileName(node, tokenClass);
         case NodeKind::ErrorValue:
@@ -225,9 +223,10 @@ void TreeCompiler::compileCall(const Node& node, Wanted wanted) {
 }
 
 void TreeCompiler::compileArgument(const Node& node, std::size_t argument, std::string_view classes,
-                                   FunctionClass own) {
+                                   Wanted wanted) {
     const char letter = classes[std::min(argument, classes.size() - 1)];
-    compileTree(*node.children[argument], {{tokenClass(letter), own.forcesArguments}, false});
+    compileTree(*node.children[argument],
+                {wantedByParameter(tokenClass(letter), wanted, mUse), false});
 }
 
 // In front of the name and of the closing parenthesis.
@@ -241,52 +240,57 @@ void TreeCompiler::compileBuiltIn(const Node& node, const BuiltInFunction& funct
                                   Wanted wanted) {
     const std::size_t count = node.children.size();
     if (count < function.minArguments || count > function.maxArguments) refuseFormula();
-    const FunctionClass own = functionClass(tokenClass(function.returnClass), wanted);
     mIsVolatile = mIsVolatile || function.isVolatile;
-    if (function.id == kIfFunction) return compileIf(node, function, own);
-    if (function.id == kChooseFunction) return compileChoose(node, function, own);
-    for (std::size_t i = 0; i < count; ++i) {
-        compileArgument(node, i, function.parameterClasses, own);
+    const std::string_view classes = function.parameterClasses;
+    std::vector<std::size_t> skips;
+    if (function.id == kIfFunction) {
+        skips = compileIf(node, classes, wanted);
+    } else if (function.id == kChooseFunction) {
+        skips = compileChoose(node, classes, wanted);
+    } else {
+        for (std::size_t i = 0; i < count; ++i) compileArgument(node, i, classes, wanted);
+        compileSpaceOfCall(node);
     }
-    compileSpaceOfCall(node);
     if (function.id == kSumFunction && count == 1)
         mWriter.sum();
     else
-        mWriter.function(own.token, function, count);
-}
-
-// Only the part that the condition decides for is calculated: jumps lead over the other one.
-void TreeCompiler::compileIf(const Node& node, const BuiltInFunction& function, FunctionClass own) {
-    const std::string_view classes = function.parameterClasses;
-    compileArgument(node, 0, classes, own);
-    const std::size_t whenFalse = mWriter.beginJump(attribute::kIf);
-    compileArgument(node, 1, classes, own);
-    std::vector<std::size_t> skips{mWriter.beginJump(attribute::kSkip)};
-    mWriter.endJump(whenFalse);
-    if (node.children.size() > 2) {
-        compileArgument(node, 2, classes, own);
-        skips.push_back(mWriter.beginJump(attribute::kSkip));
-    }
-    compileSpaceOfCall(node);
-    mWriter.function(own.token, function, node.children.size());
+        mWriter.function(wantedClass(tokenClass(function.returnClass), wanted), function, count);
     for (const std::size_t skip : skips) mWriter.endJump(skip);
 }
 
-void TreeCompiler::compileChoose(const Node& node, const BuiltInFunction& function,
-                                 FunctionClass own) {
-    const std::size_t count = node.children.size() - 1;
-    compileArgument(node, 0, function.parameterClasses, own);
-    const std::size_t choices = mWriter.beginChoices(count);
+// Only the part that the condition decides for is calculated: jumps lead over the other one and
+// behind the function. White space of the function stands in front of the last jump.
+std::vector<std::size_t> TreeCompiler::compileIf(const Node& node, std::string_view classes,
+                                                 Wanted wanted) {
+    const bool hasElse = node.children.size() > 2;
     std::vector<std::size_t> skips;
+    compileArgument(node, 0, classes, wanted);
+    const std::size_t whenFalse = mWriter.beginJump(attribute::kIf);
+    compileArgument(node, 1, classes, wanted);
+    if (!hasElse) compileSpaceOfCall(node);
+    skips.push_back(mWriter.beginJump(attribute::kSkip));
+    mWriter.endJump(whenFalse);
+    if (!hasElse) return skips;
+    compileArgument(node, 2, classes, wanted);
+    compileSpaceOfCall(node);
+    skips.push_back(mWriter.beginJump(attribute::kSkip));
+    return skips;
+}
+
+std::vector<std::size_t> TreeCompiler::compileChoose(const Node& node, std::string_view classes,
+                                                     Wanted wanted) {
+    const std::size_t count = node.children.size() - 1;
+    std::vector<std::size_t> skips;
+    compileArgument(node, 0, classes, wanted);
+    const std::size_t choices = mWriter.beginChoices(count);
     for (std::size_t i = 0; i < count; ++i) {
         mWriter.beginChoice(choices, i);
-        compileArgument(node, i + 1, function.parameterClasses, own);
+        compileArgument(node, i + 1, classes, wanted);
+        if (i + 1 == count) compileSpaceOfCall(node);
         skips.push_back(mWriter.beginJump(attribute::kSkip));
     }
     mWriter.beginChoice(choices, count);
-    compileSpaceOfCall(node);
-    mWriter.function(own.token, function, node.children.size());
-    for (const std::size_t skip : skips) mWriter.endJump(skip);
+    return skips;
 }
 
 // The name is the first argument.
@@ -294,12 +298,12 @@ void TreeCompiler::compileUserFunction(const Node& node, Wanted wanted) {
     const auto link =
         node.prefix ? mLinks.name(*node.prefix, node.text) : mLinks.function(node.text, mSheet);
     if (!link) refuseFormula();
-    const FunctionClass own = functionClass(TokenClass::Reference, wanted);
     const std::string_view classes = node.prefix ? "R" : futureParameterClasses(node.text);
     mWriter.name(TokenClass::Reference, *link);
-    for (std::size_t i = 0; i < node.children.size(); ++i) compileArgument(node, i, classes, own);
+    for (std::size_t i = 0; i < node.children.size(); ++i)
+        compileArgument(node, i, classes, wanted);
     compileSpaceOfCall(node);
-    mWriter.userFunction(own.token, node.children.size() + 1);
+    mWriter.userFunction(wantedClass(TokenClass::Reference, wanted), node.children.size() + 1);
 }
 
 }  // namespace brindle::workbook::xls

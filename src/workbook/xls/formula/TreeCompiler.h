@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "workbook/formula/FormulaTree.h"
 #include "workbook/xls/biff/StringCodec.h"
@@ -14,19 +15,16 @@
 
 namespace brindle::workbook::xls {
 
-// What a formula belongs to: a cell, or a range of cells that shows its array.
-enum class FormulaUse : std::uint8_t { Cell, Array };
-
 // Compiles one formula. White space that has no token is left out: between a function's name and
 // its parenthesis, in front of commas, in array constants, at the end.
 class TreeCompiler {
 public:
     // Borrows both. `sheet` is the sheet of the formula, from 0.
-    TreeCompiler(const StringCodec& strings, LinkTable& links, std::size_t sheet)
-        : mWriter(strings), mLinks(links), mSheet(sheet) {}
+    TreeCompiler(const StringCodec& strings, LinkTable& links, std::size_t sheet, FormulaUse use)
+        : mWriter(strings), mLinks(links), mSheet(sheet), mUse(use) {}
 
     // Throws Error 1004 for what the format cannot hold.
-    CompiledFormula compile(const formula::Node& root, FormulaUse use);
+    CompiledFormula compile(const formula::Node& root);
 
 private:
     using Node = formula::Node;
@@ -47,16 +45,19 @@ private:
 
     void compileCall(const Node& node, Wanted wanted);
     void compileBuiltIn(const Node& node, const BuiltInFunction& function, Wanted wanted);
-    void compileIf(const Node& node, const BuiltInFunction& function, FunctionClass own);
-    void compileChoose(const Node& node, const BuiltInFunction& function, FunctionClass own);
+    // These return the jumps that lead behind the function.
+    std::vector<std::size_t> compileIf(const Node& node, std::string_view classes, Wanted wanted);
+    std::vector<std::size_t> compileChoose(const Node& node, std::string_view classes,
+                                           Wanted wanted);
     void compileUserFunction(const Node& node, Wanted wanted);
     void compileArgument(const Node& node, std::size_t argument, std::string_view classes,
-                         FunctionClass own);
+                         Wanted wanted);
     void compileSpaceOfCall(const Node& node);
 
     TokenWriter mWriter;
     LinkTable& mLinks;
     std::size_t mSheet;
+    FormulaUse mUse;
     int mFunctionDepth = 0;
     bool mIsVolatile = false;
 };
