@@ -9,6 +9,7 @@ targets find interesting is kept in the seed folder (by default build/fuzz-seeds
 import argparse
 import os
 import re
+import struct
 import subprocess
 import sys
 import zipfile
@@ -85,6 +86,36 @@ def compound_files(corpus):
         yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
 
 
+def formula_tokens(corpus):
+    """Formulas of binary workbooks with the link records, as the target takes them apart."""
+    try:
+        import olefile
+    except ImportError:
+        return
+    links = (0x16, 0x17, 0x18, 0x23, 0x85, 0x8C, 0x1AE, 0x218, 0x223)
+    for folder in ('xls', 'xls-biff5', 'xls-biff2-4'):
+        for data in files(corpus, [folder]):
+            if data.startswith(b'\xd0\xcf\x11'):
+                with olefile.OleFileIO(data) as container:
+                    streams = [container.openstream(name).read() for name in container.listdir()
+                               if name[-1].lower() in ('workbook', 'book') and len(name) == 1]
+                data = streams[0] if streams else b''
+            version = {b'\x09\0': 0, b'\x09\x02': 1, b'\x09\x04': 2}.get(data[:2], 3)
+            version += data[5:6] == b'\x06'
+            known, seen, at = b'', set(), 0
+            while at + 4 <= len(data):
+                kind, size = struct.unpack_from('<HH', data, at)
+                body = data[at + 4:at + 4 + size]
+                if kind in links and len(known) + size < 4096:
+                    known += data[at:at + 4 + size]
+                start = {0x06: 20, 0x206: 16, 0x406: 16, 0x4BC: 8, 0x221: 12}.get(kind)
+                if start and len(body) > start + 2 and len(seen) < 200:
+                    seen.add(body[start:])
+                at += 4 + size
+            for tokens in seen:
+                yield bytes([version]) + struct.pack('<H', len(known)) + known + tokens
+
+
 def descriptions(root):
     """Descriptions of encryption with their packages; the password is "password"."""
     sys.path.insert(0, os.path.join(root, 'tests/cli'))
@@ -103,13 +134,15 @@ def seeds_of(target, corpus, root):
         return descriptions(root)
     if target.startswith('FormulaCompiler'):
         return edited_formulas(root)
-    if target.startswith('Formula'):
+    if target == 'FormulaFuzzer':
         return formulas(root)
     if target.startswith('Language'):
         folder = os.path.join(root, 'data/Languages')
         return (open(os.path.join(folder, name), 'rb').read() for name in os.listdir(folder))
     if not corpus:
         return ()
+    if target.startswith('FormulaTokens'):
+        return formula_tokens(corpus)
     if target.startswith('TextFormat'):
         return files(corpus, TEXT)
     if target.startswith('CompoundFile'):

@@ -100,12 +100,15 @@ void LinkTable::learn(const Record& record, std::string_view body, std::size_t e
     } catch (const Error&) {
         // It keeps its number, and has no text.
     }
-    mWorkbook->names.push_back(std::move(name));
+    // Sheets of a workbook have no names but those that they all share.
+    if (!mIsOfSheet) mWorkbook->names.push_back(std::move(name));
 }
 
 LinkTable LinkTable::forSheet() const {
-    if (mCodec->version() == Version::Biff5) return LinkTable(*mCodec, mWorkbook);
-    return *this;
+    if (mCodec->version() != Version::Biff5) return *this;
+    LinkTable table(*mCodec, mWorkbook);
+    table.mIsOfSheet = true;
+    return table;
 }
 
 // --- tokens to text

@@ -102,6 +102,7 @@ private:
     std::shared_ptr<Workbook> mWorkbook;
     ExternSheets mLinks;
     mutable std::optional<NameIndex> mBookIndex;  // when first asked
+    bool mIsOfSheet = false;
 };
 
 }  // namespace brindle::workbook::xls
