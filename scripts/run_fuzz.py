@@ -69,6 +69,18 @@ def formulas(root):
         yield from file.read().splitlines()
 
 
+def edited_formulas(root):
+    """A formula, the one that was there before, the version."""
+    texts = list(formulas(root))
+    for i, text in enumerate(texts):
+        yield text
+        yield text + b'\0' + texts[i - 1] + b'\0' + b'%d' % (i % 5)
+        yield text.replace(b'1', b'27') + b'\0' + text
+    yield from (b"SUM('My sheet'!A1,Sheet1:Last!B2)\0SUM((A1,B2:C3),B1:C2 C1:D9)",
+                b"'C:\\dir\\b''s.xls'!Rate+Total\0IFERROR(EDATE(1),[0]!Total)",
+                b'CHOOSE(2,"a",B1,{1,"x";TRUE,#N/A})\0IF( A1>0 ,NOW( ),-2%)')
+
+
 def compound_files(corpus):
     for folder in ('xls', 'xlt', 'xls-biff5', 'encrypted', 'corrupt'):
         yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
@@ -159,6 +171,8 @@ def workbook_streams(root, corpus):
 def seeds_of(target, corpus, root):
     if target.startswith('EncryptionInfo'):
         return descriptions(root)
+    if target.startswith('FormulaCompiler'):
+        return edited_formulas(root)
     if target == 'FormulaFuzzer':
         return formulas(root)
     if target.startswith('Language'):

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace brindle::workbook::xls {
@@ -23,6 +24,14 @@ constexpr std::string_view errorName(std::uint8_t code) {
         if (known.code == code) return known.name;
     }
     return {};
+}
+
+// Nothing for a name that is not known; names are upper case.
+constexpr std::optional<std::uint8_t> errorCode(std::string_view name) {
+    for (const ErrorCode& known : kErrorCodes) {
+        if (known.name == name) return known.code;
+    }
+    return std::nullopt;
 }
 
 }  // namespace brindle::workbook::xls

@@ -13,12 +13,6 @@ namespace {
 constexpr std::string_view kReferenceError = "#REF!";
 constexpr std::int32_t kColumns = 256;
 
-// Types of the items of an array constant.
-constexpr std::uint8_t kNumberItem = 0x01;
-constexpr std::uint8_t kTextItem = 0x02;
-constexpr std::uint8_t kBooleanItem = 0x04;
-constexpr std::uint8_t kErrorItem = 0x10;
-
 std::uint16_t number16(const char* at) {
     return getLittleEndian<std::uint16_t>(at);
 }
@@ -119,19 +113,19 @@ bool OperandText::appendArray(std::string& out, ByteReader& extra) const {
 
 bool OperandText::appendArrayItem(std::string& out, ByteReader& extra) const {
     const auto type = extra.number<std::uint8_t>();
-    if (type == kTextItem) {
+    if (type == array_item::kText) {
         appendQuoted(out, isBiff8() ? mCodec.readLong(extra) : mCodec.readShort(extra));
         return true;
     }
     const char* const value = extra.bytes(8).data();
     switch (type) {
-        case kNumberItem:
+        case array_item::kNumber:
             appendDouble(out, value);
             return true;
-        case kBooleanItem:
+        case array_item::kBoolean:
             appendBoolean(out, number8(value));
             return true;
-        case kErrorItem:
+        case array_item::kError:
             return appendError(out, number8(value));
         default:
             return false;

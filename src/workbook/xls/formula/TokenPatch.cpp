@@ -73,7 +73,7 @@ Slot slotOf(const Token& token) {
     }
 }
 
-// The tokens, apart from those marks that tell nothing but "calculate always" when `plain`.
+// Nothing when they do not come out even.
 std::optional<std::vector<Piece>> piecesOf(std::string_view tokens, Version version) {
     std::vector<Piece> pieces;
     TokenReader reader(tokens, version);

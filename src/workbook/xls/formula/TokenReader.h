@@ -82,6 +82,14 @@ inline constexpr std::uint8_t kAssign = 0x20;
 inline constexpr std::uint8_t kSpace = 0x40;
 }  // namespace attribute
 
+// Types of the items of an array constant, in the data behind the tokens.
+namespace array_item {
+inline constexpr std::uint8_t kNumber = 0x01;
+inline constexpr std::uint8_t kText = 0x02;
+inline constexpr std::uint8_t kBoolean = 0x04;
+inline constexpr std::uint8_t kError = 0x10;
+}  // namespace array_item
+
 struct Token {
     std::uint8_t id = 0;        // without its class
     std::size_t offset = 0;     // of the id

@@ -24,21 +24,14 @@ constexpr std::uint16_t kColumnRelative = 0x4000;
 constexpr std::size_t kMaxSpaceRun = 255;
 constexpr std::size_t kMaxText = 255;
 
-// Types of array elements.
-constexpr char kNumberElement = 1;
-constexpr char kTextElement = 2;
-constexpr char kBooleanElement = 4;
-constexpr char kErrorElement = 0x10;
-
 bool isUnsigned16(double value) {
     return value >= 0 && value <= 0xFFFF && value == std::floor(value) && !std::signbit(value);
 }
 
-std::uint8_t errorCode(std::string_view name) {
-    for (const ErrorCode& known : kErrorCodes) {
-        if (known.name == name) return known.code;
-    }
-    refuseFormula();
+std::uint8_t knownErrorCode(std::string_view name) {
+    const auto code = errorCode(name);
+    if (!code) refuseFormula();
+    return *code;
 }
 
 }  // namespace
@@ -79,7 +72,7 @@ void TokenWriter::boolean(bool value) {
 
 void TokenWriter::error(std::string_view name) {
     append(token::kErr);
-    append(errorCode(name));
+    append(knownErrorCode(name));
 }
 
 void TokenWriter::array(TokenClass tokenClass, const Node& array) {
@@ -99,23 +92,23 @@ void TokenWriter::appendElement(const Node& element) {
     std::string& out = mOut.extra;
     switch (element.kind) {
         case NodeKind::Number:
-            out += kNumberElement;
+            out += static_cast<char>(array_item::kNumber);
             out += littleEndian(std::bit_cast<std::uint64_t>(element.number));
             return;
         case NodeKind::Text:
-            out += kTextElement;
+            out += static_cast<char>(array_item::kText);
             if (version() == Version::Biff8)
                 mStrings.appendLong(out, element.text, kMaxText);
             else
                 mStrings.appendShort(out, element.text, kMaxText);
             return;
         case NodeKind::Boolean:
-            out += kBooleanElement;
+            out += static_cast<char>(array_item::kBoolean);
             out += littleEndian(static_cast<std::uint64_t>(element.number != 0));
             return;
         case NodeKind::ErrorValue:
-            out += kErrorElement;
-            out += littleEndian(static_cast<std::uint64_t>(errorCode(element.text)));
+            out += static_cast<char>(array_item::kError);
+            out += littleEndian(static_cast<std::uint64_t>(knownErrorCode(element.text)));
             return;
         default:
             refuseFormula();
