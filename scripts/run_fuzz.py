@@ -68,6 +68,20 @@ def formulas(root):
         yield from file.read().splitlines()
 
 
+def property_sets(corpus):
+    try:
+        import olefile
+    except ImportError:
+        return
+    for data in compound_files(corpus):
+        try:
+            ole = olefile.OleFileIO(data)
+            yield from (ole.openstream(name).read().rstrip(b'\0') + bytes(4)
+                        for name in ole.listdir() if name[-1].startswith('\x05'))
+        except (OSError, IndexError, AttributeError):
+            continue
+
+
 def compound_files(corpus):
     for folder in ('xls', 'xlt', 'xls-biff5', 'encrypted', 'corrupt'):
         yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
@@ -110,6 +124,8 @@ def seeds_of(target, corpus, root):
         return members(corpus, r'drawings/drawing[^/]*\.xml$')
     if target.startswith('VmlDrawing'):
         return members(corpus, r'\.vml$')
+    if target.startswith('PropertySet'):
+        return property_sets(corpus)
     if target.startswith('Properties'):
         return members(corpus, r'docProps/[^/]*\.xml$')
     if target.startswith('Sheet'):
