@@ -79,6 +79,18 @@ def edited_formulas(root):
     yield from (b"SUM('My sheet'!A1,Sheet1:Last!B2)\0SUM((A1,B2:C3),B1:C2 C1:D9)",
                 b"'C:\\dir\\b''s.xls'!Rate+Total\0IFERROR(EDATE(1),[0]!Total)",
                 b'CHOOSE(2,"a",B1,{1,"x";TRUE,#N/A})\0IF( A1>0 ,NOW( ),-2%)')
+def property_sets(corpus):
+    try:
+        import olefile
+    except ImportError:
+        return
+    for data in compound_files(corpus):
+        try:
+            ole = olefile.OleFileIO(data)
+            yield from (ole.openstream(name).read().rstrip(b'\0') + bytes(4)
+                        for name in ole.listdir() if name[-1].startswith('\x05'))
+        except (OSError, IndexError, AttributeError):
+            continue
 
 
 def compound_files(corpus):
@@ -202,6 +214,8 @@ def seeds_of(target, corpus, root):
         return members(corpus, r'drawings/drawing[^/]*\.xml$')
     if target.startswith('VmlDrawing'):
         return members(corpus, r'\.vml$')
+    if target.startswith('PropertySet'):
+        return property_sets(corpus)
     if target.startswith('Properties'):
         return members(corpus, r'docProps/[^/]*\.xml$')
     if target.startswith('Sheet'):

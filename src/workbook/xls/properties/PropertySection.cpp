@@ -87,7 +87,7 @@ bool PropertySection::areValuesWhole() const {
 
 void PropertySection::readNames() {
     const Entry* dictionary = find(kDictionary);
-    if (!dictionary || !mNames) return;
+    if (!dictionary) return;
     try {
         ByteReader reader(mBytes.substr(std::min(dictionary->begin, mBytes.size()),
                                         dictionary->end - dictionary->begin));

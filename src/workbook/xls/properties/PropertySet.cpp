@@ -101,9 +101,10 @@ bool PropertySet::has(const PropertyKey& key) const {
     return place && place->has(key.id);
 }
 
-std::vector<PropertyName> PropertySet::names(const FormatId& format) const {
+const std::vector<PropertyName>& PropertySet::names(const FormatId& format) const {
+    static const std::vector<PropertyName> kNoNames;
     const PropertySection* place = section(format);
-    if (!place) return {};
+    if (!place) return kNoNames;
     if (!place->names()) throw damaged();
     return *place->names();
 }

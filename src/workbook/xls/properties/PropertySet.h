@@ -49,7 +49,7 @@ public:
     // Whether there is one, readable or not.
     bool has(const PropertyKey& key) const;
     // In ascending order of the ids; empty without such a section. Throws Error (Damaged).
-    std::vector<PropertyName> names(const FormatId& format) const;
+    const std::vector<PropertyName>& names(const FormatId& format) const;
 
     // Throws Error (Refused) unless all of the stream is understood: what is not might be lost or
     // misread after a change.
