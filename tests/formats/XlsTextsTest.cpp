@@ -15,8 +15,8 @@ namespace brindle::workbook::xls {
 namespace {
 
 using namespace std::string_literals;
-using test::contentAfter;
 using test::numberOf;
+using test::spliced;
 using test::substream;
 using test::u16;
 using test::u32;
@@ -90,6 +90,9 @@ const Address kAddresses[] = {
      object(1, fileMoniker(1, "old.xls"))},
     {"folders to go up in the path", object(1, fileMoniker(0, "..\\old.xls")), "..\\old.xls", "old",
      "new", object(1, fileMoniker(0, "..\\new.xls"))},
+    {"folders to go up counted and written",
+     object(1, fileMoniker(2, "old.xls", "..\\..\\old.xls")), "..\\..\\old.xls", "..\\..\\old",
+     "..\\new", object(1, fileMoniker(1, "new.xls", "..\\new.xls"))},
     {"a relative path becomes absolute", object(1, fileMoniker(1, "old\\a.xls")), "..\\old\\a.xls",
      "..\\old", "C:", object(3, fileMoniker(0, "C:\\a.xls"))},
     {"both forms of a path", object(3, fileMoniker(0, "C:\\\xEF\\old.xls", "C:\\\u043F\\old.xls")),
@@ -135,12 +138,12 @@ TEST(XlsHyperlinks, AreShownAndStoredAsTheApplicationDoesIt) {
         const int number = numberOf([&] { links.setAddress(0, wanted); });
         EXPECT_EQ(number, row.after.empty() ? error_number::kApplicationDefined : 0);
         const std::string now = links.address(0);
-        const std::string after = link(row.after.empty() ? row.before : row.after);
-        EXPECT_EQ(contentAfter(stream, links.splices()), after);
-        const std::string saved = substream(after);
+        const std::string saved = substream(link(row.after.empty() ? row.before : row.after));
+        EXPECT_EQ(spliced(stream, links.splices()), saved);
         EXPECT_EQ(Hyperlinks(saved, 0, kBiff8).address(0), now);
         links.setAddress(0, row.shown);
-        EXPECT_FALSE(links.isChanged());
+        // A place that was added behind the same address stays.
+        EXPECT_EQ(links.isChanged(), !row.after.empty() && now == row.shown);
     }
 }
 
@@ -171,21 +174,20 @@ TEST(XlsHyperlinks, GoWithTheirTooltips) {
     const std::string tooltip =
         test::record(record::kHyperlinkTooltip,
                      u16(record::kHyperlinkTooltip) + linkBody({}).substr(0, 8) + "text");
-    const std::string chart = substream(link(object(3, urlMoniker("in a chart"))));
-    const std::string one = link(object(3, urlMoniker("one"), ""));
+    const std::string inChart = link(object(3, urlMoniker("in a chart")));
+    const std::string chart = substream(substream(inChart) + inChart);
+    const std::string one = link(object(3, urlMoniker("one")));
     const std::string two = link(object(3, urlMoniker("two"), "A1"));
+    const std::string other = test::record(record::kWsBool, "ab");
+    const std::string next = substream(one + "next sheet");
     const std::string stream =
-        substream(chart + one + tooltip + two + tooltip) + substream(one + "next sheet");
+        substream(chart + one + tooltip + two + tooltip + one + other + tooltip) + next;
     Hyperlinks links(stream, 0, kBiff8);
-    ASSERT_EQ(links.count(), 2u);
-    links.setAddress(0, "");
-    links.setAddress(1, "");
-    const auto splices = links.splices();
-    ASSERT_EQ(splices.size(), 2u);
-    EXPECT_EQ(stream.substr(splices[0].begin, splices[0].end - splices[0].begin), one + tooltip);
-    EXPECT_EQ(splices[0].bytes, "");
-    EXPECT_EQ(stream.substr(splices[1].begin, splices[1].end - splices[1].begin), two);
-    EXPECT_EQ(splices[1].bytes, link(object(0, "", "A1")));
+    ASSERT_EQ(links.count(), 3u);
+    for (std::size_t i = 0; i < links.count(); ++i) links.setAddress(i, "");
+    const std::string twoAfter = link(object(0, "", "A1"));
+    EXPECT_EQ(spliced(stream, links.splices()),
+              substream(chart + twoAfter + tooltip + other + tooltip) + next);
 }
 
 // --- headers and footers -------------------------------------------------------------------------
@@ -247,10 +249,10 @@ const Pages kPages[] = {
      PageSection::LeftHeader, "", "new", kWidths + kWsBoolRecord + header("&Lnew") + kSetup},
     {"only in views", kWsBoolRecord + kSetup + kView, PageKind::Odd, PageSection::LeftHeader, "",
      "new", kWsBoolRecord + header("&Lnew") + kSetup + kView},
-    {"even pages",
-     otherPages(1, {"&Lold", "x", "", "&Lold"}) + otherPages(1, {"", "", "", ""}, 'v'),
+    {"even pages, not those of a view",
+     otherPages(2, {"&Lold", "", "", ""}, 'v') + otherPages(1, {"&Lold", "x", "", "&Lold"}),
      PageKind::Even, PageSection::LeftHeader, "old", "\u043F",
-     otherPages(1, {"&L\u043F", "x", "", "&Lold"}) + otherPages(1, {"", "", "", ""}, 'v')},
+     otherPages(2, {"&Lold", "", "", ""}, 'v') + otherPages(1, {"&L\u043F", "x", "", "&Lold"})},
     {"the first page", otherPages(15, {"", "", "", "&Lold"}), PageKind::First,
      PageSection::LeftFooter, "old", "", otherPages(15, {"", "", "", ""})},
     {"no even pages", header("x"), PageKind::Even, PageSection::LeftHeader, "", "new", ""},
@@ -272,8 +274,8 @@ TEST(XlsHeaderFooter, ChangesOneSection) {
         const int number = numberOf([&] { pages.setSection(row.kind, row.section, row.with); });
         EXPECT_EQ(number, row.after.empty() ? error_number::kApplicationDefined : 0);
         EXPECT_EQ(pages.section(row.kind, row.section), row.after.empty() ? row.shown : row.with);
-        EXPECT_EQ(contentAfter(stream, pages.splices()),
-                  row.after.empty() ? row.before : row.after);
+        EXPECT_EQ(spliced(stream, pages.splices()),
+                  substream(row.after.empty() ? row.before : row.after));
         pages.setSection(row.kind, row.section, row.shown);
         EXPECT_FALSE(pages.isChanged());
     }
@@ -284,8 +286,8 @@ TEST(XlsHeaderFooter, AddsBothAtOnePlace) {
     HeaderFooter pages(stream, 0, kBiff8);
     pages.setSection(PageKind::Odd, PageSection::LeftFooter, "f");
     pages.setSection(PageKind::Odd, PageSection::LeftHeader, "h");
-    EXPECT_EQ(contentAfter(stream, pages.splices()),
-              kWsBoolRecord + header("&Lh") + footer("&Lf") + kSetup);
+    EXPECT_EQ(spliced(stream, pages.splices()),
+              substream(kWsBoolRecord + header("&Lh") + footer("&Lf") + kSetup));
 }
 
 TEST(XlsHeaderFooter, OfOlderVersionsIsInTheCodePage) {
@@ -301,7 +303,7 @@ TEST(XlsHeaderFooter, OfOlderVersionsIsInTheCodePage) {
     };
     EXPECT_EQ(set("\u00EF"), error_number::kApplicationDefined);
     EXPECT_EQ(set("\u043F \u0434"), 0);
-    EXPECT_EQ(substream(contentAfter(stream, pages.splices())), book("&L\xEF \xE4"));
+    EXPECT_EQ(spliced(stream, pages.splices()), book("&L\xEF \xE4"));
 }
 
 }  // namespace

@@ -35,16 +35,13 @@ inline std::string substream(const std::string& content) {
            record(workbook::xls::record::kEof, {});
 }
 
-// The content of the one substream that a stream is, with changes made.
-inline std::string contentAfter(std::string stream,
-                                std::vector<workbook::xls::RecordSplice> splices) {
+inline std::string spliced(std::string stream, std::vector<workbook::xls::RecordSplice> splices) {
     std::sort(splices.begin(), splices.end(),
               [](const auto& a, const auto& b) { return a.begin > b.begin; });
     for (const auto& splice : splices) {
         stream.replace(splice.begin, splice.end - splice.begin, splice.bytes);
     }
-    const std::string frame = substream({});
-    return stream.substr(frame.size() - 4, stream.size() - frame.size());
+    return stream;
 }
 
 }  // namespace brindle::test

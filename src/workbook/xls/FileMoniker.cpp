@@ -36,6 +36,12 @@ std::string narrowed(std::string_view text) {
     return out;
 }
 
+std::string up(std::size_t levels) {
+    std::string path;
+    for (std::size_t i = 0; i < levels; ++i) path += kUp;
+    return path;
+}
+
 std::size_t levelsOf(std::string_view path) {
     std::size_t levels = 0;
     for (; path.starts_with(kUp) && levels < kMostLevels; ++levels) path.remove_prefix(kUp.size());
@@ -51,38 +57,37 @@ FileMoniker::FileMoniker(ByteReader& bytes) {
     mNarrow = mNarrow.substr(0, mNarrow.find('\0'));
     mServerLength = bytes.number<std::uint16_t>();
     mReserved = bytes.bytes(kReserved.size());
-    readPaths(bytes.bytes(bytes.number<std::uint32_t>()));
-    mPath = mWide ? *mWide : narrowCodePage().decode(mNarrow);
+    mIsNarrowFull = mLevels > 0 && levelsOf(mNarrow) >= mLevels;
+    readWide(bytes.bytes(bytes.number<std::uint32_t>()));
+    if (mHasWide) return;
+    mPath = (mIsNarrowFull ? "" : up(mLevels)) + narrowCodePage().decode(mNarrow);
 }
 
-void FileMoniker::readPaths(std::string_view extension) {
+// Other systems leave notations of their own in its place.
+void FileMoniker::readWide(std::string_view extension) {
+    if (extension.empty()) return;
     ByteReader bytes(extension);
-    while (bytes.remaining() > 0) {
-        const auto size = bytes.number<std::uint32_t>();
-        const auto key = bytes.number<std::uint16_t>();
-        // Other systems leave notations of their own behind it, in sizes that do not fit.
-        if (key != kWideKey) return;
-        mWide = utf16Text(bytes.bytes(size));
-    }
-}
-
-std::string FileMoniker::path() const {
-    std::string path;
-    for (std::size_t i = 0; i < mLevels; ++i) path += kUp;
-    return path + mPath;
+    const auto size = bytes.number<std::uint32_t>();
+    mHasWide = bytes.number<std::uint16_t>() == kWideKey;
+    if (!mHasWide) return;
+    mPath = utf16Text(bytes.bytes(size));
+    mIsWideFull = mLevels > 0 && levelsOf(mPath) >= mLevels;
+    if (!mIsWideFull) mPath.insert(0, up(mLevels));
 }
 
 std::string FileMoniker::narrowPath(std::string_view path) const {
+    const std::string_view old =
+        std::string_view(mPath).substr(mIsNarrowFull ? 0 : mLevels * kUp.size());
     Spelling spelling(mNarrow);
-    const bool isOneForOne = text::lengthUtf16(mPath) == mNarrow.size();
-    for (std::size_t at = 0; isOneForOne && at < mPath.size();) {
+    const bool isOneForOne = text::lengthUtf16(old) == mNarrow.size();
+    for (std::size_t at = 0; isOneForOne && at < old.size();) {
         const std::size_t begin = at;
-        const char32_t character = text::nextCodePoint(mPath, at);
-        spelling.add(std::string_view(mPath).substr(begin, at - begin), character > 0xFFFF ? 2 : 1);
+        const char32_t character = text::nextCodePoint(old, at);
+        spelling.add(old.substr(begin, at - begin), character > 0xFFFF ? 2 : 1);
     }
     const auto added = [&](std::string_view text) {
         // In which code page the other letters are cannot be told.
-        if (!mWide && !text::isAscii(mNarrow) && !text::isAscii(text)) {
+        if (!mHasWide && !text::isAscii(mNarrow) && !text::isAscii(text)) {
             throw Error::refused("The link's code page is not known");
         }
         return narrowed(text);
@@ -101,21 +106,21 @@ std::uint16_t FileMoniker::serverLength(std::string_view path) const {
 }
 
 std::string FileMoniker::changedTo(std::string_view path) const {
-    // Some write the folders to go up into the path itself.
-    std::size_t levels = levelsOf(path);
-    if (levels >= mLevels && mPath.starts_with(kUp)) levels = mLevels;
-    path.remove_prefix(levels * kUp.size());
+    // Some only write the folders to go up, and do not count them.
+    const bool isUncounted = mLevels == 0 && mPath.starts_with(kUp);
+    const std::size_t levels = isUncounted ? 0 : levelsOf(path);
+    const std::string_view down = path.substr(levels * kUp.size());
 
     std::string out = littleEndian(static_cast<std::uint16_t>(levels));
-    const std::string narrow = narrowPath(path) + '\0';
+    const std::string narrow = narrowPath(mIsNarrowFull ? path : down) + '\0';
     out += littleEndian(static_cast<std::uint32_t>(narrow.size()));
     out += narrow;
     out += littleEndian(serverLength(path));
     out += mReserved;
-    std::string wide;
-    if (mWide || (text::isAscii(mNarrow) && !text::isAscii(path))) wide = utf16Bytes(path);
-    const std::uint32_t size = static_cast<std::uint32_t>(wide.size());
-    if (wide.empty()) return out + littleEndian(std::uint32_t{0});
+    const bool needsWide = mHasWide || (text::isAscii(mNarrow) && !text::isAscii(path));
+    if (!needsWide) return out + littleEndian(std::uint32_t{0});
+    const std::string wide = utf16Bytes(mIsWideFull ? path : down);
+    const auto size = static_cast<std::uint32_t>(wide.size());
     return out + littleEndian(size + 6) + littleEndian(size) + littleEndian(kWideKey) + wide;
 }
 

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,7 +18,7 @@ public:
     explicit FileMoniker(ByteReader& bytes);
 
     // With ..\ in front for each folder to go up.
-    std::string path() const;
+    const std::string& path() const { return mPath; }
     bool isOnServer() const { return mServerLength != kNoServer; }
     // What stores another path. Characters that both share keep their bytes. Throws Error 1004.
     std::string changedTo(std::string_view path) const;
@@ -30,7 +29,7 @@ private:
     static constexpr std::uint16_t kNoServer = 0xFFFF;
     FileMoniker() = default;
 
-    void readPaths(std::string_view extension);
+    void readWide(std::string_view extension);
     std::string narrowPath(std::string_view path) const;
     std::uint16_t serverLength(std::string_view path) const;
 
@@ -38,8 +37,11 @@ private:
     std::string_view mNarrow;  // without its terminator
     std::uint16_t mServerLength = kNoServer;
     std::string_view mReserved = kReserved;  // from behind the server's length
-    std::optional<std::string> mWide;
-    std::string mPath;  // without what the levels stand for
+    bool mHasWide = false;
+    // Whether the stored path has the folders to go up, although they are counted beside it.
+    bool mIsNarrowFull = false;
+    bool mIsWideFull = false;
+    std::string mPath;
 
     static constexpr std::string_view kReserved = {
         "\xAD\xDE\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 22};
