@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 
 namespace brindle::text {
@@ -146,6 +147,23 @@ char32_t foldCodePoint(char32_t codePoint) {
     if (codePoint < 0x80)
         return isAsciiUpper(static_cast<char>(codePoint)) ? codePoint + 32 : codePoint;
     return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(codePoint), U_FOLD_CASE_DEFAULT));
+}
+
+std::u32string otherCases(char32_t folded) {
+    // The highest code point that folds to another one is below this.
+    constexpr char32_t kEndOfCasedLetters = 0x20000;
+    static const std::multimap<char32_t, char32_t> kOthers = [] {
+        std::multimap<char32_t, char32_t> others;
+        for (char32_t c = 0x80; c < kEndOfCasedLetters; ++c) {
+            const char32_t f = foldCodePoint(c);
+            if (f != c) others.emplace(f, c);
+        }
+        return others;
+    }();
+    std::u32string result;
+    if (folded >= U'a' && folded <= U'z') result += folded - U'a' + U'A';
+    for (auto [it, end] = kOthers.equal_range(folded); it != end; ++it) result += it->second;
+    return result;
 }
 
 char16_t upperUtf16(char16_t unit) {

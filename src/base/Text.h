@@ -21,6 +21,8 @@ bool isValidUtf8(std::string_view utf8);
 
 // Simple case folding of one code point.
 char32_t foldCodePoint(char32_t codePoint);
+// The code points other than `folded` whose folding is `folded`.
+std::u32string otherCases(char32_t folded);
 // Simple case folding of a text. The result may differ in length from the input.
 std::string fold(std::string_view utf8);
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <map>
 
 namespace brindle {
 
@@ -13,33 +12,10 @@ namespace {
 // Large buffers are searched in pieces that stay in the first-level cache between the passes.
 constexpr std::size_t kBlock = 16 * 1024;
 
-// The highest code point that folds to another one is below this.
-constexpr char32_t kEndOfCasedLetters = 0x20000;
-
 std::string toUtf8(char32_t codePoint) {
     std::string utf8;
     text::appendUtf8(utf8, codePoint);
     return utf8;
-}
-
-bool isAsciiLetter(char32_t folded) {
-    return folded >= U'a' && folded <= U'z';
-}
-
-// The code points other than `folded` whose folding is `folded`.
-std::u32string otherCases(char32_t folded) {
-    static const std::multimap<char32_t, char32_t> kOthers = [] {
-        std::multimap<char32_t, char32_t> others;
-        for (char32_t c = 0x80; c < kEndOfCasedLetters; ++c) {
-            const char32_t f = text::foldCodePoint(c);
-            if (f != c) others.emplace(f, c);
-        }
-        return others;
-    }();
-    std::u32string result;
-    if (isAsciiLetter(folded)) result += folded - U'a' + U'A';
-    for (auto [it, end] = kOthers.equal_range(folded); it != end; ++it) result += it->second;
-    return result;
 }
 
 char32_t nextFolded(std::string_view haystack, std::size_t& position) {
@@ -95,7 +71,7 @@ void TextFinder::addLetter(char32_t folded, std::string& bytes, std::string& fre
     std::string letterFree(utf8.size(), '\0');
     std::size_t shortest = utf8.size();
     std::size_t longest = utf8.size();
-    for (const char32_t other : otherCases(folded)) {
+    for (const char32_t other : text::otherCases(folded)) {
         const std::string form = toUtf8(other);
         shortest = std::min(shortest, form.size());
         longest = std::max(longest, form.size());

@@ -45,12 +45,13 @@ public:
         bool isExact = false;  // else a set bit must be checked against the text
     };
     Bit bitOf(const CellMatch& pattern) const;
+    // The bit of the pattern at `index`.
+    static PatternMask maskOf(std::size_t index) {
+        return PatternMask{1} << (index < kExactBits ? index : kExactBits);
+    }
 
 private:
     static constexpr std::size_t kExactBits = 63;
-    PatternMask maskOf(std::size_t index) const {
-        return PatternMask{1} << (index < kExactBits ? index : kExactBits);
-    }
 
     std::vector<CellMatch> mPatterns;
     std::vector<TextFinder> mLetterRuns;  // by pattern

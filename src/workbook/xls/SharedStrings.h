@@ -3,6 +3,7 @@
 // (XLUnicodeRichExtendedString), 2.4.107 (ExtSST).
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -12,10 +13,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/MaskedBytes.h"
 #include "workbook/PatternSet.h"
 #include "workbook/xls/biff/RecordSplice.h"
 #include "workbook/xls/biff/StringCodec.h"
 #include "workbook/xls/SharedStringIndex.h"
+#include "workbook/xls/SharedStringWriter.h"
 #include "workbook/xls/StringItem.h"
 
 namespace brindle::workbook::xls {
@@ -40,17 +43,20 @@ public:
     // One pass over the table for each pattern: which strings match which patterns.
     void look(const PatternSet& patterns);
     // The patterns of the last look() that string `index` matches; none for an index that the
-    // table does not have.
-    PatternMask mask(std::uint32_t index) const {
-        return index < mMasks.size() ? mMasks[index] : 0;
+    // table does not have, as the cell shows nothing then.
+    PatternMask mask(std::uint32_t index) {
+        if (index < mMasks.size()) return mMasks[index];
+        mDanglingEnd = std::max(mDanglingEnd, std::uint64_t{index} + 1);
+        return 0;
     }
 
     // --- changes -------------------------------------------------------------------------------
     // New content for a stored string, wherever it is used. Throws Error 1004 for a text that is
     // too long for a cell or an index that the table does not have.
     void setItem(std::uint32_t index, StringItem item);
-    // Index of a string with this content, behind all stored ones; equal ones are added once.
-    // Throws Error 1004 for a text that is too long for a cell.
+    // Index of a string with this content, behind all stored ones and every index that mask() was
+    // asked for; equal ones are added once. Throws Error 1004 for a text that is too long for a
+    // cell, Error (Damaged) when those indexes are out of reach.
     std::uint32_t add(const StringItem& item);
     // How the number of cells that use shared strings changed.
     void countReferences(long long difference) { mReferenceDifference += difference; }
@@ -66,8 +72,13 @@ public:
 
 private:
     void lookFor(const CellMatch& pattern, PatternMask bit);
-    void checkString(std::size_t index, const CellMatch& pattern, PatternMask bit);
+    void lookForStored(const MaskedBytes& bytes, const CellMatch& pattern, PatternMask bit);
+    void check(std::size_t index, const CellMatch& pattern, PatternMask bit);
+    std::string_view textOf(std::size_t index, std::string& buffer) const;
     std::string storedForm(const StringItem& item) const;
+    void fillGap();
+    std::size_t insertionPoint() const;
+    void write(SharedStringWriter& writer) const;
 
     std::string_view mStream;
     std::optional<std::size_t> mSst;
@@ -76,10 +87,12 @@ private:
     std::vector<PatternMask> mMasks;
     std::string mScratch;
 
-    std::map<std::uint32_t, std::string> mEdits;  // stored forms, as those below
+    // Strings as they are stored when nothing breaks them.
+    std::map<std::uint32_t, std::string> mEdits;
     std::vector<std::string> mAdded;
     std::unordered_map<std::string, std::uint32_t> mAddedIndex;
     long long mReferenceDifference = 0;
+    std::uint64_t mDanglingEnd = 0;  // behind the last index of a cell that no string has
 };
 
 }  // namespace brindle::workbook::xls

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/xls/SharedStringWriter.h"
+
+#include <algorithm>
+
+#include "base/LittleEndian.h"
+#include "workbook/xls/StringFlags.h"
+
+namespace brindle::workbook::xls {
+
+SharedStringWriter::SharedStringWriter(std::uint32_t references, std::uint32_t strings,
+                                       std::uint16_t bucketSize, std::size_t limit)
+    : mRecord(mTable, record::kSst, limit), mBucketSize(bucketSize), mLimit(limit) {
+    mRecord.append(littleEndian(references) + littleEndian(strings));
+}
+
+void SharedStringWriter::add(StoredString string) {
+    const std::string_view head = string.head();
+    const auto whole = string.whole();
+    const bool fits = whole && whole->size() <= mRecord.room();
+    if (!fits && mRecord.room() < head.size()) mRecord.startContinue();
+    if (mAdded++ % mBucketSize == 0) {
+        mPlaces.push_back({static_cast<std::uint32_t>(mTable.size()),
+                           static_cast<std::uint16_t>(mRecord.positionInRecord())});
+    }
+    if (fits) {
+        mRecord.append(*whole);
+        return;
+    }
+    mRecord.append(head);
+    addCharacters(string);
+    addData(string);
+}
+
+void SharedStringWriter::addCharacters(StoredString& string) {
+    const std::size_t flags = mTable.size() - string.head().size() + sizeof(std::uint16_t);
+    bool isFirst = true;
+    bool wasWide = false;
+    StoredString::Characters piece;
+    while (string.nextCharacters(piece)) {
+        if (isFirst) {
+            // The first characters may have been behind a break right at the head.
+            mTable[flags] = static_cast<char>((mTable[flags] & ~string_flag::kWide) |
+                                              (piece.isWide ? string_flag::kWide : 0));
+        }
+        const std::size_t width = piece.isWide ? 2 : 1;
+        bool mustBreak = !isFirst && piece.isWide != wasWide;
+        while (!piece.bytes.empty()) {
+            if (mustBreak || mRecord.room() < width) {
+                mRecord.startContinue();
+                mRecord.append(std::string_view(piece.isWide ? "\x01" : "\0", 1));
+                mustBreak = false;
+            }
+            const std::size_t size = std::min(piece.bytes.size(), mRecord.room() / width * width);
+            mRecord.append(piece.bytes.substr(0, size));
+            piece.bytes.remove_prefix(size);
+        }
+        isFirst = false;
+        wasWide = piece.isWide;
+    }
+}
+
+// Runs are not taken apart. Phonetic data begins in a record that holds all of it if there can be
+// one, as its own parts should not be taken apart either.
+void SharedStringWriter::addData(StoredString& string) {
+    std::string data;
+    for (std::string_view piece; string.nextData(piece);) data += piece;
+    std::string_view runs = std::string_view(data).substr(0, string.runCount() * kFormatRunSize);
+    while (!runs.empty()) {
+        if (mRecord.room() < kFormatRunSize) mRecord.startContinue();
+        const std::size_t most = mRecord.room() / kFormatRunSize * kFormatRunSize;
+        mRecord.append(runs.substr(0, most));
+        runs.remove_prefix(std::min(runs.size(), most));
+    }
+    std::string_view phonetic = std::string_view(data).substr(string.runCount() * kFormatRunSize);
+    if (phonetic.size() > mRecord.room() && phonetic.size() <= mLimit) mRecord.startContinue();
+    while (!phonetic.empty()) {
+        if (mRecord.room() == 0) mRecord.startContinue();
+        const std::size_t size = std::min(phonetic.size(), mRecord.room());
+        mRecord.append(phonetic.substr(0, size));
+        phonetic.remove_prefix(size);
+    }
+}
+
+std::string SharedStringWriter::places(std::size_t tableOffset) const {
+    constexpr std::size_t kPlaceSize = 8;
+    std::string out;
+    ContinuedRecord record(out, record::kExtSst, mLimit);
+    record.append(littleEndian(mBucketSize));
+    for (const Place& place : mPlaces) {
+        if (record.room() < kPlaceSize) record.startContinue();
+        record.append(littleEndian(static_cast<std::uint32_t>(tableOffset + place.inTable)) +
+                      littleEndian(place.inRecord) + littleEndian(std::uint16_t{0}));
+    }
+    return out;
+}
+
+}  // namespace brindle::workbook::xls

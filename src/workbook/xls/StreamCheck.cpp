@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/xls/StreamCheck.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "base/ByteReader.h"
+#include "workbook/xls/biff/CellRow.h"
+#include "workbook/xls/biff/SubstreamReader.h"
+#include "workbook/xls/SharedStringIndex.h"
+#include "workbook/xls/StreamOffsets.h"
+
+namespace brindle::workbook::xls {
+
+namespace {
+
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+// The rows since the last DBCELL.
+class RowBlock {
+public:
+    void take(const Record& record) {
+        if (const auto row = rowOfCell(record)) {
+            mCells.emplace(*row, record.offset);
+        } else if (record.id == record::kRow && record.body.size() >= 2) {
+            if (mRows.empty()) mFirstRow = record.offset;
+            mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
+        }
+    }
+    // Whether a DBCELL tells where these rows are; those without cells may be anywhere.
+    bool isToldBy(const Record& record) const {
+        ByteReader body(record.body);
+        const bool fits = record.body.size() == sizeof(std::uint32_t) + 2 * mRows.size();
+        if (mRows.empty() || !fits) return false;
+        if (body.number<std::uint32_t>() != record.offset - mFirstRow) return false;
+        std::size_t at = recordEnd(mFirstRow);
+        return std::all_of(mRows.begin(), mRows.end(), [&](std::uint16_t row) {
+            at += body.number<std::uint16_t>();
+            const auto cell = mCells.find(row);
+            return cell == mCells.end() || cell->second == at;
+        });
+    }
+
+private:
+    static std::size_t recordEnd(std::size_t row) { return row + Record::kHeaderSize + 16; }
+
+    std::size_t mFirstRow = 0;
+    std::vector<std::uint16_t> mRows;
+    std::unordered_map<std::uint16_t, std::size_t> mCells;  // first of each row
+};
+
+struct SheetOutline {
+    std::vector<Record> indexes;
+    std::vector<std::size_t> dbCells;
+    std::vector<bool> isDbCellRight;
+};
+
+struct Outline {
+    std::vector<std::uint32_t> nesting;  // BOF with its type, or EOF
+    std::vector<std::size_t> bofs;
+    std::vector<Record> sheetList;
+    std::vector<SheetOutline> sheets;
+    std::optional<std::size_t> sst;
+    std::optional<Record> extSst;
+    std::size_t end = 0;
+};
+
+Outline outlineOf(std::string_view stream) {
+    Outline outline;
+    SubstreamReader reader(stream);
+    RowBlock block;
+    for (Record record; reader.next(record);) {
+        if (reader.depth() == 0) continue;
+        if (record::isBof(record.id)) {
+            const bool hasType = record.body.size() >= 4;
+            const std::uint16_t type =
+                hasType ? getLittleEndian<std::uint16_t>(record.body.data() + 2) : std::uint16_t{0};
+            outline.nesting.push_back(std::uint32_t{record.id} << 16 | type);
+            outline.bofs.push_back(record.offset);
+            if (reader.depth() == 1) {
+                outline.sheets.emplace_back();
+                block = {};
+            }
+            continue;
+        }
+        SheetOutline& sheet = outline.sheets.back();
+        switch (record.id) {
+            case record::kEof:
+                outline.nesting.push_back(record::kEof);
+                break;
+            case record::kBoundSheet:
+            case record::kSheetsOffset:
+            case record::kSheetHeader:
+                outline.sheetList.push_back(record);
+                break;
+            case record::kIndex:
+            case record::kIndex2:
+                sheet.indexes.push_back(record);
+                break;
+            case record::kDbCell:
+                sheet.dbCells.push_back(record.offset);
+                sheet.isDbCellRight.push_back(block.isToldBy(record));
+                block = {};
+                break;
+            case record::kSst:
+                if (!outline.sst) outline.sst = record.offset;
+                break;
+            case record::kExtSst:
+                if (!outline.extSst) outline.extSst = record;
+                break;
+            default:
+                block.take(record);
+                break;
+        }
+    }
+    outline.end = reader.end();
+    return outline;
+}
+
+class Comparison {
+public:
+    Comparison(std::string_view changed, std::string_view before)
+        : mChanged(changed),
+          mBefore(before),
+          mVersion(versionOf(before)),
+          mNow(outlineOf(changed)),
+          mThen(outlineOf(before)) {}
+
+    void run() const {
+        require(mNow.nesting == mThen.nesting, "substreams");
+        require(mChanged.substr(mNow.end) == mBefore.substr(mThen.end), "end");
+        compareSheetLists();
+        for (std::size_t i = 0; i < mThen.sheets.size(); ++i) {
+            compareSheets(mNow.sheets[i], mThen.sheets[i]);
+        }
+        compareStrings();
+    }
+
+private:
+    static void require(bool isRight, const char* what) {
+        if (isRight) return;
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    std::string("The changed workbook is not right: ") + what);
+    }
+
+    static std::uint32_t number32(const Record& record, std::size_t position) {
+        return position + 4 > record.body.size()
+                   ? 0
+                   : getLittleEndian<std::uint32_t>(record.body.data() + position);
+    }
+    static std::uint16_t idAt(std::string_view stream, std::size_t offset) {
+        if (offset + Record::kHeaderSize > stream.size()) return 0;
+        return getLittleEndian<std::uint16_t>(stream.data() + offset);
+    }
+
+    static std::size_t bofOf(const Outline& outline, const Record& sheet) {
+        const auto found =
+            std::lower_bound(outline.bofs.begin(), outline.bofs.end(), number32(sheet, 0));
+        if (found == outline.bofs.end() || *found != number32(sheet, 0)) return kNone;
+        return static_cast<std::size_t>(found - outline.bofs.begin());
+    }
+    // Of a BIFF4 workspace: whether the size in front of a sheet leads behind its EOF.
+    static bool isSizeRight(std::string_view stream, const Record& header) {
+        const std::size_t size = number32(header, 0);
+        return size >= Record::kHeaderSize &&
+               idAt(stream, header.end() + size - Record::kHeaderSize) == record::kEof;
+    }
+    void compareSheetLists() const {
+        require(mNow.sheetList.size() == mThen.sheetList.size(), "sheets");
+        for (std::size_t i = 0; i < mThen.sheetList.size(); ++i) {
+            const Record& now = mNow.sheetList[i];
+            const Record& then = mThen.sheetList[i];
+            require(now.id == then.id, "sheets");
+            if (then.id == record::kSheetHeader) {
+                require(!isSizeRight(mBefore, then) || isSizeRight(mChanged, now), "sheet size");
+            } else if (then.id == record::kSheetsOffset) {
+                require(idAt(mBefore, number32(then, 0)) != record::kSheetHeader ||
+                            idAt(mChanged, number32(now, 0)) == record::kSheetHeader,
+                        "sheets");
+            } else {
+                const std::size_t bof = bofOf(mThen, then);
+                require(bof == kNone || bof == bofOf(mNow, now), "sheets");
+            }
+        }
+    }
+
+    void compareSheets(const SheetOutline& now, const SheetOutline& then) const {
+        // A sheet may do without, but then without any.
+        if (now.indexes.empty() && now.dbCells.empty()) return;
+        require(now.indexes.size() == then.indexes.size(), "row index");
+        require(now.dbCells.size() == then.dbCells.size(), "row index");
+        for (std::size_t i = 0; i < then.dbCells.size(); ++i) {
+            require(!then.isDbCellRight[i] || now.isDbCellRight[i], "row index");
+        }
+        for (std::size_t i = 0; i < then.indexes.size(); ++i) {
+            compareIndexes(now, now.indexes[i], then, then.indexes[i]);
+        }
+    }
+    void compareIndexes(const SheetOutline& now, const Record& nowIndex, const SheetOutline& then,
+                        const Record& thenIndex) const {
+        require(nowIndex.body.size() == thenIndex.body.size(), "row index");
+        const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
+        std::size_t next = 0;  // DBCELL
+        for (std::size_t at = first; at + 4 <= thenIndex.body.size(); at += 4) {
+            const std::size_t thenTo = number32(thenIndex, at);
+            const std::size_t nowTo = number32(nowIndex, at);
+            if (at == first || mVersion < Version::Biff5) {
+                const std::uint16_t id = idAt(mBefore, thenTo);
+                const bool isTold = id == record::kDefColWidth || mVersion < Version::Biff5;
+                require(!isTold || id == 0 || id == idAt(mChanged, nowTo), "row index");
+                continue;
+            }
+            const bool wasRight = next < then.dbCells.size() && then.dbCells[next] == thenTo;
+            require(!wasRight || now.dbCells[next] == nowTo, "row index");
+            ++next;
+        }
+    }
+
+    void compareStrings() const {
+        if (!mThen.sst) return;
+        const SharedStringIndex then(mBefore, mThen.sst);
+        require(mNow.sst.has_value(), "shared strings");
+        const SharedStringIndex now(mChanged, mNow.sst);
+        require(now.size() >= then.size(), "shared strings");
+        if (!mThen.extSst || !arePlacesRight(mBefore, then, *mThen.extSst)) return;
+        require(mNow.extSst && arePlacesRight(mChanged, now, *mNow.extSst), "shared string places");
+    }
+    static bool arePlacesRight(std::string_view stream, const SharedStringIndex& strings,
+                               const Record& extSst) {
+        const std::string body = continuedBody(stream, extSst);
+        ByteReader places(body);
+        if (body.size() < 2) return false;
+        const std::size_t bucket = places.number<std::uint16_t>();
+        if (bucket == 0) return strings.size() == 0;
+        auto segment = strings.segments().begin();
+        for (std::size_t i = 0; i < strings.size(); i += bucket) {
+            if (places.remaining() < 8) return false;
+            while (segment->end <= strings.offset(i)) ++segment;
+            const auto inStream = places.number<std::uint32_t>();
+            const auto inRecord = places.number<std::uint16_t>();
+            places.skip(2);
+            const std::size_t record = segment->begin - Record::kHeaderSize;
+            if (inStream != strings.offset(i) || inRecord != inStream - record) return false;
+        }
+        return true;
+    }
+
+    std::string_view mChanged;
+    std::string_view mBefore;
+    Version mVersion;
+    Outline mNow;
+    Outline mThen;
+};
+
+}  // namespace
+
+void checkChangedStream(std::string_view changed, std::string_view before) {
+    Comparison(changed, before).run();
+}
+
+}  // namespace brindle::workbook::xls

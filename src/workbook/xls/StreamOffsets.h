@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The offsets that a workbook stream holds of itself. Layout: [MS-XLS] 2.4.28 (BoundSheet8),
+// 2.4.144 (Index), 2.4.78 (DBCell), 2.4.107 (ExtSST).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "workbook/xls/biff/Biff.h"
+#include "workbook/xls/biff/RecordReader.h"
+#include "workbook/xls/OffsetMap.h"
+
+namespace brindle::workbook::xls {
+
+// The version that the first record tells; BIFF8 when that is no BOF.
+Version versionOf(std::string_view stream);
+
+// Records that hold offsets, by their own offsets.
+struct OffsetRecords {
+    struct Sheet {
+        std::size_t begin = 0;             // BOF
+        std::vector<std::size_t> indexes;  // INDEX, of which there should be one
+        std::vector<std::size_t> dbCells;
+    };
+    std::vector<std::size_t> sheetLists;  // BOUNDSHEET, and what a BIFF4 workspace has for it
+    std::vector<Sheet> sheets;            // one a substream
+    std::vector<std::size_t> extSsts;
+};
+
+// Bytes of a record that change; their number stays.
+struct RecordPatch {
+    std::size_t record = 0;    // offset in the old stream
+    std::size_t position = 0;  // from the record's header
+    std::string bytes;
+};
+
+class StreamOffsets {
+public:
+    // Borrows stream and map.
+    StreamOffsets(std::string_view stream, OffsetMap& map)
+        : mStream(stream), mVersion(versionOf(stream)), mMap(map) {}
+
+    // What changes in these records. Values that do not point where they should stay.
+    void updateSheetList(std::size_t record);
+    void updateExtSst(std::size_t record);
+    // False when a value no longer fits; the sheet has to do without INDEX and DBCELL then.
+    bool updateSheet(const OffsetRecords::Sheet& sheet);
+
+    const std::vector<RecordPatch>& patches() const { return mPatches; }
+
+private:
+    bool pointsTo(std::size_t offset, bool (*isWanted)(std::uint16_t id)) const;
+    void updateOffset(const Record& record, std::size_t position,
+                      bool (*isWanted)(std::uint16_t id));
+    void updateSheetSize(const Record& record);
+    void updateIndex(const Record& record);
+    bool updateDbCell(const Record& record, std::size_t blockBegin);
+    bool updateRowStarts(const Record& record, std::size_t firstRow);
+
+    std::string_view mStream;
+    Version mVersion;
+    OffsetMap& mMap;
+    std::vector<RecordPatch> mPatches;
+};
+
+}  // namespace brindle::workbook::xls
