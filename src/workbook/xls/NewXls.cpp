@@ -6,9 +6,9 @@
 #include "workbook/package/CompoundFile.h"
 #include "workbook/package/EmptyContainers.h"
 #include "workbook/xls/biff/RecordReader.h"
+#include "workbook/xls/biff/StringCodec.h"
 #include "workbook/xls/NewXlsSheet.h"
-#include "workbook/xls/SharedStrings.h"
-#include "workbook/xls/StreamWriter.h"
+#include "workbook/xls/SharedStringWriter.h"
 
 namespace brindle::workbook::xls {
 
@@ -106,14 +106,21 @@ std::size_t textCellCount(const NewWorksheet& sheet) {
     return count;
 }
 
-// Puts the texts of the cells into the table of shared strings, which is empty.
-std::string withTexts(const std::string& stream, std::size_t sst, NewDocument& document) {
-    SharedStrings strings(stream, sst);
-    for (const std::string& text : document.texts()) strings.add({text, {}, {}});
-    strings.countReferences(static_cast<long long>(textCellCount(document.worksheet(0))));
-    std::vector<RecordSplice> splices;
-    strings.appendSplices(splices);
-    return splicedStream(stream, std::move(splices));
+void appendTexts(std::string& out, NewDocument& document) {
+    const auto count = static_cast<std::uint32_t>(document.texts().size());
+    const auto references = static_cast<std::uint32_t>(textCellCount(document.worksheet(0)));
+    SharedStringWriter writer(references, count, usualBucketSize(count));
+    const StringCodec codec(Version::Biff8, {});
+    std::string stored;
+    for (const std::string& text : document.texts()) {
+        stored.clear();
+        codec.appendLong(stored, text);
+        const Segment all{0, stored.size()};
+        writer.add(StoredString(stored, {&all, 1}, 0));
+    }
+    const std::size_t offset = out.size();
+    out += writer.table();
+    out += writer.places(offset);
 }
 
 std::string workbookStream(NewDocument& document) {
@@ -131,13 +138,11 @@ std::string workbookStream(NewDocument& document) {
     appendRecord(out, record::kBoundSheet, body);
 
     appendWords(out, 0x008C, {1, 1});  // COUNTRY: United States
-    const std::size_t sst = out.size();
-    appendRecord(out, record::kSst, words({0, 0, 0, 0}));
-    appendRecord(out, record::kExtSst, words({8}));
+    appendTexts(out, document);
     appendRecord(out, record::kEof, {});
     putLittleEndian(out.data() + boundSheet, static_cast<std::uint32_t>(out.size()));
     appendNewSheet(out, sheet);
-    return withTexts(out, sst, document);
+    return out;
 }
 
 void requireRoom(const CellRange& used) {

@@ -8,6 +8,10 @@
 
 namespace brindle::workbook::xls {
 
+std::uint16_t usualBucketSize(std::size_t strings) {
+    return static_cast<std::uint16_t>(std::clamp<std::size_t>(strings / 128 + 1, 8, UINT16_MAX));
+}
+
 SharedStringWriter::SharedStringWriter(std::uint32_t references, std::uint32_t strings,
                                        std::uint16_t bucketSize, std::size_t limit)
     : mRecord(mTable, record::kSst, limit), mBucketSize(bucketSize), mLimit(limit) {
