@@ -60,7 +60,7 @@ struct SheetOutline {
 struct Outline {
     std::vector<std::uint32_t> nesting;  // BOF with its type, or EOF
     std::vector<std::size_t> bofs;
-    std::vector<Record> sheetList;
+    std::vector<Record> boundSheets;
     std::vector<SheetOutline> sheets;
     std::optional<std::size_t> sst;
     std::optional<Record> extSst;
@@ -73,7 +73,7 @@ Outline outlineOf(std::string_view stream) {
     RowBlock block;
     for (Record record; reader.next(record);) {
         if (reader.depth() == 0) continue;
-        if (record::isBof(record.id)) {
+        if (isBof(record.id)) {
             const bool hasType = record.body.size() >= 4;
             const std::uint16_t type =
                 hasType ? getLittleEndian<std::uint16_t>(record.body.data() + 2) : std::uint16_t{0};
@@ -91,12 +91,10 @@ Outline outlineOf(std::string_view stream) {
                 outline.nesting.push_back(record::kEof);
                 break;
             case record::kBoundSheet:
-            case record::kSheetsOffset:
-            case record::kSheetHeader:
-                outline.sheetList.push_back(record);
+                outline.boundSheets.push_back(record);
                 break;
             case record::kIndex:
-            case record::kIndex2:
+            case kIndex2:
                 sheet.indexes.push_back(record);
                 break;
             case record::kDbCell:
@@ -124,14 +122,14 @@ public:
     Comparison(std::string_view changed, std::string_view before)
         : mChanged(changed),
           mBefore(before),
-          mVersion(versionOf(before)),
+          mVersion(layoutVersion(before)),
           mNow(outlineOf(changed)),
           mThen(outlineOf(before)) {}
 
     void run() const {
         require(mNow.nesting == mThen.nesting, "substreams");
         require(mChanged.substr(mNow.end) == mBefore.substr(mThen.end), "end");
-        compareSheetLists();
+        compareBoundSheets();
         for (std::size_t i = 0; i < mThen.sheets.size(); ++i) {
             compareSheets(mNow.sheets[i], mThen.sheets[i]);
         }
@@ -161,28 +159,11 @@ private:
         if (found == outline.bofs.end() || *found != number32(sheet, 0)) return kNone;
         return static_cast<std::size_t>(found - outline.bofs.begin());
     }
-    // Of a BIFF4 workspace: whether the size in front of a sheet leads behind its EOF.
-    static bool isSizeRight(std::string_view stream, const Record& header) {
-        const std::size_t size = number32(header, 0);
-        return size >= Record::kHeaderSize &&
-               idAt(stream, header.end() + size - Record::kHeaderSize) == record::kEof;
-    }
-    void compareSheetLists() const {
-        require(mNow.sheetList.size() == mThen.sheetList.size(), "sheets");
-        for (std::size_t i = 0; i < mThen.sheetList.size(); ++i) {
-            const Record& now = mNow.sheetList[i];
-            const Record& then = mThen.sheetList[i];
-            require(now.id == then.id, "sheets");
-            if (then.id == record::kSheetHeader) {
-                require(!isSizeRight(mBefore, then) || isSizeRight(mChanged, now), "sheet size");
-            } else if (then.id == record::kSheetsOffset) {
-                require(idAt(mBefore, number32(then, 0)) != record::kSheetHeader ||
-                            idAt(mChanged, number32(now, 0)) == record::kSheetHeader,
-                        "sheets");
-            } else {
-                const std::size_t bof = bofOf(mThen, then);
-                require(bof == kNone || bof == bofOf(mNow, now), "sheets");
-            }
+    void compareBoundSheets() const {
+        require(mNow.boundSheets.size() == mThen.boundSheets.size(), "sheets");
+        for (std::size_t i = 0; i < mThen.boundSheets.size(); ++i) {
+            const std::size_t bof = bofOf(mThen, mThen.boundSheets[i]);
+            require(bof == kNone || bof == bofOf(mNow, mNow.boundSheets[i]), "sheets");
         }
     }
 

@@ -17,9 +17,6 @@ bool isDefColWidth(std::uint16_t id) {
 bool isDbCell(std::uint16_t id) {
     return id == record::kDbCell;
 }
-bool isSheetHeader(std::uint16_t id) {
-    return id == record::kSheetHeader;
-}
 bool isStringTable(std::uint16_t id) {
     return id == record::kSst || id == record::kContinue;
 }
@@ -48,7 +45,7 @@ std::uint16_t number16(std::string_view bytes, std::size_t position) {
 
 }  // namespace
 
-Version versionOf(std::string_view stream) {
+Version layoutVersion(std::string_view stream) {
     if (stream.size() < kHeader + sizeof(std::uint16_t)) return Version::Biff8;
     switch (number16(stream, 0)) {
         case record::kBof2:
@@ -58,7 +55,7 @@ Version versionOf(std::string_view stream) {
         case record::kBof4:
             return Version::Biff4;
         default:
-            return number16(stream, kHeader) == 0x0500 ? Version::Biff5 : Version::Biff8;
+            return number16(stream, kHeader) < 0x0600 ? Version::Biff5 : Version::Biff8;
     }
 }
 
@@ -78,30 +75,8 @@ void StreamOffsets::updateOffset(const Record& record, std::size_t position,
         {record.offset, kHeader + position, littleEndian(static_cast<std::uint32_t>(*now))});
 }
 
-void StreamOffsets::updateSheetList(std::size_t offset) {
-    const Record record = recordAt(mStream, offset);
-    if (record.id == record::kSheetHeader) {
-        updateSheetSize(record);
-    } else {
-        updateOffset(record, 0, record.id == record::kSheetsOffset ? isSheetHeader : record::isBof);
-    }
-}
-
-// In a BIFF4 workspace every sheet has the size of its substream in front.
-void StreamOffsets::updateSheetSize(const Record& record) {
-    if (record.body.size() < sizeof(std::uint32_t)) return;
-    const std::uint32_t old = number32(record.body, 0);
-    const std::size_t begin = record.end();
-    if (old < kHeader || old > mStream.size() - begin) return;
-    const std::size_t end = begin + old;
-    const bool isRight =
-        pointsTo(begin, record::isBof) &&
-        pointsTo(end - kHeader, [](std::uint16_t id) { return id == record::kEof; });
-    const auto newBegin = mMap.of(begin);
-    const auto newEnd = mMap.of(end);
-    if (!isRight || !newBegin || !newEnd) return;
-    mPatches.push_back(
-        {record.offset, kHeader, littleEndian(static_cast<std::uint32_t>(*newEnd - *newBegin))});
+void StreamOffsets::updateBoundSheet(std::size_t record) {
+    updateOffset(recordAt(mStream, record), 0, isBof);
 }
 
 void StreamOffsets::updateExtSst(std::size_t offset) {

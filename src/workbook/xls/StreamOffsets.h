@@ -15,8 +15,10 @@
 
 namespace brindle::workbook::xls {
 
-// The version that the first record tells; BIFF8 when that is no BOF.
-Version versionOf(std::string_view stream);
+// The version whose layouts hold for a stream, by its first record.
+Version layoutVersion(std::string_view stream);
+
+inline constexpr std::uint16_t kIndex2 = 0x000B;  // INDEX of BIFF2
 
 // Records that hold offsets, by their own offsets.
 struct OffsetRecords {
@@ -25,8 +27,8 @@ struct OffsetRecords {
         std::vector<std::size_t> indexes;  // INDEX, of which there should be one
         std::vector<std::size_t> dbCells;
     };
-    std::vector<std::size_t> sheetLists;  // BOUNDSHEET, and what a BIFF4 workspace has for it
-    std::vector<Sheet> sheets;            // one a substream
+    std::vector<std::size_t> boundSheets;
+    std::vector<Sheet> sheets;  // one a substream
     std::vector<std::size_t> extSsts;
 };
 
@@ -41,10 +43,10 @@ class StreamOffsets {
 public:
     // Borrows stream and map.
     StreamOffsets(std::string_view stream, OffsetMap& map)
-        : mStream(stream), mVersion(versionOf(stream)), mMap(map) {}
+        : mStream(stream), mVersion(layoutVersion(stream)), mMap(map) {}
 
     // What changes in these records. Values that do not point where they should stay.
-    void updateSheetList(std::size_t record);
+    void updateBoundSheet(std::size_t record);
     void updateExtSst(std::size_t record);
     // False when a value no longer fits; the sheet has to do without INDEX and DBCELL then.
     bool updateSheet(const OffsetRecords::Sheet& sheet);
@@ -55,7 +57,6 @@ private:
     bool pointsTo(std::size_t offset, bool (*isWanted)(std::uint16_t id)) const;
     void updateOffset(const Record& record, std::size_t position,
                       bool (*isWanted)(std::uint16_t id));
-    void updateSheetSize(const Record& record);
     void updateIndex(const Record& record);
     bool updateDbCell(const Record& record, std::size_t blockBegin);
     bool updateRowStarts(const Record& record, std::size_t firstRow);

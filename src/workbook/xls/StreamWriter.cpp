@@ -67,12 +67,10 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
                 if (reader.depth() == 1) found.sheets.push_back({record.offset, {}, {}});
                 break;
             case record::kBoundSheet:
-            case record::kSheetsOffset:
-            case record::kSheetHeader:
-                found.sheetLists.push_back(record.offset);
+                found.boundSheets.push_back(record.offset);
                 break;
             case record::kIndex:
-            case record::kIndex2:
+            case kIndex2:
                 if (reader.depth() > 0) found.sheets.back().indexes.push_back(record.offset);
                 break;
             case record::kDbCell:
@@ -103,7 +101,7 @@ void requireUncovered(const std::vector<RecordSplice>& splices, const OffsetReco
             if (isCovered(splices, offset)) throw badSplice(offset);
         }
     };
-    require(records.sheetLists);
+    require(records.boundSheets);
     for (const OffsetRecords::Sheet& sheet : records.sheets) {
         require(sheet.indexes);
         require(sheet.dbCells);
@@ -126,7 +124,7 @@ std::vector<RecordPatch> patchesFor(std::string_view stream, OffsetRecords& reco
     for (;;) {
         OffsetMap map(stream, splices);
         StreamOffsets offsets(stream, map);
-        for (const std::size_t record : records.sheetLists) offsets.updateSheetList(record);
+        for (const std::size_t record : records.boundSheets) offsets.updateBoundSheet(record);
         for (const std::size_t record : records.extSsts) {
             if (!isCovered(splices, record)) offsets.updateExtSst(record);
         }

@@ -14,8 +14,8 @@ namespace brindle::workbook::xls {
 
 // The new stream, for a stream in clear of any version. The splices come in any order. What no
 // splice covers is copied as it is, bytes behind the last record included, but for the offsets in
-// BOUNDSHEET, INDEX, DBCELL, EXTSST and in the sheet list of a BIFF4 workspace. A stored offset
-// that did not point where it should keeps its value.
+// BOUNDSHEET, INDEX, DBCELL and EXTSST. A stored offset that did not point where it should keeps
+// its value.
 //
 // Records that hold offsets must not be inside a splice, EXTSST excepted: its splice is written as
 // it is. A splice may cover cells of several rows. Where the cells of one row grow beyond what

@@ -30,7 +30,6 @@ namespace record {
 inline constexpr std::uint16_t kFormula = 0x0006;
 inline constexpr std::uint16_t kBof2 = 0x0009;
 inline constexpr std::uint16_t kEof = 0x000A;
-inline constexpr std::uint16_t kIndex2 = 0x000B;
 inline constexpr std::uint16_t kProtect = 0x0012;
 inline constexpr std::uint16_t kPassword = 0x0013;
 inline constexpr std::uint16_t kHeader = 0x0014;
@@ -52,8 +51,6 @@ inline constexpr std::uint16_t kObjectProtect = 0x0063;
 inline constexpr std::uint16_t kWsBool = 0x0081;
 inline constexpr std::uint16_t kBoundSheet = 0x0085;
 inline constexpr std::uint16_t kWriteProt = 0x0086;
-inline constexpr std::uint16_t kSheetsOffset = 0x008E;  // BIFF4 workspace
-inline constexpr std::uint16_t kSheetHeader = 0x008F;   // BIFF4 workspace
 inline constexpr std::uint16_t kMulRk = 0x00BD;
 inline constexpr std::uint16_t kMulBlank = 0x00BE;
 inline constexpr std::uint16_t kRString = 0x00D6;
@@ -74,8 +71,8 @@ inline constexpr std::uint16_t kLabel = 0x0204;
 inline constexpr std::uint16_t kBoolErr = 0x0205;
 inline constexpr std::uint16_t kString = 0x0207;
 inline constexpr std::uint16_t kRow = 0x0208;
-inline constexpr std::uint16_t kIndex = 0x020B;
 inline constexpr std::uint16_t kBof3 = 0x0209;
+inline constexpr std::uint16_t kIndex = 0x020B;
 inline constexpr std::uint16_t kArray = 0x0221;
 inline constexpr std::uint16_t kTable = 0x0236;
 inline constexpr std::uint16_t kRk = 0x027E;
@@ -84,10 +81,11 @@ inline constexpr std::uint16_t kFormat = 0x041E;
 inline constexpr std::uint16_t kSharedFormula = 0x04BC;
 inline constexpr std::uint16_t kBof = 0x0809;
 inline constexpr std::uint16_t kHeaderFooter = 0x089C;
-
-constexpr bool isBof(std::uint16_t id) {
-    return id == kBof || id == kBof4 || id == kBof3 || id == kBof2;
-}
 }  // namespace record
+
+// Whether a record begins a substream, in any version.
+constexpr bool isBof(std::uint16_t id) {
+    return id == record::kBof || id == record::kBof4 || id == record::kBof3 || id == record::kBof2;
+}
 
 }  // namespace brindle::workbook::xls

@@ -15,7 +15,7 @@ bool SubstreamReader::next(Record& record) {
         if (mDepth == 0) return false;
         throw;
     }
-    if (record::isBof(record.id)) ++mDepth;
+    if (isBof(record.id)) ++mDepth;
     if (mDepth > 0) {
         mIsBehindEof = record.id == record::kEof;
         mEnd = record.end();
