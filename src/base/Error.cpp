@@ -75,6 +75,11 @@ Error Error::refused(std::string description, SourceLocation thrownAt) {
                  thrownAt);
 }
 
+Error Error::notSupported(SourceLocation thrownAt) {
+    return Error(ErrorKind::Unsupported, error_number::kNotSupportedByObject,
+                 "Object doesn't support this property or method", thrownAt);
+}
+
 Error Error::damaged(std::string description, SourceLocation thrownAt) {
     return Error(ErrorKind::Damaged, error_number::kApplicationDefined, std::move(description),
                  thrownAt);

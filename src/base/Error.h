@@ -74,6 +74,8 @@ public:
     // Bytes that break their format: number 1004 with the reason as text.
     static Error damaged(std::string description,
                          SourceLocation thrownAt = SourceLocation::current());
+    // A member that the object does not have: number 438.
+    static Error notSupported(SourceLocation thrownAt = SourceLocation::current());
     // A failure of a system call, by errno; `what` names the action and its object, and is told
     // by what() only: the description is the plain text of the number. Numbers:
     // ENOENT 53, EACCES/EPERM/ETXTBSY 70, EISDIR/ELOOP/EROFS 75, ENOTDIR 76, EEXIST 58,

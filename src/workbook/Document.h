@@ -47,6 +47,11 @@ public:
                                std::string_view replacement) = 0;
     virtual CellValue cellValue(CellPosition position) = 0;
     virtual CellRange usedRange() = 0;
+    // Sets a cell of a workbook that was made from nothing; Blank empties it. A text is entered as
+    // if typed, so that it may become a number, date or boolean; numbers and booleans are taken as
+    // they are. Throws Error 1004 for a place that no sheet has and a text that no cell can hold,
+    // Error 438 in workbooks that were opened.
+    virtual void setCellValue(CellPosition position, const CellValue& value);
 
     // --- hyperlinks, page headers and footers: from 0 ----------------------------------------
     // A link to a place in the workbook has an empty address. Where no link of a sheet has an
@@ -87,6 +92,11 @@ public:
     // Writes the changes into the file it was opened from, by the rules of base/FileIo.h, after
     // reading the new bytes back. Does nothing when nothing changed.
     virtual void save() = 0;
+    // Writes a workbook that was made from nothing into a file of the format that the extension
+    // names, replacing an existing one by the rules of base/FileIo.h; save() goes there from then
+    // on. Throws Error 1004 for an extension without a format that can be made and for content
+    // that the format cannot hold, Error 438 for workbooks that were opened.
+    virtual void saveAs(const std::string& path);
 };
 
 }  // namespace brindle::workbook

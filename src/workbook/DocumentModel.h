@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace brindle::workbook {
 
@@ -19,13 +20,17 @@ struct CellPosition {
 // "B7"
 std::string cellName(CellPosition position);
 
-// What a cell holds, for list import: the recognised value.
+// What a cell holds, or is to hold, for the import and export of lists: the recognised value.
 struct CellValue {
     enum class Kind { Blank, Text, Number, Boolean, Error, Formula };
     Kind kind = Kind::Blank;
     std::string text;      // Text, Error, Formula (with "="); the edit text of the others
     double number = 0;     // Number
     bool boolean = false;  // Boolean
+
+    static CellValue ofText(std::string text) { return {Kind::Text, std::move(text), 0, false}; }
+    static CellValue ofNumber(double number) { return {Kind::Number, {}, number, false}; }
+    static CellValue ofBoolean(bool boolean) { return {Kind::Boolean, {}, 0, boolean}; }
 };
 
 // The smallest rectangle that holds all cells; all zero on an empty sheet.

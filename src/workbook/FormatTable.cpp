@@ -5,8 +5,10 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "workbook/NewDocument.h"
 #include "workbook/ooxml/OoxmlFormat.h"
 #include "workbook/text/TextFormat.h"
+#include "workbook/xls/NewXls.h"
 #include "workbook/xls/XlsFormat.h"
 
 namespace brindle::workbook {
@@ -27,7 +29,8 @@ const std::vector<FormatRow>& rows() {
           .password = true},
          ooxml::probe,
          ooxml::open,
-         ooxml::probeCompound},
+         ooxml::probeCompound,
+         ooxml::writeNew},
         {"Excel workbook (binary)",
          {".xls", ".xlt", ".xl"},
          {.cells = true,
@@ -38,7 +41,8 @@ const std::vector<FormatRow>& rows() {
           .password = true},
          xls::probe,
          xls::open,
-         xls::probeCompound},
+         xls::probeCompound,
+         xls::writeNew},
         {"Delimited text",
          {".csv", ".txt", ".tab", ".prn"},
          {.cells = true},
@@ -77,6 +81,22 @@ const FormatRow* bestRow(std::string_view head, std::string_view extension) {
     return best;
 }
 
+// The cells of a file must be those that were set.
+void requireSameCells(NewDocument& document, Document& written) {
+    NewWorksheet& sheet = document.worksheet(0);
+    for (std::size_t i = 0; i < sheet.rows().size(); ++i) {
+        for (const NewWorksheet::Cell& cell : sheet.rows()[i]) {
+            const CellPosition position{static_cast<std::int32_t>(i) + 1, cell.column};
+            const CellValue wanted = sheet.cellValue(position);
+            const CellValue found = written.worksheet(0).cellValue(position);
+            if (found.kind == wanted.kind && found.text == wanted.text) continue;
+            throw Error(ErrorKind::Internal, error_number::kApplicationDefined,
+                        "Document not saved: the written file did not read back as it was meant")
+                .inCell(cellName(position));
+        }
+    }
+}
+
 }  // namespace
 
 std::span<const FormatRow> formatTable() {
@@ -99,6 +119,27 @@ std::unique_ptr<Document> openDocument(const std::string& path, const OpenOption
                         "The file is not in a recognizable format");
         }
         return row->open(std::move(file), options);
+    } catch (Error& error) {
+        throw error.inFile(path);
+    }
+}
+
+void writeNewDocument(NewDocument& document, const std::string& path) {
+    const std::string extension = extensionOf(path);
+    const auto row = std::find_if(rows().begin(), rows().end(), [&](const FormatRow& each) {
+        return each.write && each.extensions.front() == extension;
+    });
+    if (row == rows().end()) {
+        throw Error::refused("Document not saved: no workbook is made with this extension")
+            .inFile(path);
+    }
+    const auto readBack = [&](const std::string& temporary) {
+        if (!row->open) return;
+        requireSameCells(document, *row->open(std::make_unique<InputFile>(temporary), {}));
+    };
+    try {
+        replaceFile(
+            path, {}, [&](OutputFile& out) { row->write(document, out); }, readBack);
     } catch (Error& error) {
         throw error.inFile(path);
     }

@@ -14,6 +14,8 @@
 
 namespace brindle::workbook {
 
+class NewDocument;
+
 struct Abilities {
     bool cells = false;
     bool hyperlinks = false;
@@ -36,13 +38,20 @@ struct FormatRow {
     // Looks at the streams of a compound file, which alone tell what it is. Null for a format that
     // is never in one.
     Claim (*probeCompound)(const package::CompoundFile& file) = nullptr;
+    // Writes a new workbook as files of the row's first extension are. Null for a format in which
+    // none is made. Throws Error 1004 for content that the format cannot hold.
+    void (*write)(NewDocument& document, ByteSink& out) = nullptr;
 };
 
+// The formats that can be opened.
 std::span<const FormatRow> formatTable();
 
 // Opens a document by content first, by extension only where content has no signature.
 // Throws Error: NotFound, System, Unsupported ("The file is not in a recognizable format"),
 // Damaged, WrongPassword, TooLarge; always naming the file.
 std::unique_ptr<Document> openDocument(const std::string& path, const OpenOptions& options);
+
+// See Document::saveAs(). The written file is read back before it takes the place of an old one.
+void writeNewDocument(NewDocument& document, const std::string& path);
 
 }  // namespace brindle::workbook

@@ -33,6 +33,10 @@ public:
     void Replace(const workbook::CellMatch& what, std::string_view Replacement);
 
     workbook::CellValue Value() const { return mSheet->cellValue(topLeft()); }
+    // For workbooks made by Workbooks::Add; a text is entered as if typed.
+    void setValue(const workbook::CellValue& value) const {
+        mSheet->setCellValue(topLeft(), value);
+    }
 
 private:
     workbook::CellPosition topLeft() const { return {mArea.firstRow, mArea.firstColumn}; }

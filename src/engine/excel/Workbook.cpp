@@ -15,6 +15,11 @@ std::optional<Worksheet> Workbook::ActiveSheet() {
     return Worksheet(mDocument->worksheet(active));
 }
 
+void Workbook::SaveAs(const std::string& Filename) {
+    mDocument->saveAs(Filename);
+    mFullName = Filename;
+}
+
 void Workbook::Close(bool SaveChanges) {
     if (SaveChanges) Save();
     mParent.remove(*this);  // destroys this object

@@ -30,6 +30,9 @@ public:
 
     // Writes nothing when nothing changed.
     void Save() { mDocument->save(); }
+    // For workbooks made by Workbooks::Add: writes the format that the extension names (.xls,
+    // .xlsx) and replaces an existing file, without asking.
+    void SaveAs(const std::string& Filename);
     // Ends the life of this object, unless the saving fails.
     void Close(bool SaveChanges);
 

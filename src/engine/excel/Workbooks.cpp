@@ -3,6 +3,7 @@
 
 #include "engine/excel/Index.h"
 #include "engine/excel/Workbook.h"
+#include "workbook/NewDocument.h"
 
 namespace brindle::excel {
 
@@ -20,6 +21,12 @@ Workbook& Workbooks::Item(std::int32_t index) {
 
 Workbook& Workbooks::Open(const std::string& Filename, const workbook::OpenOptions& options) {
     mOpen.push_back(std::make_unique<Workbook>(*this, Filename, mOpener(Filename, options)));
+    return *mOpen.back();
+}
+
+Workbook& Workbooks::Add(int currentYear) {
+    mOpen.push_back(std::make_unique<Workbook>(
+        *this, "Book1", std::make_unique<workbook::NewDocument>(currentYear)));
     return *mOpen.back();
 }
 

@@ -30,6 +30,9 @@ public:
     // The workbook stays open until it is closed. A recommendation to open it read-only is
     // ignored.
     Workbook& Open(const std::string& Filename, const workbook::OpenOptions& options);
+    // A new workbook with one empty worksheet, named "Book1" until it is saved. The year is that
+    // of dates entered without one.
+    Workbook& Add(int currentYear);
 
 private:
     friend class Workbook;

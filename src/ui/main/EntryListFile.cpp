@@ -11,6 +11,8 @@
 #include "base/Error.h"
 #include "base/FileIo.h"
 #include "base/Text.h"
+#include "engine/excel/Application.h"
+#include "engine/excel/Workbook.h"
 #include "workbook/FormatTable.h"
 #include "workbook/NumberText.h"
 
@@ -137,6 +139,43 @@ std::string listText(const Entries& entries, char separator) {
     return text;
 }
 
+void setRow(const excel::Worksheet& sheet, std::int32_t row, const Row& cells) {
+    for (std::size_t i = 0; i < kColumns; ++i) {
+        sheet.Cells(row, static_cast<std::int32_t>(i) + 1).setValue(cells[i]);
+    }
+}
+
+void writeWorkbook(const std::string& path, const Entries& entries, int currentYear) {
+    excel::Application application;
+    excel::Workbook& workbook = application.Workbooks().Add(currentYear);
+    const excel::Worksheet sheet = workbook.Worksheets().Item(1);
+    Row cells;
+    std::transform(kHeader.begin(), kHeader.end(), cells.begin(), CellValue::ofText);
+    std::int32_t row = 1;
+    setRow(sheet, row, cells);
+    for (const Entry* entry : entries.NewEnum()) {
+        setRow(sheet, ++row,
+               {CellValue::ofText(entry->FindWhat), CellValue::ofText(entry->ReplaceWith),
+                CellValue::ofNumber(entry->Look_In), CellValue::ofBoolean(entry->MatchCase),
+                CellValue::ofBoolean(entry->MatchEntireCellContents)});
+    }
+    workbook.SaveAs(path);
+    workbook.Close(false);
+    application.Quit();
+}
+
+void writeText(const std::string& path, const Entries& entries, char separator,
+               const std::string& codePage) {
+    const std::optional<std::string> bytes =
+        CodePage(codePage).encode(listText(entries, separator));
+    if (!bytes) {
+        throw Error::refused("The list has a character that the code page " + codePage +
+                             " cannot hold")
+            .inFile(path);
+    }
+    replaceFile(path, {}, [&](OutputFile& output) { output.write(std::string_view(*bytes)); });
+}
+
 }  // namespace
 
 bool ValidateItem(std::span<const std::string> fields) {
@@ -171,17 +210,16 @@ std::string entryListKind(const std::string& path) {
     return text::upperAscii(textBehindLastDot(path));
 }
 
-bool writeEntryList(const std::string& path, const Entries& entries, const std::string& codePage) {
+bool writeEntryList(const std::string& path, const Entries& entries,
+                    const EntryListOptions& options) {
     const std::string kind = entryListKind(path);
-    if (kind != "CSV" && kind != "TAB") return false;
-    const std::string text = listText(entries, kind == "CSV" ? ',' : '\t');
-    const std::optional<std::string> bytes = CodePage(codePage).encode(text);
-    if (!bytes) {
-        throw Error::refused("The list has a character that the code page " + codePage +
-                             " cannot hold")
-            .inFile(path);
+    if (kind == "XLS" || (kind == "XLSX" && options.anyType)) {
+        writeWorkbook(path, entries, options.open.currentYear);
+    } else if (kind == "CSV" || kind == "TAB") {
+        writeText(path, entries, kind == "CSV" ? ',' : '\t', options.open.ansiCodePage);
+    } else {
+        return false;
     }
-    replaceFile(path, {}, [&](OutputFile& output) { output.write(std::string_view(*bytes)); });
     return true;
 }
 

@@ -23,7 +23,7 @@ enum class EntryListOutcome {
 };
 
 struct EntryListOptions {
-    // Take a workbook of any extension and letter case.
+    // Read workbooks of any extension and letter case; write .xlsx too.
     bool anyType = false;
     // ansiCodePage is that of .csv and .tab files without a byte-order mark; currentYear that of
     // dates without a year, which are dates here as in every cell.
@@ -53,9 +53,13 @@ EntryListOutcome readEntryList(const std::string& path, const EntryListOptions& 
 // The upper-case text behind the last dot of a path; all of it when there is no dot.
 std::string entryListKind(const std::string& path);
 
-// Writes a list of kind "CSV" or "TAB" and replaces an existing file; false for other kinds, and
-// nothing is written. Lines end with CR LF; nothing is quoted. Throws Error 1004, with the old
-// file as it was, when the code page (ICU's name) cannot hold a text.
-bool writeEntryList(const std::string& path, const Entries& entries, const std::string& codePage);
+// Writes a list of kind "XLS", "CSV" or "TAB" (with anyType "XLSX" too) and replaces an existing
+// file; false for other kinds, and nothing is written. Text lines end with CR LF in the code page
+// of the options, and nothing is quoted. In a workbook texts are entered as if typed: 007 becomes
+// the number 7. Throws Error 1004, with the old file as it was, for what the file cannot hold: a
+// character that the code page does not have, in a workbook a text of more than 32,767 characters
+// or, as .xls, more than 65,535 entries.
+bool writeEntryList(const std::string& path, const Entries& entries,
+                    const EntryListOptions& options);
 
 }  // namespace brindle

@@ -18,4 +18,7 @@ Claim probeCompound(const package::CompoundFile& file);
 
 std::unique_ptr<Document> open(std::unique_ptr<InputFile> file, const OpenOptions& options);
 
+// Writes a new workbook of the type .xlsx. Every text of up to 32,767 characters has its place.
+void writeNew(NewDocument& document, ByteSink& out);
+
 }  // namespace brindle::workbook::ooxml

@@ -8,6 +8,20 @@
 
 namespace brindle::workbook::xls {
 
+namespace {
+
+// Some readers decode what stands in a record by itself, so surrogates stay together.
+bool endsInsidePair(std::string_view characters, std::size_t width) {
+    return width == 2 && !characters.empty() &&
+           (static_cast<unsigned char>(characters.back()) & 0xFC) == 0xD8;
+}
+
+}  // namespace
+
+std::uint16_t usualBucketSize(std::size_t strings) {
+    return static_cast<std::uint16_t>(std::clamp<std::size_t>(strings / 128 + 1, 8, UINT16_MAX));
+}
+
 SharedStringWriter::SharedStringWriter(std::uint32_t references, std::uint32_t strings,
                                        std::uint16_t bucketSize, std::size_t limit)
     : mRecord(mTable, record::kSst, limit), mBucketSize(bucketSize), mLimit(limit) {
@@ -51,7 +65,11 @@ void SharedStringWriter::addCharacters(StoredString& string) {
                 mRecord.append(std::string_view(piece.isWide ? "\x01" : "\0", 1));
                 mustBreak = false;
             }
-            const std::size_t size = std::min(piece.bytes.size(), mRecord.room() / width * width);
+            std::size_t size = std::min(piece.bytes.size(), mRecord.room() / width * width);
+            if (size < piece.bytes.size() && endsInsidePair(piece.bytes.substr(0, size), width)) {
+                size -= width;
+                mustBreak = true;
+            }
             mRecord.append(piece.bytes.substr(0, size));
             piece.bytes.remove_prefix(size);
         }

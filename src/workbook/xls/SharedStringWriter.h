@@ -12,6 +12,9 @@
 
 namespace brindle::workbook::xls {
 
+// What the application takes for a table of so many strings.
+std::uint16_t usualBucketSize(std::size_t strings);
+
 // Writes a shared string table: SST, CONTINUE records, and EXTSST with the places of every n-th
 // string. Layout: [MS-XLS] 2.4.265 (SST), 2.4.107 (ExtSST).
 class SharedStringWriter {

@@ -213,10 +213,6 @@ std::optional<StoredPlaces> findPlaces(std::string_view stream, std::size_t from
     return std::nullopt;
 }
 
-std::uint16_t usualBucketSize(std::size_t strings) {
-    return static_cast<std::uint16_t>(std::clamp<std::size_t>(strings / 128 + 1, 8, UINT16_MAX));
-}
-
 }  // namespace
 
 // Where the table of a workbook that has none belongs.

@@ -106,34 +106,72 @@ TEST(EntryListFile, RefusesMoreRowsThanItCanCount) {
               error_number::kFileNotFound);
 }
 
+EntryListOptions inCodePage(const std::string& name) {
+    EntryListOptions options;
+    options.open.ansiCodePage = name;
+    return options;
+}
+
 TEST(EntryListFile, WritesWhatItReads) {
     TempDir dir;
     Entries list;
     list.Add("red", "blue", 0, true, false, "k1");
     list.Add("\u00E4 \"x\"", "", 6, false, true, "k2");
-    ASSERT_TRUE(writeEntryList(dir.path("list.CSV"), list, "windows-1252"));
+    const std::vector<std::string> same = {"Item-2|red|blue|0|c|-", "Item-3|\u00E4 \"x\"||6|-|e"};
+    ASSERT_TRUE(writeEntryList(dir.path("list.CSV"), list, inCodePage("windows-1252")));
     EXPECT_EQ(dir.read("list.CSV"),
               kHeader + "red,blue,0,True,False\r\n\xE4 \"x\",,6,False,True\r\n");
-    ASSERT_TRUE(writeEntryList(dir.path("list.tab"), list, "UTF-8"));
+    EntryListOptions options = inCodePage("UTF-8");
+    options.anyType = true;
+    for (const char* name : {"list.tab", "list.xlsx"}) {
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(writeEntryList(dir.write(name, "old"), list, options));
+        Entries read;
+        EXPECT_EQ(readEntryList(dir.path(name), options, read), EntryListOutcome::Read);
+        EXPECT_EQ(contentOf(read), same);
+    }
     EXPECT_EQ(dir.read("list.tab").substr(0, 23), "Find What\tReplace With\t");
+}
+
+TEST(EntryListFile, EntersTextsOfWorkbooksAsTyped) {
+    TempDir dir;
     EntryListOptions options;
-    options.open.ansiCodePage = "UTF-8";
+    options.anyType = true;
+    options.open.currentYear = 2026;
+    Entries list;
+    list.Add("007", "=A1", 2, false, false, "k1");
+    list.Add("3/4", "-x", 2, false, false, "k2");
+    ASSERT_TRUE(writeEntryList(dir.path("list.xlsx"), list, options));
     Entries read;
-    EXPECT_EQ(readEntryList(dir.path("list.tab"), options, read), EntryListOutcome::Read);
+    EXPECT_EQ(readEntryList(dir.path("list.xlsx"), options, read), EntryListOutcome::Read);
     EXPECT_EQ(contentOf(read),
-              (std::vector<std::string>{"Item-2|red|blue|0|c|-", "Item-3|\u00E4 \"x\"||6|-|e"}));
+              (std::vector<std::string>{"Item-2|7|=A1|2|-|-", "Item-3|3/4/2026|-x|2|-|-"}));
 }
 
 TEST(EntryListFile, LeavesTheOldFileWhenItCannotWrite) {
     TempDir dir;
-    Entries list;
-    list.Add("\u0416", "", 0, false, false, "");
-    const std::string path = dir.write("list.csv", "old");
-    EXPECT_EQ(test::numberOf([&] { writeEntryList(path, list, "windows-1252"); }),
-              error_number::kApplicationDefined);
-    EXPECT_EQ(dir.read("list.csv"), "old");
-    EXPECT_FALSE(writeEntryList(dir.write("list.xls", "old"), list, "windows-1252"));
-    EXPECT_EQ(dir.read("list.xls"), "old");
+    const struct {
+        const char* file;
+        std::string find;
+        int number;  // 0 for a kind that is not written
+    } rows[] = {
+        {"list.csv", "\u0416", error_number::kApplicationDefined},
+        {"list.xls", std::string(32768, 'x'), error_number::kApplicationDefined},
+        {"list.xlsx", "x", 0},
+        {"list.txt", "x", 0},
+        {"list", "x", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
+        Entries list;
+        list.Add(row.find, "", 0, false, false, "");
+        const std::string path = dir.write(row.file, "old");
+        const auto write = [&] {
+            EXPECT_FALSE(writeEntryList(path, list, inCodePage("windows-1252")));
+        };
+        EXPECT_EQ(test::numberOf(write), row.number);
+        EXPECT_EQ(dir.read(row.file), "old");
+    }
     EXPECT_EQ(entryListKind("a.b/list.Xls"), "XLS");
     EXPECT_EQ(entryListKind("list"), "LIST");
 }
