@@ -43,7 +43,7 @@ TOKEN = re.compile(r'''(?P<text>"(?:[^"]|"")*") | (?P<sheet>'(?:[^']|\'\')*'!) |
 
 # Reader, pattern in our text, reason. The first that matches tells why the reader differs.
 REASONS = (
-    ('LibreOffice', r'\]|\.XLS!', 'other workbooks are numbered there'),
+    ('LibreOffice', r'\.XLS!', 'functions of other workbooks are broken there'),
     ('LibreOffice', r'#REF!|#VALUE!', 'errors are left out or simplified there'),
     ('LibreOffice', r'\[0\]!', 'workbook in front of a name is left out there'),
     ('LibreOffice', r'\b(JIS|YEN|PHONETIC|HYPGEOMDIST)\b', 'function of another name there'),
@@ -82,7 +82,8 @@ def evened(text):
             part = format(float(part), '.14g')
         elif match.lastgroup == 'word':
             part = re.sub(r'^(_xlfn\.|_xll\.)+', '', part, flags=re.I)
-        parts.append(part.upper())
+        # Whatever the number or path of another workbook.
+        parts.append(re.sub(r'^.*\[.*\]', '[]', part.upper()))
     return re.sub(r'\b(TRUE|FALSE)\(\)', r'\1', ''.join(parts))
 
 

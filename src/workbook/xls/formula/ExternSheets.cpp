@@ -89,6 +89,7 @@ void ExternSheets::learnPlace(const Record& record, std::size_t end) {
                 if (mRangesSpan) mCanGrow = false;
                 mRangesSpan = Span{record.offset, end};
             }
+            mIsListed = true;
             mPlace = end;
             break;
         case record::kExternCount:
@@ -247,6 +248,8 @@ std::vector<RecordSplice> ExternSheets::splices() const {
         const Span span = mRangesSpan.value_or(Span{*mPlace, *mPlace});
         return {{span.begin, span.end, mNewRecords + rangesRecord()}};
     }
+    // Some writers leave the count out.
+    if (!mCountSpan && mIsListed) return {{*mPlace, *mPlace, mNewRecords}};
     std::string count;
     appendRecord(count, record::kExternCount,
                  littleEndian(static_cast<std::uint16_t>(mBooks.size())));

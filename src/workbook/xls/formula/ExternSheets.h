@@ -82,6 +82,7 @@ private:
     std::optional<Span> mRangesSpan;    // EXTERNSHEET in BIFF8
     std::optional<Span> mCountSpan;     // EXTERNCOUNT before
     std::optional<std::size_t> mPlace;  // for new records
+    bool mIsListed = false;             // there is an EXTERNSHEET
     bool mCanGrow = true;
     bool mIsChanged = false;
     std::string mNewRecords;  // in front of EXTERNSHEET, or further ones of it

@@ -11,7 +11,7 @@ namespace brindle::workbook::xls {
 namespace {
 
 // More than any formula's text, so that links to long names cannot pile up.
-constexpr std::size_t kLongestText = 64 * 1024;
+constexpr std::size_t kLongestText = 32 * 1024;
 
 struct OperatorRow {
     std::uint8_t id;

@@ -11,9 +11,12 @@
 namespace brindle::workbook::xls {
 namespace {
 
-constexpr std::uint16_t kOwnBook = 0x0401;  // in the place of a path's length
+constexpr std::uint16_t kOwnBook = 0x0401;  // in the place of a path's length, as is the next
 constexpr std::uint16_t kAddIns = 0x3A01;
 constexpr std::uint16_t kBuiltInName = 0x0020;
+// Characters of a path or sheet; several times what the format allows, and few enough to be
+// written in front of every reference.
+constexpr std::size_t kLongestPath = 1024;
 
 // The first character of a path, alone or in front of the rest.
 constexpr char kEmptyPath = 0x00;
@@ -64,10 +67,9 @@ LinkedBook parseSupBook(std::string_view body, const StringCodec& codec) {
     ByteReader bytes(body);
     const auto sheetCount = bytes.number<std::uint16_t>();
     const auto length = bytes.number<std::uint16_t>();
-    if (bytes.remaining() == 0) {
-        if (length == kOwnBook) return bookOfKind(LinkedBook::Kind::Own);
-        if (length == kAddIns) return bookOfKind(LinkedBook::Kind::AddIn);
-    }
+    if (length == kOwnBook) return bookOfKind(LinkedBook::Kind::Own);
+    if (length == kAddIns) return bookOfKind(LinkedBook::Kind::AddIn);
+    if (length > kLongestPath) throw Error::damaged("The path of a workbook is too long");
     const std::string path = codec.readCharacters(bytes, length);
     if (path.size() == 1 && (path[0] == kEmptyPath || path[0] == kSelf)) {
         return bookOfKind(LinkedBook::Kind::SameSheet);
@@ -78,7 +80,12 @@ LinkedBook parseSupBook(std::string_view body, const StringCodec& codec) {
     }
     LinkedBook book = bookOfKind(LinkedBook::Kind::Workbook);
     book.path = path[0] == kEncodedPath ? decodedPath(std::string_view(path).substr(1)) : path;
-    for (std::size_t i = 0; i < sheetCount; ++i) book.sheets.push_back(codec.readLong(bytes));
+    for (std::size_t i = 0; i < sheetCount; ++i) {
+        book.sheets.push_back(codec.readLong(bytes));
+        if (book.sheets.back().size() > kLongestPath) {
+            throw Error::damaged("The name of a sheet is too long");
+        }
+    }
     return book;
 }
 

@@ -56,11 +56,11 @@ bool OperandText::append(std::string& out, const Token& token, Context& context)
 
 void OperandText::appendQuoted(std::string& out, std::string_view text) {
     out += '"';
-    for (const char c : text) {
-        if (c == '"') out += c;
-        out += c;
+    for (std::size_t at = text.find('"'); at != std::string_view::npos; at = text.find('"')) {
+        out.append(text.substr(0, at + 1)) += '"';
+        text.remove_prefix(at + 1);
     }
-    out += '"';
+    out.append(text) += '"';
 }
 
 bool OperandText::appendConstant(std::string& out, const Token& token, Context& context) const {
