@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint16_t kByteOrder = 0xFFFE;
 constexpr std::size_t kFromByteOrderToSections = 22;  // version, system, class id
+constexpr std::size_t kMostSections = 64;             // two by the format
 constexpr std::size_t kPlaceSize = sizeof(FormatId) + sizeof(std::uint32_t);
 
 }  // namespace
@@ -34,7 +35,7 @@ void PropertySet::read() {
     if (reader.number<std::uint16_t>() != kByteOrder) throw damaged();
     reader.skip(kFromByteOrderToSections);
     const std::size_t count = reader.number<std::uint32_t>();
-    if (count > reader.remaining() / kPlaceSize) throw damaged();
+    if (count > kMostSections || count > reader.remaining() / kPlaceSize) throw damaged();
     mSections.resize(count);
     for (Placed& placed : mSections) {
         for (unsigned char& byte : placed.format) byte = reader.number<unsigned char>();
