@@ -62,13 +62,13 @@ def entries(count):
 BOOKS = [
     ('empty', [], True),
     ('entries', entries(10000), True),
-    ('scattered', [[3, 2, 'a'], [70, 255, 1.5], [71, 1, True], [200, 9, -2], [200, 10, 'b']], True),
+    ('scattered', [[3, 2, 'a'], [70, 256, 1.5], [71, 1, True], [200, 9, -2], [200, 10, 'b']], True),
     ('looks like', columns(['plain', '=A1', '=(', '-b', '#N/A', "'q", ' blank ', '"quoted", x',
                             'two\nlines', '\u2603 \U0001F600']), True),
     ('every character', columns(every_character()), False),
     ('long', columns(long_texts()), False),
     ('longest', [[1, 1, 'x' * 32767], [1, 2, '\U0001F600' * 16383 + '\u0416']], False),
-    ('full', [[row, 256 if row % 2 else 1, row % 1000] for row in range(1, 65537)], False),
+    ('full', [[row, 3 if row % 2 else 1, row % 1000] for row in range(1, 65537)], False),
 ]
 REFUSED = [
     ('xls', [[65537, 1, 'x']]),
