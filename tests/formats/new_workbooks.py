@@ -193,14 +193,15 @@ def check(driver, folder, with_office):
                 texts = {at: as_text(value, kind) for at, value in wanted.items()}
                 assert seen_by_libreoffice(path, folder) == texts, path
     # What a text is entered as.
-    typed = columns(['007', '5%', '1/2/2026', '$3', 'true'])
+    typed = columns(['007', '5%', '1/2/2026', '$3', 'true', '2 1/128'])
     for kind, see in (('xls', seen_by_xlrd), ('xlsx', seen_by_openpyxl)):
         path = os.path.join(folder, 'typed.' + kind)
         make(driver, path, typed)
         found, formats = see(path)
-        values = [found[row, 1] for row in (1, 2, 4, 5)]
-        assert values == [7, 0.05, 3, True], values
+        values = [found[row, 1] for row in (1, 2, 4, 5, 6)]
+        assert values == [7, 0.05, 3, True, 2 + 1 / 128], values
         assert formats[2, 1] == '0%' and 'yy' in formats[3, 1] and '$' in formats[4, 1], formats
+        assert formats[6, 1] == '# ???/???', formats
 
 
 def main():
