@@ -70,41 +70,53 @@ NewWorksheet::Cell NewWorksheet::entered(std::string_view typed) {
     return cell;
 }
 
+std::optional<NewWorksheet::Cell> NewWorksheet::cellOf(const CellValue& value) {
+    Cell cell;
+    cell.kind = value.kind;
+    switch (value.kind) {
+        case Kind::Blank:
+            return std::nullopt;
+        case Kind::Number:
+            if (!std::isfinite(value.number)) {
+                throw Error::refused("A cell cannot hold this number");
+            }
+            cell.number = value.number;
+            return cell;
+        case Kind::Boolean:
+            cell.boolean = value.boolean;
+            return cell;
+        default:
+            if (value.text.empty()) return std::nullopt;
+            return entered(value.text);
+    }
+}
+
+void NewWorksheet::clear(CellPosition position) {
+    const auto index = static_cast<std::size_t>(position.row) - 1;
+    if (index >= mRows.size()) return;
+    Row& row = mRows[index];
+    const auto at = cellAt(row, position.column);
+    if (isAt(row, at, position.column)) row.erase(at);
+    while (!mRows.empty() && mRows.back().empty()) mRows.pop_back();
+}
+
 void NewWorksheet::setCellValue(CellPosition position, const CellValue& value) {
     if (position.row < 1 || position.row > kLastRow || position.column < 1 ||
         position.column > kLastColumn) {
         throw Error::refused("Application-defined or object-defined error");
     }
-    const bool isBlank =
-        value.kind == Kind::Blank || (value.kind == Kind::Text && value.text.empty());
-    Cell cell;
-    cell.kind = value.kind;
-    cell.boolean = value.boolean;
-    cell.number = value.number;
-    if (value.kind == Kind::Number && !std::isfinite(value.number)) {
-        throw Error::refused("A cell cannot hold this number");
-    }
-    if (!isBlank && value.kind != Kind::Number && value.kind != Kind::Boolean) {
-        cell = entered(value.text);
-    }
-    cell.column = position.column;
-
+    std::optional<Cell> cell = cellOf(value);
     mDocument.mIsChanged = true;
+    if (!cell) return clear(position);
+    cell->column = position.column;
     const auto index = static_cast<std::size_t>(position.row) - 1;
-    if (index >= mRows.size()) {
-        if (isBlank) return;
-        mRows.resize(index + 1);
-    }
+    if (index >= mRows.size()) mRows.resize(index + 1);
     Row& row = mRows[index];
     const auto at = cellAt(row, position.column);
-    const bool isThere = isAt(row, at, position.column);
-    if (isBlank) {
-        if (isThere) row.erase(at);
-        while (!mRows.empty() && mRows.back().empty()) mRows.pop_back();
-    } else if (isThere) {
-        *at = cell;
+    if (isAt(row, at, position.column)) {
+        *at = *cell;
     } else {
-        row.insert(at, cell);
+        row.insert(at, *cell);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -31,9 +32,8 @@ public:
     explicit NewWorksheet(NewDocument& document) : mDocument(document) {}
 
     std::string name() const override { return "Sheet1"; }
-    // What a text is entered as: see Worksheet::setCellValue. A text that would become a formula
-    // or an error value, which a new workbook does not hold, stays what it is, in a cell of the
-    // format Text.
+    // A text that would become a formula or an error value, which a new workbook does not hold,
+    // stays what it is, in a cell of the format Text.
     void setCellValue(CellPosition position, const CellValue& value) override;
     CellValue cellValue(CellPosition position) override;
     CellRange usedRange() override;
@@ -46,6 +46,8 @@ public:
 
 private:
     Cell entered(std::string_view typed);
+    std::optional<Cell> cellOf(const CellValue& value);  // nothing for a blank one
+    void clear(CellPosition position);
 
     NewDocument& mDocument;
     std::vector<Row> mRows;
@@ -55,6 +57,8 @@ class NewDocument final : public Document {
 public:
     // The year is that of dates entered without one.
     explicit NewDocument(int currentYear);
+    NewDocument(const NewDocument&) = delete;
+    NewDocument& operator=(const NewDocument&) = delete;
 
     std::size_t worksheetCount() override { return 1; }
     NewWorksheet& worksheet(std::size_t) override { return mSheet; }
@@ -64,7 +68,8 @@ public:
     void save() override;
     void saveAs(const std::string& path) override;
 
-    // The texts of the cells, each once. Valid UTF-8, at most 32,767 UTF-16 units each.
+    // The texts of the cells, each once, those that were overwritten included. Valid UTF-8, at most
+    // 32,767 UTF-16 units each.
     const std::deque<std::string>& texts() const { return mTexts; }
     // The number formats that cells may have, "General" first. The ids are those of the binary
     // and the Office Open XML formats alike; from kFirstOwnFormat on a file has to tell the code.
