@@ -78,25 +78,30 @@ void SharedStringWriter::addCharacters(StoredString& string) {
     }
 }
 
-// Runs are not taken apart. Phonetic data begins in a record that holds all of it if there can be
-// one, as its own parts should not be taken apart either.
 void SharedStringWriter::addData(StoredString& string) {
     std::string data;
     for (std::string_view piece; string.nextData(piece);) data += piece;
-    std::string_view runs = std::string_view(data).substr(0, string.runCount() * kFormatRunSize);
-    while (!runs.empty()) {
-        if (mRecord.room() < kFormatRunSize) mRecord.startContinue();
-        const std::size_t most = mRecord.room() / kFormatRunSize * kFormatRunSize;
-        mRecord.append(runs.substr(0, most));
-        runs.remove_prefix(std::min(runs.size(), most));
-    }
-    std::string_view phonetic = std::string_view(data).substr(string.runCount() * kFormatRunSize);
-    if (phonetic.size() > mRecord.room() && phonetic.size() <= mLimit) mRecord.startContinue();
-    while (!phonetic.empty()) {
-        if (mRecord.room() == 0) mRecord.startContinue();
-        const std::size_t size = std::min(phonetic.size(), mRecord.room());
-        mRecord.append(phonetic.substr(0, size));
-        phonetic.remove_prefix(size);
+    const std::size_t runsSize = string.runCount() * kFormatRunSize;
+    const std::string_view all(data);
+    addUnits(all.substr(0, runsSize), kFormatRunSize);
+    // Phonetic data begins with two structures that are not taken apart either: ExtRst up to its
+    // size, then the formats and counts. What follows are 16-bit units.
+    const std::string_view phonetic = all.substr(runsSize);
+    constexpr std::size_t kHead = 4;
+    constexpr std::size_t kCounts = 10;
+    addUnits(phonetic.substr(0, kHead), kHead);
+    if (phonetic.size() > kHead) addUnits(phonetic.substr(kHead, kCounts), kCounts);
+    if (phonetic.size() > kHead + kCounts) addUnits(phonetic.substr(kHead + kCounts), 2);
+}
+
+// Breaks stand between units only.
+void SharedStringWriter::addUnits(std::string_view bytes, std::size_t unit) {
+    while (!bytes.empty()) {
+        if (mRecord.room() < std::min(unit, bytes.size())) mRecord.startContinue();
+        const std::size_t room = mRecord.room();
+        const std::size_t size = bytes.size() <= room ? bytes.size() : room / unit * unit;
+        mRecord.append(bytes.substr(0, size));
+        bytes.remove_prefix(size);
     }
 }
 

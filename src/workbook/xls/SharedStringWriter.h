@@ -20,7 +20,7 @@ std::uint16_t usualBucketSize(std::size_t strings);
 class SharedStringWriter {
 public:
     // `bucketSize` (not 0) is the number of strings that share a place in EXTSST, `limit` the
-    // longest body of a record.
+    // longest body of a record, at least 16 bytes.
     SharedStringWriter(std::uint32_t references, std::uint32_t strings, std::uint16_t bucketSize,
                        std::size_t limit = longestBody(Version::Biff8));
     SharedStringWriter(const SharedStringWriter&) = delete;
@@ -37,6 +37,7 @@ public:
 private:
     void addCharacters(StoredString& string);
     void addData(StoredString& string);
+    void addUnits(std::string_view bytes, std::size_t unit);
 
     struct Place {
         std::uint32_t inTable;

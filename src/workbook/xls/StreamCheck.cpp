@@ -64,6 +64,7 @@ struct Outline {
     std::vector<SheetOutline> sheets;
     std::optional<std::size_t> sst;
     std::optional<Record> extSst;
+    std::vector<std::size_t> records;  // before BIFF5
     std::size_t end = 0;
 };
 
@@ -71,7 +72,9 @@ Outline outlineOf(std::string_view stream) {
     Outline outline;
     SubstreamReader reader(stream);
     RowBlock block;
+    const bool isOld = layoutVersion(stream) < Version::Biff5;
     for (Record record; reader.next(record);) {
+        if (isOld) outline.records.push_back(record.offset);
         if (reader.depth() == 0) continue;
         if (isBof(record.id)) {
             const bool hasType = record.body.size() >= 4;
@@ -182,21 +185,29 @@ private:
     void compareIndexes(const SheetOutline& now, const Record& nowIndex, const SheetOutline& then,
                         const Record& thenIndex) const {
         require(nowIndex.body.size() == thenIndex.body.size(), "row index");
-        const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
-        std::size_t next = 0;  // DBCELL
-        for (std::size_t at = first; at + 4 <= thenIndex.body.size(); at += 4) {
-            const std::size_t thenTo = number32(thenIndex, at);
-            const std::size_t nowTo = number32(nowIndex, at);
-            if (at == first || mVersion < Version::Biff5) {
-                const std::uint16_t id = idAt(mBefore, thenTo);
-                const bool isTold = id == record::kDefColWidth || mVersion < Version::Biff5;
-                require(!isTold || id == 0 || id == idAt(mChanged, nowTo), "row index");
-                continue;
+        if (mVersion < Version::Biff5) {
+            for (std::size_t at = 0; at + 4 <= thenIndex.body.size(); at += 4) {
+                if (at != 4) requireSameKind(number32(nowIndex, at), number32(thenIndex, at));
             }
-            const bool wasRight = next < then.dbCells.size() && then.dbCells[next] == thenTo;
-            require(!wasRight || now.dbCells[next] == nowTo, "row index");
-            ++next;
+            return;
         }
+        const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
+        require(idAt(mBefore, number32(thenIndex, first)) != record::kDefColWidth ||
+                    idAt(mChanged, number32(nowIndex, first)) == record::kDefColWidth,
+                "row index");
+        for (std::size_t i = 0; i < then.dbCells.size(); ++i) {
+            const std::size_t at = first + 4 + 4 * i;
+            require(number32(thenIndex, at) != then.dbCells[i] ||
+                        number32(nowIndex, at) == now.dbCells[i],
+                    "row index");
+        }
+    }
+    void requireSameKind(std::size_t now, std::size_t then) const {
+        const auto has = [](const Outline& outline, std::size_t offset) {
+            return std::binary_search(outline.records.begin(), outline.records.end(), offset);
+        };
+        if (!has(mThen, then)) return;
+        require(has(mNow, now) && idAt(mChanged, now) == idAt(mBefore, then), "row index");
     }
 
     void compareStrings() const {

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "base/LittleEndian.h"
+#include "workbook/xls/biff/SubstreamReader.h"
 
 namespace brindle::workbook::xls {
 
@@ -20,11 +21,6 @@ bool isDbCell(std::uint16_t id) {
 bool isStringTable(std::uint16_t id) {
     return id == record::kSst || id == record::kContinue;
 }
-// Before BIFF5 programs differ in what INDEX points to.
-bool isAnything(std::uint16_t) {
-    return true;
-}
-
 std::uint32_t number32(std::string_view bytes, std::size_t position) {
     return getLittleEndian<std::uint32_t>(bytes.data() + position);
 }
@@ -48,7 +44,15 @@ Version layoutVersion(std::string_view stream) {
     }
 }
 
+StreamOffsets::StreamOffsets(std::string_view stream, OffsetMap& map)
+    : mStream(stream), mVersion(layoutVersion(stream)), mMap(map) {
+    if (mVersion >= Version::Biff5) return;
+    SubstreamReader reader(stream);
+    for (Record record; reader.next(record);) mRecords.push_back(record.offset);
+}
+
 bool StreamOffsets::pointsTo(std::size_t offset, bool (*isWanted)(std::uint16_t id)) const {
+    if (!isWanted) return std::binary_search(mRecords.begin(), mRecords.end(), offset);
     return mStream.size() >= kHeader && offset <= mStream.size() - kHeader &&
            isWanted(number16(mStream, offset));
 }
@@ -103,11 +107,13 @@ bool StreamOffsets::updateSheet(const OffsetRecords::Sheet& sheet) {
 void StreamOffsets::updateIndex(const Record& record) {
     constexpr std::size_t kSize = sizeof(std::uint32_t);
     const bool isOld = mVersion < Version::Biff5;
-    if (isOld) updateOffset(record, 0, isAnything);
+    // Older ones point to the places of names, of formats and of blocks of rows, which may be
+    // empty.
+    if (isOld) updateOffset(record, 0, nullptr);
     const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
-    updateOffset(record, first, isOld ? isAnything : isDefColWidth);
+    updateOffset(record, first, isOld ? nullptr : isDefColWidth);
     for (std::size_t at = first + kSize; at + kSize <= record.body.size(); at += kSize) {
-        updateOffset(record, at, isOld ? isAnything : isDbCell);
+        updateOffset(record, at, isOld ? nullptr : isDbCell);
     }
 }
 

@@ -42,8 +42,7 @@ struct RecordPatch {
 class StreamOffsets {
 public:
     // Borrows stream and map.
-    StreamOffsets(std::string_view stream, OffsetMap& map)
-        : mStream(stream), mVersion(layoutVersion(stream)), mMap(map) {}
+    StreamOffsets(std::string_view stream, OffsetMap& map);
 
     // What changes in these records. Values that do not point where they should stay.
     void updateBoundSheet(std::size_t record);
@@ -54,6 +53,8 @@ public:
     const std::vector<RecordPatch>& patches() const { return mPatches; }
 
 private:
+    // `isWanted` tells by the id of the record there; without it any record will do, which is told
+    // for the versions before BIFF5 only.
     bool pointsTo(std::size_t offset, bool (*isWanted)(std::uint16_t id)) const;
     void updateOffset(const Record& record, std::size_t position,
                       bool (*isWanted)(std::uint16_t id));
@@ -64,6 +65,7 @@ private:
     std::string_view mStream;
     Version mVersion;
     OffsetMap& mMap;
+    std::vector<std::size_t> mRecords;  // before BIFF5
     std::vector<RecordPatch> mPatches;
 };
 

@@ -1,0 +1,377 @@
+// SPDX-License-Identifier: MIT
+// The shared strings of binary workbooks: reading, searching, changing, writing.
+#include <gtest/gtest.h>
+
+#include "base/Error.h"
+#include "base/LittleEndian.h"
+#include "support/Thrown.h"
+#include "support/XlsStreams.h"
+#include "workbook/xls/SharedStrings.h"
+
+namespace brindle::workbook::xls {
+
+namespace {
+
+using namespace std::string_literals;
+using test::kindOf;
+using test::xlsRecord;
+
+const StringCodec kCodec(Version::Biff8, "");
+
+std::string u16(std::size_t value) {
+    return littleEndian(static_cast<std::uint16_t>(value));
+}
+std::string u32(std::size_t value) {
+    return littleEndian(static_cast<std::uint32_t>(value));
+}
+
+// BOF, SST and more, EOF; the SST stands at kSst.
+constexpr std::size_t kSst = 20;
+std::string globals(const std::string& records) {
+    return xlsRecord(record::kBof, "\0\x06\x05\0"s + std::string(12, '\0')) + records +
+           xlsRecord(record::kEof);
+}
+std::string tableOf(const std::string& strings, std::size_t unique, std::size_t total = 9) {
+    return xlsRecord(record::kSst, u32(total) + u32(unique) + strings);
+}
+
+std::vector<StringItem> itemsOf(const SharedStrings& strings) {
+    std::vector<StringItem> items;
+    for (std::uint32_t i = 0; i < strings.size(); ++i) items.push_back(strings.item(i));
+    return items;
+}
+
+std::string spliced(std::string stream, std::vector<RecordSplice> splices) {
+    std::sort(splices.begin(), splices.end(),
+              [](const auto& a, const auto& b) { return a.begin > b.begin; });
+    for (const RecordSplice& splice : splices) {
+        stream.replace(splice.begin, splice.end - splice.begin, splice.bytes);
+    }
+    return stream;
+}
+std::string changedStream(const std::string& stream, const SharedStrings& strings) {
+    std::vector<RecordSplice> splices;
+    strings.appendSplices(splices);
+    return spliced(stream, std::move(splices));
+}
+
+const std::vector<StringItem> kItems{
+    {"plain", {}, {}},
+    {"", {}, {}},
+    {"grün", {}, {}},
+    {"имя 😀", {}, {}},
+    {"rich text", {{0, 5}, {5, 6}}, {}},
+    {"多 rich", {{1, 7}, {2, 8}, {4, 9}}, {}},
+    {"東京", {}, "phonetic data of it"},
+    {"rich 京", {{2, 3}}, "\x01\0\x0C\0 more"s},
+    {std::string(90, 'x'), {{80, 1}}, std::string(90, 'p')},
+};
+
+// Whether the body of EXTSST says where the strings are.
+bool arePlacesRight(std::string_view stream, std::size_t sst, std::string_view body) {
+    const SharedStringIndex index(stream, sst);
+    const std::size_t bucket = getLittleEndian<std::uint16_t>(body.data());
+    if (bucket == 0 || body.size() != 2 + 8 * ((index.size() + bucket - 1) / bucket)) return false;
+    for (std::size_t i = 0; i < index.size(); i += bucket) {
+        const char* const place = body.data() + 2 + 8 * (i / bucket);
+        const std::size_t offset = getLittleEndian<std::uint32_t>(place);
+        const std::size_t begin = offset - getLittleEndian<std::uint16_t>(place + 4);
+        if (offset != index.offset(i) || begin > offset) return false;
+        if (recordAt(stream, begin).id != (begin == sst ? record::kSst : record::kContinue)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+TEST(XlsStrings, RecordsOfAnySizeHoldTheSameStrings) {
+    const std::string empty = globals({});
+    SharedStrings made(empty);
+    for (const StringItem& item : kItems) made.add(item);
+    const std::string whole = changedStream(empty, made);
+    const SharedStringIndex stored(whole, kSst);
+    for (std::size_t limit = 16; limit < 700; ++limit) {
+        SCOPED_TRACE(limit);
+        SharedStringWriter writer(5, static_cast<std::uint32_t>(kItems.size()), 2, limit);
+        for (std::size_t i = 0; i < stored.size(); ++i) writer.add(stored.string(i));
+        const std::string stream = globals(writer.table());
+        EXPECT_EQ(itemsOf(SharedStrings(stream, kSst)), kItems);
+        const std::string places = writer.places(kSst);
+        EXPECT_TRUE(arePlacesRight(stream, kSst, continuedBody(places, recordAt(places, 0))));
+        const SharedStringIndex broken(stream, kSst);
+        for (const Segment& segment : broken.segments()) {
+            EXPECT_LE(segment.end - segment.begin, limit);
+        }
+        // Written anew, what was broken is whole again.
+        SharedStringWriter joined(1, static_cast<std::uint32_t>(kItems.size()), 2);
+        for (std::size_t i = 0; i < broken.size(); ++i) joined.add(broken.string(i));
+        EXPECT_EQ(itemsOf(SharedStrings(globals(joined.table()), kSst)), kItems);
+    }
+}
+
+// The first bytes of a string in one record, the others in the next, which begins with flags when
+// the break is inside the characters; `wider` stores those behind it in 16 bits.
+std::string brokenTable(const std::string& string, std::size_t at, std::size_t head,
+                        std::size_t characters, bool isWide, bool wider) {
+    const bool isInside = at >= head && at < head + characters;
+    std::string rest = string.substr(at);
+    if (isInside && wider) {
+        std::string wide;
+        for (const char c : rest.substr(0, head + characters - at)) wide += {c, '\0'};
+        rest.replace(0, head + characters - at, wide);
+    }
+    if (isInside) rest.insert(0, 1, isWide || wider ? '\x01' : '\0');
+    return tableOf(string.substr(0, at), 2) + xlsRecord(record::kContinue, rest + u16(1) + "\0z"s);
+}
+
+TEST(XlsStrings, BreaksAnywhereButInHeadsAndCharacters) {
+    const std::string tail = u16(1) + u16(7) + u16(4) + u16(8) + "phonetic";
+    const StringItem narrow{"ab cd", {{1, 7}, {4, 8}}, "phonetic"};
+    const std::string narrowBytes = u16(5) + "\x0C" + u16(2) + u32(8) + "ab cd" + tail;
+    const StringItem wide{"ab дe", {{1, 7}, {4, 8}}, "phonetic"};
+    const std::string wideBytes =
+        u16(5) + "\x0D" + u16(2) + u32(8) + "a\0b\0 \0\x34\x04"s + "e\0"s + tail;
+    constexpr std::size_t kHead = 9;
+    for (std::size_t at = 1; at <= narrowBytes.size(); ++at) {
+        SCOPED_TRACE(at);
+        for (const bool wider : {false, true}) {
+            const std::string stream =
+                globals(brokenTable(narrowBytes, at, kHead, 5, false, wider));
+            const auto read = [&] { return itemsOf(SharedStrings(stream, kSst)); };
+            if (at < kHead) {
+                EXPECT_EQ(kindOf(read), ErrorKind::Damaged);
+            } else {
+                EXPECT_EQ(read(), (std::vector<StringItem>{narrow, {"z", {}, {}}}));
+            }
+        }
+    }
+    for (std::size_t at = 1; at <= wideBytes.size(); ++at) {
+        SCOPED_TRACE(at);
+        const std::string stream = globals(brokenTable(wideBytes, at, kHead, 10, true, false));
+        const auto read = [&] { return itemsOf(SharedStrings(stream, kSst)); };
+        const bool isHalf = at > kHead && at < kHead + 10 && (at - kHead) % 2 != 0;
+        if (at < kHead || isHalf) {
+            EXPECT_EQ(kindOf(read), ErrorKind::Damaged);
+        } else {
+            EXPECT_EQ(read(), (std::vector<StringItem>{wide, {"z", {}, {}}}));
+        }
+    }
+}
+
+TEST(XlsStrings, WhatIsThereCountsNotTheNumber) {
+    const std::string two = u16(1) + "\0a"s + u16(1) + "\0b"s;
+    struct Case {
+        std::string strings;
+        std::size_t stated;
+        std::size_t read;  // 99: damaged
+    };
+    const Case cases[] = {
+        {two, 2, 2},
+        {two, 7668, 2},
+        {two, 0xFFFFFFFF, 2},
+        {two, 1, 2},
+        {two + "\x05", 2, 2},                            // bytes left behind the last one
+        {two + "\x05", 3, 99},                           // the third breaks off in its head
+        {two + u16(3) + "\0a"s, 3, 99},                  // in its characters
+        {two + u16(0) + "\x08\xFF\xFF", 3, 99},          // in its runs
+        {two + u16(0) + "\x04\xFF\xFF\xFF\xFF", 3, 99},  // in its phonetic data
+        {"", 0, 0},
+    };
+    for (const Case& c : cases) {
+        const std::string stream = globals(tableOf(c.strings, c.stated));
+        std::size_t size = 99;
+        const auto kind = kindOf([&] { size = SharedStrings(stream, kSst).size(); });
+        EXPECT_EQ(size, c.read) << c.stated;
+        EXPECT_EQ(kind.has_value(), c.read == 99);
+        EXPECT_EQ(kind.value_or(ErrorKind::Damaged), ErrorKind::Damaged);
+    }
+}
+
+TEST(XlsStrings, ReplacedTextKeepsFonts) {
+    struct Case {
+        const char* text;
+        std::vector<FormatRun> runs;
+        std::vector<TextSpan> spans;
+        const char* replacement;
+        const char* expected;
+        std::vector<FormatRun> left;
+    };
+    const Case cases[] = {
+        {"one two", {{0, 1}, {4, 2}}, {{0, 3}}, "three", "three two", {{0, 1}, {6, 2}}},
+        {"one two", {{4, 2}}, {{4, 7}}, "2", "one 2", {{4, 2}}},
+        {"one two", {{0, 1}, {4, 2}}, {{2, 6}}, "-", "on-o", {{0, 1}, {3, 2}}},  // across
+        {"one two", {{0, 1}, {4, 2}, {5, 3}}, {{4, 5}}, "", "one wo", {{0, 1}, {4, 3}}},
+        {"one two", {{1, 1}, {2, 2}}, {{0, 3}}, "", " two", {{0, 2}}},
+        {"one two", {{1, 1}}, {{0, 7}}, "all", "all", {}},  // the font of the cell
+        {"one two", {{0, 1}, {7, 2}}, {{0, 7}}, "", "", {}},
+        {"a1a1a",
+         {{1, 1}, {2, 2}, {3, 3}, {4, 4}},
+         {{1, 2}, {3, 4}},
+         "xyz",
+         "axyzaxyza",
+         {{1, 1}, {4, 2}, {5, 3}, {8, 4}}},
+        {"😀b😀", {{2, 1}, {3, 2}}, {{0, 4}}, "д", "дb😀", {{1, 1}, {2, 2}}},
+    };
+    for (const Case& c : cases) {
+        const StringItem item{c.text, c.runs, "as it was read"};
+        const StringItem after = item.replaced(c.spans, c.replacement, kCodec);
+        EXPECT_EQ(after, (StringItem{c.expected, c.left, {}})) << c.text << " " << c.expected;
+    }
+}
+
+TEST(XlsStrings, ChangesAreWritten) {
+    const std::string a = u16(1) + "\0a"s;
+    const std::string places = xlsRecord(record::kExtSst, u16(1) + std::string(8, '\xEE'));
+    const std::string stream = globals(tableOf(a + a, 2) + places + xlsRecord(0x0FEE, "x"));
+    SharedStrings strings(stream, kSst);
+    EXPECT_FALSE(strings.isChanged());
+    EXPECT_EQ(changedStream(stream, strings), stream);
+
+    strings.countReferences(-4);
+    EXPECT_EQ(changedStream(stream, strings),
+              globals(tableOf(a + a, 2, 5) + places + xlsRecord(0x0FEE, "x")));
+
+    strings.setItem(1, {"новый", {{2, 5}}, {}});
+    EXPECT_EQ(strings.add({"new", {}, {}}), 2u);
+    EXPECT_EQ(strings.add({"newer", {}, {}}), 3u);
+    EXPECT_EQ(strings.add({"new", {}, {}}), 2u);
+    EXPECT_EQ(strings.mask(7), 0u);  // of a cell that shows nothing, and still must
+    EXPECT_EQ(strings.add({"newest", {}, {}}), 8u);
+    // What grows in front of the table moves the places of its strings.
+    const std::string inFront = xlsRecord(0x0FEE);
+    std::vector<RecordSplice> splices{{kSst, kSst, inFront}, {999, 999, "later"}};
+    strings.appendSplices(splices);
+    const std::string changed = spliced(stream, {splices[2], splices[3]}).insert(kSst, inFront);
+    const SharedStringIndex index(changed, kSst + inFront.size());
+    const StringItem none;
+    EXPECT_EQ(itemsOf(SharedStrings(changed, kSst + inFront.size())),
+              (std::vector<StringItem>{{"a", {}, {}},
+                                       {"новый", {{2, 5}}, {}},
+                                       {"new", {}, {}},
+                                       {"newer", {}, {}},
+                                       none,
+                                       none,
+                                       none,
+                                       none,
+                                       {"newest", {}, {}}}));
+    EXPECT_EQ(recordAt(changed, kSst + inFront.size()).body.substr(0, 8), u32(5) + u32(9));
+    const std::string extSst = continuedBody(changed, recordAt(changed, index.end()));
+    EXPECT_EQ(getLittleEndian<std::uint32_t>(extSst.data() + 2), index.offset(0));
+    EXPECT_EQ(getLittleEndian<std::uint32_t>(extSst.data() + 2 + 64), index.offset(8));
+
+    EXPECT_EQ(test::numberOf([&] { strings.add({std::string(32768, 'x'), {}, {}}); }), 1004);
+    EXPECT_EQ(test::numberOf([&] { strings.setItem(2, {}); }), 1004);
+    strings.mask(0xFFFFFFFF);
+    EXPECT_EQ(kindOf([&] { strings.add({"more", {}, {}}); }), ErrorKind::Damaged);
+}
+
+TEST(XlsStrings, ATableIsMadeWhereThereIsNone) {
+    const std::string theme = xlsRecord(0x0896, "theme");
+    const std::string stream = globals(theme);
+    SharedStrings none(stream);
+    none.countReferences(2);
+    EXPECT_EQ(changedStream(stream, none), stream);
+    EXPECT_EQ(none.add({"first", {}, {}}), 0u);
+    EXPECT_EQ(changedStream(stream, none), globals(tableOf(u16(5) + "\0first"s, 1, 2) + theme));
+}
+
+// --- searching -----------------------------------------------------------------------------------
+
+const PatternSet& patterns() {
+    static const PatternSet kPatterns([] {
+        std::vector<CellMatch> all;
+        for (const char* what : {"e", "THE", "k", "s*t", "*", "???", "straße", "ÄÖ", "и", "ДАТА",
+                                 "東", "name", "tot?l", "~*", "😀", "\xFF", "Σ", "1"}) {
+            all.emplace_back(what, CaseMode::Folded, false);
+            all.emplace_back(what, CaseMode::Exact, false);
+            all.emplace_back(what, CaseMode::Folded, true);
+        }
+        return all;
+    }());
+    return kPatterns;
+}
+
+std::size_t expectMasks(SharedStrings& strings) {
+    strings.look(patterns());
+    std::size_t wrong = 0;
+    std::size_t found = 0;
+    for (std::uint32_t i = 0; i < strings.size(); ++i) {
+        const PatternMask expected = patterns().matching(strings.text(i));
+        if (strings.mask(i) != expected) ++wrong;
+        if (expected != 0) ++found;
+    }
+    EXPECT_EQ(wrong, 0u);
+    return found;
+}
+
+TEST(XlsStrings, SearchFindsWhatTheTextsHold) {
+    const std::string empty = globals({});
+    SharedStrings made(empty);
+    for (const char* text :
+         {"The Kelvin K", "ſt", "STRASSE", "Straße", "äö ÄÖ", "Дата", "дата и", "ΣΑΣ σας", "東京",
+          "a*b", "😀", "n\xC3\xA4me", "", "tot\xC3\xA4l", "name", "total tatal", "ÿŸ µμ"}) {
+        made.add({text, {{1, 2}}, "the e in phonetic data"});
+    }
+    const std::string whole = changedStream(empty, made);
+    const SharedStringIndex index(whole, kSst);
+    for (std::size_t limit = 16; limit < 200; limit += limit < 60 ? 1 : 17) {
+        SCOPED_TRACE(limit);
+        SharedStringWriter writer(1, static_cast<std::uint32_t>(index.size()), 8, limit);
+        for (std::size_t i = 0; i < index.size(); ++i) writer.add(index.string(i));
+        const std::string stream = globals(writer.table());
+        SharedStrings strings(stream, kSst);
+        EXPECT_EQ(expectMasks(strings), index.size() - 1);
+    }
+}
+
+// --- real files ----------------------------------------------------------------------------------
+
+TEST(XlsStrings, RealTables) {
+    std::size_t tables = 0;
+    std::size_t same = 0;
+    std::size_t rightPlaces = 0;
+    const bool hasCorpus =
+        test::forEachXlsStream([&](const std::string& name, std::string_view stream) {
+            SCOPED_TRACE(name);
+            RecordReader reader(stream);
+            Record record;
+            while (reader.next(record) && record.id != record::kSst && record.id != record::kEof) {
+            }
+            if (record.id != record::kSst) return;
+            ++tables;
+            const std::size_t sst = record.offset;
+            const SharedStringIndex index(stream, sst);
+            // All bytes of a table belong to its strings.
+            if (index.size() > 0) {
+                StoredString last = index.string(index.size() - 1);
+                last.skip();
+                EXPECT_EQ(last.position(), index.end());
+            }
+            SharedStrings strings(stream, sst);
+            expectMasks(strings);
+
+            const Record next = recordAt(stream, index.end());
+            const bool hasPlaces = next.id == record::kExtSst && next.body.size() >= 2;
+            const auto bucket =
+                hasPlaces ? getLittleEndian<std::uint16_t>(next.body.data()) : std::uint16_t{8};
+            const auto counts = recordAt(stream, sst).body;
+            SharedStringWriter writer(getLittleEndian<std::uint32_t>(counts.data()),
+                                      getLittleEndian<std::uint32_t>(counts.data() + 4), bucket);
+            for (std::size_t i = 0; i < index.size(); ++i) writer.add(index.string(i));
+            const bool isSame = writer.table() == stream.substr(sst, index.end() - sst);
+            if (isSame) ++same;
+            const SharedStrings again(writer.table(), 0);
+            EXPECT_EQ(itemsOf(again), itemsOf(strings));
+            if (hasPlaces && isSame && arePlacesRight(stream, sst, next.body)) {
+                ++rightPlaces;
+                EXPECT_EQ(writer.places(sst), stream.substr(next.offset, next.end() - next.offset));
+            }
+        });
+    if (!hasCorpus) GTEST_SKIP() << "BRINDLE_CORPUS names no folder of real workbooks";
+    EXPECT_GT(tables, 100u);
+    EXPECT_GT(same, tables * 95 / 100);
+    EXPECT_GT(rightPlaces, 90u);
+}
+
+}  // namespace
+}  // namespace brindle::workbook::xls
