@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The half of XlsWorksheet that changes cells.
+#include <algorithm>
+
 #include "base/Error.h"
+#include "base/Text.h"
 #include "workbook/CellReplacement.h"
 #include "workbook/xls/CellWriter.h"
 #include "workbook/xls/formula/FormulaCompiler.h"
@@ -11,6 +14,12 @@ namespace brindle::workbook::xls {
 
 using Kind = EnteredCell::Kind;
 using Block = CellContent::Block;
+
+namespace {
+
+constexpr std::size_t kLongestFormulaText = 1024 + 1;  // UTF-16 units, with "="
+
+}  // namespace
 
 void XlsWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
                                  std::string_view replacement) {
@@ -79,6 +88,9 @@ CellContent XlsWorksheet::entered(const CellContent& old, const CellMatch& match
 
 CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::string& formula,
                                          CellPosition position) {
+    // Newer applications write longer ones, which may stay as long as they are.
+    const std::size_t longest = std::max(kLongestFormulaText, text::lengthUtf16(old.text.str()));
+    if (text::lengthUtf16(formula) > longest) throw Error::refused("Formula is too long");
     CellContent content;
     content.kind = Kind::Formula;
     content.format = old.format;
