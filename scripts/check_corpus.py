@@ -26,10 +26,12 @@ import zipfile
 import xml.etree.ElementTree as ElementTree
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import check_binary  # noqa: E402
 import check_package  # noqa: E402
 
-FOLDERS = ('xlsx', 'xlsm', 'xltx', 'xltm')
-# By their names in truth.json: the scope, and the parts that may change.
+PACKAGES = ('xlsx', 'xlsm', 'xltx', 'xltm')
+BINARIES = ('xls', 'xlt', 'xls-biff5', 'xls-biff2-4')
+# By their names in truth.json: the scope, and the parts of a package that may change.
 OBJECTS = {'shapes': ('shapes', 'drawings/'), 'controls': ('shapes', 'drawings/'),
            'builtin': ('builtin', 'docProps/'), 'custom': ('custom', 'docProps/')}
 MARK = 'Qvz'  # stands before the word found; no corpus file holds it
@@ -105,7 +107,7 @@ class Checker:
             shutil.copy2(copy, new)
             self.converted.append((name, old, new, word))
             self.run('replace', '--find', MARK + word, '--with', word, copy)
-            self.compare_members(name, old, copy)
+            self.compare_members(name, old, copy, reader_of(copy).cells_change)
             self.replaced += 1
 
     # --- shapes and document properties -----------------------------------------------------
@@ -134,13 +136,11 @@ class Checker:
                 self.fault(name, f'{word!r} in {scope}: not found again where it was replaced')
             self.run('replace', '--find', MARK + word, '--with', word, '--in', scope, copy)
             self.replaced += 1
-        before, after = raw_members(old), raw_members(copy)
-        if list(before) != list(after):
-            self.fault(name, f'{scope}: members were added, lost or reordered')
-        for member in after:
-            if before.get(member) != after[member] and not re.search(may_change, member, re.I):
-                self.fault(name, f'{scope}: {member} changed')
-        for fault in set(check_package.faults(copy)) - set(check_package.faults(old)):
+        reader = reader_of(copy)
+        if reader.is_binary:
+            may_change = BINARY_OBJECTS[scope]
+        self.compare_members(name, old, copy, may_change)
+        for fault in set(reader.faults(copy)) - set(reader.faults(old)):
             self.fault(name, f'{word!r} in {scope}: {fault}')
 
     def count(self, scope, word, path):
@@ -155,14 +155,15 @@ class Checker:
         return target
 
     def compare(self, name, old, new, word):
-        self.compare_members(name, old, new)
-        for fault in set(check_package.faults(new)) - set(check_package.faults(old)):
+        reader = reader_of(new)
+        self.compare_members(name, old, new, reader.cells_change)
+        for fault in set(reader.faults(new)) - set(reader.faults(old)):
             self.fault(name, f'{word!r}: {fault}')
-        before, after = openpyxl_texts(old), openpyxl_texts(new)
+        before, after = reader.texts(old), reader.texts(new)
         if before is None:
             return
         if after is None:
-            self.fault(name, f'{word!r}: openpyxl cannot read the result')
+            self.fault(name, f'{word!r}: {reader.texts.__name__} cannot read the result')
             return
         for place, text in before.items():
             expected, actual = expected_text(text, word), after.get(place)
@@ -172,15 +173,13 @@ class Checker:
         for place in after.keys() - before.keys():
             self.fault(name, f'{word!r}: {place} appeared')
 
-    def compare_members(self, name, old, new):
-        before, after = raw_members(old), raw_members(new)
-        may_change = re.compile(r'sharedStrings|worksheets/|workbook\.xml$|calcChain|styles\.xml$|'
-                                r'tables/|\[Content_Types\]|workbook\.xml\.rels$|sheets/', re.I)
-        if [m for m in before if m in after or not may_change.search(m)] != list(after):
+    def compare_members(self, name, old, new, may_change):
+        reader = reader_of(new)
+        before, after = reader.members(old), reader.members(new)
+        if [m for m in before if m in after or not re.search(may_change, m, re.I)] != list(after):
             self.fault(name, 'members were added, lost or reordered')
-        changed = [m for m in after if before.get(m) != after[m]]
-        for member in changed:
-            if not may_change.search(member):
+        for member in after:
+            if before.get(member) != after[member] and not re.search(may_change, member, re.I):
                 self.fault(name, f'{member} changed')
 
     # --- LibreOffice ----------------------------------------------------------------------
@@ -220,6 +219,35 @@ class Checker:
             want, have = expected_text(before[0].get(place), word), after[0].get(place)
             if want is None or have is None or want.casefold() != have.casefold():
                 self.fault(name, f'{word!r}: LibreOffice sees {have!r} instead of {want!r}')
+
+
+class PackageReader:
+    is_binary = False
+    cells_change = (r'sharedStrings|worksheets/|workbook\.xml$|calcChain|styles\.xml$|tables/|'
+                    r'\[Content_Types\]|workbook\.xml\.rels$|sheets/')
+
+    def __init__(self):
+        self.members, self.faults, self.texts = raw_members, check_package.faults, openpyxl_texts
+
+
+class BinaryReader:
+    is_binary = True
+    cells_change = r'^(Workbook|Book)$'
+
+    def __init__(self):
+        self.members, self.faults, self.texts = (check_binary.members, check_binary.faults,
+                                                 check_binary.texts)
+
+
+# Streams that a scope may change.
+BINARY_OBJECTS = {'shapes': BinaryReader.cells_change,
+                  'builtin': r'^\x05(Document)?SummaryInformation$|^encryption$',
+                  'custom': r'^\x05DocumentSummaryInformation$|^encryption$'}
+
+
+def reader_of(path):
+    with open(path, 'rb') as file:
+        return PackageReader() if file.read(2) == b'PK' else BinaryReader()
 
 
 def beside(path, folder):
@@ -350,7 +378,7 @@ def truth_of(corpus):
 
 
 def is_workbook(name, truth):
-    return name.split('/')[0] in FOLDERS and any(v is True for v in truth['opens'].values())
+    return name.split('/')[0] in PACKAGES + BINARIES and any(v is True for v in truth['opens'].values())
 
 
 def parsed_arguments():

@@ -15,4 +15,16 @@ std::string cellName(CellPosition position) {
     return letters + std::to_string(position.row);
 }
 
+CellRange rangeOf(const std::map<CellPosition, CellValue>& values) {
+    CellRange range;
+    for (const auto& [position, value] : values) {
+        if (range.firstRow == 0)
+            range = {position.row, position.column, position.row, position.column};
+        range.firstColumn = std::min(range.firstColumn, position.column);
+        range.lastRow = std::max(range.lastRow, position.row);
+        range.lastColumn = std::max(range.lastColumn, position.column);
+    }
+    return range;
+}
+
 }  // namespace brindle::workbook

@@ -4,6 +4,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -39,6 +40,9 @@ struct CellRange {
     std::int32_t lastRow = 0;
     std::int32_t lastColumn = 0;
 };
+
+// The range of the cells that have a value.
+CellRange rangeOf(const std::map<CellPosition, CellValue>& values);
 
 enum class PageSection {
     LeftHeader,

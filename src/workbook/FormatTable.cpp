@@ -8,7 +8,7 @@
 #include "workbook/NewDocument.h"
 #include "workbook/ooxml/OoxmlFormat.h"
 #include "workbook/text/TextFormat.h"
-#include "workbook/xls/NewXls.h"
+#include "workbook/xls/XlsFormat.h"
 
 namespace brindle::workbook {
 
@@ -16,11 +16,6 @@ namespace {
 
 constexpr std::size_t kHeadSize = 4096;
 
-Claim claimNothing(std::string_view, std::string_view) {
-    return Claim::None;
-}
-
-// Those that can only be written come last.
 const std::vector<FormatRow>& rows() {
     static const std::vector<FormatRow> table = {
         {"Excel workbook (Office Open XML)",
@@ -35,12 +30,23 @@ const std::vector<FormatRow>& rows() {
          ooxml::open,
          ooxml::probeCompound,
          ooxml::writeNew},
+        {"Excel workbook (binary)",
+         {".xls", ".xlt", ".xl"},
+         {.cells = true,
+          .hyperlinks = true,
+          .headers = true,
+          .shapes = true,
+          .properties = true,
+          .password = true},
+         xls::probe,
+         xls::open,
+         xls::probeCompound,
+         xls::writeNew},
         {"Delimited text",
          {".csv", ".txt", ".tab", ".prn"},
          {.cells = true},
          textfile::probe,
          textfile::open},
-        {"Excel 97-2003 workbook", {".xls"}, {}, claimNothing, nullptr, nullptr, xls::writeNew},
     };
     return table;
 }
@@ -93,9 +99,7 @@ void requireSameCells(NewDocument& document, Document& written) {
 }  // namespace
 
 std::span<const FormatRow> formatTable() {
-    const auto end = std::find_if(rows().begin(), rows().end(),
-                                  [](const FormatRow& row) { return row.open == nullptr; });
-    return {rows().begin(), end};
+    return rows();
 }
 
 std::unique_ptr<Document> openDocument(const std::string& path, const OpenOptions& options) {
@@ -129,7 +133,6 @@ void writeNewDocument(NewDocument& document, const std::string& path) {
             .inFile(path);
     }
     const auto readBack = [&](const std::string& temporary) {
-        if (!row->open) return;
         requireSameCells(document, *row->open(std::make_unique<InputFile>(temporary), {}));
     };
     try {

@@ -50,6 +50,19 @@ PatternMask PatternSet::matching(std::string_view text, PatternMask among) const
     return found;
 }
 
+PatternMask PatternSet::possible(NumberFormatKind kind, bool isSurelyDate) const {
+    switch (kind) {
+        case NumberFormatKind::Percent:
+            return possible(TextClass::Percent);
+        case NumberFormatKind::Date:
+        case NumberFormatKind::Time:
+            // A serial number that has no date shows as a number.
+            return possible(TextClass::Date) | (isSurelyDate ? 0 : possible(TextClass::Number));
+        default:
+            return possible(TextClass::Number);
+    }
+}
+
 PatternMask PatternSet::possibleWithLetterRuns(std::string_view fixedText) const {
     PatternMask possible = 0;
     for (std::size_t i = 0; i < mPatterns.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "workbook/CellMatch.h"
+#include "workbook/NumberText.h"
 
 namespace brindle::workbook {
 
@@ -36,6 +37,9 @@ public:
         return possible(TextClass::Number) | possible(TextClass::Percent) |
                possible(TextClass::Date);
     }
+    // The same for a number under a format of that kind. `isSurelyDate`: its serial number has a
+    // date, so that a format of dates shows one.
+    PatternMask possible(NumberFormatKind kind, bool isSurelyDate) const;
     // The patterns that could match a text of which `fixedText` holds every run of more than
     // three letters.
     PatternMask possibleWithLetterRuns(std::string_view fixedText) const;

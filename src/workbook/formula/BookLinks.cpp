@@ -23,29 +23,21 @@ std::optional<std::size_t> bookNumber(std::string_view book) {
     return number;
 }
 
-std::string joinedSheets(const SheetPrefix& prefix) {
-    return prefix.lastSheet.empty() ? prefix.firstSheet
-                                    : prefix.firstSheet + ':' + prefix.lastSheet;
+std::string joinedSheets(std::string_view first, std::string_view last) {
+    std::string sheets(first);
+    if (!last.empty()) sheets.append(1, ':') += last;
+    return sheets;
 }
 
-bool anySheetNeedsQuotes(const SheetPrefix& prefix) {
-    if (prefix.firstSheet.empty() || prefix.deletedSheet) return false;
-    return needsQuotes(prefix.firstSheet) ||
-           (!prefix.lastSheet.empty() && needsQuotes(prefix.lastSheet));
+bool anySheetNeedsQuotes(std::string_view first, std::string_view last) {
+    if (first.empty() || text::equals(first, "#REF", CaseMode::Folded)) return false;
+    return needsQuotes(first) || (!last.empty() && needsQuotes(last));
 }
 
 // Between "[" and "]" a file name may begin with anything that a name may hold.
 bool isPlainFileName(std::string_view name) {
     return std::all_of(name.begin(), name.end(), isNameCharacter) &&
            name.find_first_of("\\?") == std::string_view::npos;
-}
-
-// The path of a book without the bracket in front of its file name.
-std::string bookPath(const SheetPrefix& prefix) {
-    std::string path = prefix.book;
-    const std::size_t bracket = path.rfind('[');
-    if (bracket != std::string::npos) path.erase(bracket, 1);
-    return path;
 }
 
 std::optional<std::size_t> findBook(std::string_view path, const std::vector<std::string>& books) {
@@ -56,12 +48,38 @@ std::optional<std::size_t> findBook(std::string_view path, const std::vector<std
 }
 
 std::string storedForm(std::size_t number, const SheetPrefix& prefix) {
-    const std::string inner = '[' + std::to_string(number) + ']' + joinedSheets(prefix);
-    const bool plain = !anySheetNeedsQuotes(prefix) && text::isAscii(inner);
+    const std::string inner =
+        '[' + std::to_string(number) + ']' + joinedSheets(prefix.firstSheet, prefix.lastSheet);
+    const bool plain =
+        !anySheetNeedsQuotes(prefix.firstSheet, prefix.lastSheet) && text::isAscii(inner);
     return (plain ? inner : quoted(inner)) + '!';
 }
 
 }  // namespace
+
+void appendBookPrefix(std::string& out, std::string_view path, std::string_view firstSheet,
+                      std::string_view lastSheet) {
+    const std::size_t slash = path.find_last_of("\\/");
+    const std::size_t fileAt = slash == std::string_view::npos ? 0 : slash + 1;
+    const std::string_view file = path.substr(fileAt);
+    std::string inner(path);
+    bool plain = fileAt == 0;
+    if (firstSheet.empty()) {
+        plain = plain && !needsQuotes(file);
+    } else {
+        inner.insert(fileAt, 1, '[').append(1, ']') += joinedSheets(firstSheet, lastSheet);
+        plain = plain && isPlainFileName(file) && !anySheetNeedsQuotes(firstSheet, lastSheet);
+    }
+    out += plain ? inner : quoted(inner);
+    out += '!';
+}
+
+std::string bookPath(const SheetPrefix& prefix) {
+    std::string path = prefix.book;
+    const std::size_t bracket = path.rfind('[');
+    if (bracket != std::string::npos) path.erase(bracket, 1);
+    return path;
+}
 
 std::string shownBookPrefix(std::string_view stored, const std::vector<std::string>& books) {
     const SheetPrefix prefix = parseSheetPrefix(stored);
@@ -71,16 +89,9 @@ std::string shownBookPrefix(std::string_view stored, const std::vector<std::stri
     // Data exchange links have no form of this kind.
     if (path.empty() || path.find('|') != std::string::npos) return std::string(stored);
 
-    const std::size_t slash = path.find_last_of("\\/");
-    const std::size_t fileAt = slash == std::string::npos ? 0 : slash + 1;
-    const std::string folder = path.substr(0, fileAt);
-    const std::string file = path.substr(fileAt);
-    if (prefix.firstSheet.empty()) {
-        return (folder.empty() && !needsQuotes(file) ? path : quoted(path)) + '!';
-    }
-    const std::string inner = folder + '[' + file + ']' + joinedSheets(prefix);
-    const bool plain = folder.empty() && isPlainFileName(file) && !anySheetNeedsQuotes(prefix);
-    return (plain ? inner : quoted(inner)) + '!';
+    std::string shown;
+    appendBookPrefix(shown, path, prefix.firstSheet, prefix.lastSheet);
+    return shown;
 }
 
 std::string storedBookPrefix(std::string_view shown, const std::vector<std::string>& books,

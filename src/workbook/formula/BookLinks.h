@@ -9,6 +9,15 @@
 
 namespace brindle::workbook::formula {
 
+struct SheetPrefix;
+
+// Appends the prefix of sheets in another workbook as the edit line shows it. `path` is shown
+// too; without a first sheet the prefix is that of a name of the whole workbook.
+void appendBookPrefix(std::string& out, std::string_view path, std::string_view firstSheet,
+                      std::string_view lastSheet);
+// The path in a shown prefix, without the bracket in front of its file name.
+std::string bookPath(const SheetPrefix& prefix);
+
 // A prefix that names no known book is returned as it is.
 std::string shownBookPrefix(std::string_view stored, const std::vector<std::string>& books);
 

@@ -11,8 +11,8 @@
 
 #include "workbook/CellEntry.h"
 #include "workbook/ooxml/Fragment.h"
-#include "workbook/ooxml/SharedText.h"
 #include "workbook/ooxml/SheetIndex.h"
+#include "workbook/SharedText.h"
 
 namespace brindle::workbook::ooxml {
 

@@ -54,14 +54,6 @@ std::string dataTableText(std::string_view attributes) {
     return isTrue("dtr") ? "=TABLE(" + first + ",)" : "=TABLE(," + first + ")";
 }
 
-TextClass classOf(NumberFormatKind kind) {
-    return kind == NumberFormatKind::Percent ? TextClass::Percent : TextClass::Number;
-}
-
-bool isDateKind(NumberFormatKind kind) {
-    return kind == NumberFormatKind::Date || kind == NumberFormatKind::Time;
-}
-
 // Whether a stored number has a date, as nearly all do that are shown as one.
 bool isSurelyDate(std::string_view stored) {
     std::size_t digits = 0;
@@ -295,12 +287,7 @@ PatternMask CellTexts::formulaMask(const ScannedCell& cell, const PatternSet& pa
 PatternMask CellTexts::numberMask(const ScannedCell& cell, const PatternSet& patterns) {
     if (cell.value.empty() || patterns.possibleForNumbers() == 0) return 0;
     const NumberFormatKind kind = mWorkbook.styles.style(cell.style).kind;
-    PatternMask among = patterns.possible(classOf(kind));
-    if (isDateKind(kind)) {
-        // A serial number that has no date shows as a number.
-        if (isSurelyDate(cell.value)) among = 0;
-        among |= patterns.possible(TextClass::Date);
-    }
+    const PatternMask among = patterns.possible(kind, isSurelyDate(cell.value));
     if (among == 0) return 0;
     mScratch.clear();
     appendNumber(mScratch, cell);

@@ -130,7 +130,7 @@ void HeaderFooter::readText(XmlScanner& scanner, std::string_view frame, Text& t
     text.original = isPlain && !text.isSelfClosing
                         ? frame.substr(text.contentBegin, text.contentEnd - text.contentBegin)
                         : package::xmlEscaped(content);
-    text.text = PageText(text.original);
+    text.text = PageText(text.original, pageSpelling());
 }
 
 bool HeaderFooter::usesPages(PageKind kind) const {
@@ -156,7 +156,7 @@ void HeaderFooter::setSection(PageKind kind, PageSection section, std::string_vi
     Text& changed = mTexts[indexOf(kind, section)];
     changed.text.setSection(section, text);
     // Back to what it was, spelling and all.
-    const PageText original(changed.original);
+    const PageText original(changed.original, pageSpelling());
     if (changed.text.isSameAs(original)) changed.text = original;
 }
 

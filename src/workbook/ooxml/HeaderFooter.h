@@ -8,9 +8,10 @@
 #include <vector>
 
 #include "workbook/DocumentModel.h"
-#include "workbook/ooxml/PageText.h"
+#include "workbook/ooxml/PageSpelling.h"
 #include "workbook/ooxml/Splices.h"
 #include "workbook/package/XmlScanner.h"
+#include "workbook/PageText.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -41,7 +42,7 @@ private:
         std::size_t spaceEnd = 0;
         std::string name;
         std::string original;  // content, escaped; raw when it is character data only
-        PageText text;
+        PageText text = PageText({}, pageSpelling());
 
         bool exists() const { return end > begin; }
         bool isChanged() const { return text.raw() != original; }

@@ -6,8 +6,8 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "workbook/HyperlinkTarget.h"
 #include "workbook/ooxml/Attributes.h"
-#include "workbook/ooxml/HyperlinkTarget.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
 

@@ -134,7 +134,7 @@ void OoxmlDocument::placeStrings() {
     std::unordered_map<std::uint32_t, std::size_t> references;
     for (const auto& sheet : mWorksheets) {
         if (!allSeen || byString.empty()) break;
-        for (const Candidate& candidate : sheet->index().candidates()) {
+        for (const Candidate& candidate : sheet->index().candidates().all()) {
             if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
         }
     }

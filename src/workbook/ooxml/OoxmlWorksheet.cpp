@@ -69,25 +69,17 @@ void OoxmlWorksheet::buildIndex() {
     }
     mIndex->finish();
     for (const auto& [position, edit] : mEdits) {
-        mIndex->setMask(edit.cell, patterns.matching(edit.content.text.str()));
+        mIndex->candidates().setMask(edit.cell, patterns.matching(edit.content.text.str()));
     }
 }
 
 std::optional<CellPosition> OoxmlWorksheet::findCell(const CellMatch& match, CellPosition after) {
     SheetIndex& index = indexFor(match);
-    const PatternSet::Bit bit = mDocument.patterns().bitOf(match);
-    const std::vector<Candidate>& candidates = index.candidates();
-    const std::size_t start = index.placeBehind(after);
-    for (std::size_t i = 0; i < candidates.size(); ++i) {
-        const std::size_t place =
-            start + i < candidates.size() ? start + i : start + i - candidates.size();
-        const Candidate& candidate = candidates[place];
-        if ((candidate.mask & bit.mask) == 0) continue;
-        if (!bit.isExact && !match.matches(currentText(candidate))) continue;
-        index.remember(place);
-        return candidate.position;
-    }
-    return std::nullopt;
+    const Candidate* found = index.candidates().findBehind(
+        after, mDocument.patterns().bitOf(match),
+        [&](const Candidate& candidate) { return match.matches(currentText(candidate)); });
+    if (!found) return std::nullopt;
+    return found->position;
 }
 
 std::string OoxmlWorksheet::currentText(const Candidate& candidate) {

@@ -81,7 +81,7 @@ private:
     State stateInFile(const Candidate& candidate);
     CellContent entered(const State& state, const Candidate& cell, const CellMatch& match,
                         std::string_view replacement, std::string newText);
-    CellContent enteredFormula(const State& state, std::string newText);
+    CellContent enteredFormula(const State& state, const std::string& newText);
     CellContent enteredText(const State& state, const CellMatch& match,
                             std::string_view replacement, std::string newText);
     void checkMayChange(const Candidate& cell);

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "base/Error.h"
+#include "workbook/CellReplacement.h"
 #include "workbook/formula/Formula.h"
 #include "workbook/formula/FormulaTree.h"
 #include "workbook/ooxml/OoxmlDocument.h"
@@ -16,7 +17,7 @@ using Kind = EnteredCell::Kind;
 void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
                                    std::string_view replacement) {
     SheetIndex& index = indexFor(match);
-    const Candidate* found = index.find(position);
+    const Candidate* found = index.candidates().find(position);
     if (!found) return;
     const Candidate cell = *found;
     try {
@@ -50,30 +51,20 @@ void OoxmlWorksheet::checkMayChange(const Candidate& cell) {
 CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
                                     const CellMatch& match, std::string_view replacement,
                                     std::string newText) {
-    const bool staysFormula =
-        state.content.kind == Kind::Formula && newText.size() > 1 && newText[0] == '=';
     const bool isHeader = mTables->isHeaderCell(cell.position);
-    if (staysFormula && !isHeader) return enteredFormula(state, std::move(newText));
-
     StyleSheet& styles = mDocument.texts().styles;
-    const CellStyle style = styles.style(state.content.style);
-    EntryContext context;
-    context.cellFormat = style.kind;
-    context.generalFormat = style.isGeneral;
-    context.staysText = style.kind == NumberFormatKind::Text || style.quotePrefix || isHeader;
-    context.date1904 = mDocument.texts().date1904;
-    context.currentYear = mDocument.options().currentYear;
-    EnteredCell result = recogniseEntry(newText, context);
-    if (result.kind == Kind::Formula) {
-        try {
-            return enteredFormula(state, std::move(result.text));
-        } catch (const Error&) {
-            if (newText.front() == '=') throw;
-            // With a sign in front it is no formula either, so it is a text.
-            result.kind = Kind::Text;
-        }
-    }
     CellContent content;
+    CellReplacement entry;
+    entry.style = styles.style(state.content.style);
+    entry.wasFormula = state.content.kind == Kind::Formula;
+    entry.staysText = isHeader;
+    entry.date1904 = mDocument.texts().date1904;
+    entry.currentYear = mDocument.options().currentYear;
+    entry.keepFormula = [&](const std::string& formula) {
+        content = enteredFormula(state, formula);
+    };
+    const EnteredCell result = entry.enter(newText);
+    if (result.kind == Kind::Formula) return content;
     if (result.kind == Kind::Text) content = enteredText(state, match, replacement, newText);
     // Last of what may refuse, so that a refused cell keeps its column's name.
     if (isHeader) mTables->rename(cell.position, newText);
@@ -86,12 +77,7 @@ CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
     }
     content.number = result.number;
     content.boolean = result.boolean;
-    content.text = std::move(result.text);
-    if (content.kind == Kind::Boolean)
-        content.text = std::string(content.boolean ? "TRUE" : "FALSE");
-    if (content.kind == Kind::Number) {
-        content.text = editText(content.number, styles.style(content.style).kind, context.date1904);
-    }
+    content.text = shownText(result, styles.style(content.style).kind, entry.date1904);
     return content;
 }
 
@@ -122,7 +108,7 @@ void checkTableColumns(const formula::Formula& formula, const CellContent& old) 
 
 }  // namespace
 
-CellContent OoxmlWorksheet::enteredFormula(const State& state, std::string newText) {
+CellContent OoxmlWorksheet::enteredFormula(const State& state, const std::string& newText) {
     const auto formula = formula::Formula::parse(std::string_view(newText).substr(1));
     for (const std::string& name : formula.sheetNames()) checkSheets(name);
     checkTableColumns(formula, state.content);
@@ -184,7 +170,7 @@ void OoxmlWorksheet::keep(const Candidate& cell, const State& state, CellContent
     for (SharedText* text : {&edit.oldText, &edit.content.text, &edit.content.item}) {
         pool.share(*text);
     }
-    mIndex->setMask(edit.cell, mask);
+    mIndex->candidates().setMask(edit.cell, mask);
     if (isBack) mEdits.erase(known);
 }
 

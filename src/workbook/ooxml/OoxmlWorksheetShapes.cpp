@@ -2,8 +2,7 @@
 // The third of OoxmlWorksheet that knows shapes.
 #include "base/Error.h"
 #include "base/Text.h"
-#include "workbook/formula/CellReference.h"
-#include "workbook/formula/SheetPrefix.h"
+#include "workbook/formula/SingleCell.h"
 #include "workbook/ooxml/drawing/SheetShapes.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
@@ -44,18 +43,12 @@ std::optional<std::string> OoxmlWorksheet::changedText(CellPosition position) co
 
 std::optional<std::string> OoxmlDocument::changedCellText(const std::string& formula,
                                                           const OoxmlWorksheet& home) const {
-    const std::size_t bang = formula.rfind('!');
-    const std::size_t cellBegin = bang == std::string::npos ? 0 : bang + 1;
-    formula::CellReference cell;
-    const std::size_t length = formula::scanCell(formula, cellBegin, cell);
-    if (length == 0 || cellBegin + length != formula.size()) return std::nullopt;
-    const CellPosition position = {cell.row.index, cell.column.index};
-    if (cellBegin == 0) return home.changedText(position);
-    const formula::SheetPrefix prefix = formula::parseSheetPrefix(formula.substr(0, cellBegin));
+    const auto cell = formula::singleCell(formula);
+    if (!cell) return std::nullopt;
+    if (cell->sheet.empty()) return home.changedText(cell->position);
     for (const auto& sheet : mWorksheets) {
-        if (prefix.book.empty() &&
-            text::equals(sheet->name(), prefix.firstSheet, CaseMode::Folded)) {
-            return sheet->changedText(position);
+        if (text::equals(sheet->name(), cell->sheet, CaseMode::Folded)) {
+            return sheet->changedText(cell->position);
         }
     }
     return std::nullopt;

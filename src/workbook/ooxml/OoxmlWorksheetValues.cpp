@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The half of OoxmlWorksheet that tells values, for the import of lists.
-#include <algorithm>
-
 #include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
@@ -73,15 +71,7 @@ CellValue OoxmlWorksheet::cellValue(CellPosition position) {
 
 CellRange OoxmlWorksheet::usedRange() {
     readValues();
-    CellRange range;
-    for (const auto& [position, value] : *mValues) {
-        if (range.firstRow == 0)
-            range = {position.row, position.column, position.row, position.column};
-        range.firstColumn = std::min(range.firstColumn, position.column);
-        range.lastRow = std::max(range.lastRow, position.row);
-        range.lastColumn = std::max(range.lastColumn, position.column);
-    }
-    return range;
+    return rangeOf(*mValues);
 }
 
 }  // namespace brindle::workbook::ooxml

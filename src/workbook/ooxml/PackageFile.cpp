@@ -5,6 +5,7 @@
 #include <array>
 
 #include "base/Error.h"
+#include "workbook/Passwords.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -12,8 +13,6 @@ namespace {
 
 constexpr const char* kInfoStream = "EncryptionInfo";
 constexpr const char* kPackageStream = "EncryptedPackage";
-// Documents that are only marked as read-only are encrypted with it.
-constexpr const char* kDefaultPassword = "VelvetSweatshop";
 
 bool hasStream(const package::CompoundFile& file, const char* name) {
     const auto index = file.find(name);
@@ -82,20 +81,14 @@ PackageFile::PackageFile(std::unique_ptr<InputFile> file, const std::string& pas
 
 void PackageFile::unlock(const std::string& password) {
     Envelope& envelope = *mEnvelope;
-    for (const std::string& candidate : {password, std::string(kDefaultPassword)}) {
-        if (candidate.empty()) continue;
+    envelope.password = fittingPassword(password, [&envelope](const std::string& candidate) {
         const auto key = envelope.info->unlock(candidate);
-        if (!key) continue;
-        envelope.password = candidate;
-        envelope.key = *key;
-        envelope.stream = readStream(envelope.compound, kPackageStream);
-        envelope.package = MemorySource(envelope.info->decrypt(
-            envelope.key, std::span(envelope.stream.data(), envelope.stream.size())));
-        return;
-    }
-    throw Error(ErrorKind::WrongPassword, error_number::kApplicationDefined,
-                password.empty() ? "The document needs a password to open"
-                                 : "The password you supplied is not correct");
+        if (key) envelope.key = *key;
+        return key.has_value();
+    });
+    envelope.stream = readStream(envelope.compound, kPackageStream);
+    envelope.package = MemorySource(envelope.info->decrypt(
+        envelope.key, std::span(envelope.stream.data(), envelope.stream.size())));
 }
 
 const ByteSource& PackageFile::package() const {

@@ -1,28 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The cells of one sheet that match at least one of the patterns looked for.
+// The one pass over a sheet that finds the cells worth remembering.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <vector>
-
+#include "workbook/CandidateList.h"
 #include "workbook/ooxml/CellTexts.h"
 #include "workbook/PatternSet.h"
 
 namespace brindle::workbook::ooxml {
 
-// A cell worth remembering. Where its text stands is enough: most are only counted.
-struct Candidate {
-    static constexpr std::uint32_t kNoString = UINT32_MAX;
-    CellPosition position;
-    PatternMask mask = 0;
-    std::uint64_t begin = 0;  // of the c element in the part
-    std::uint32_t length = 0;
-    std::uint32_t style = 0;
-    std::uint32_t sharedString = kNoString;
-};
-
-// Collects the candidates while the sheet is scanned, and finds among them.
+// Collects the candidates while the sheet is scanned. They begin where their c element does.
 class SheetIndex final : public CellSink {
 public:
     SheetIndex(CellTexts& texts, const PatternSet& patterns) : mTexts(texts), mPatterns(patterns) {}
@@ -36,22 +22,15 @@ public:
     // Whether every cell stood behind the one before it, in row order.
     bool isOrdered() const { return mIsOrdered; }
 
-    const std::vector<Candidate>& candidates() const { return mCandidates; }
-    // Place of the first candidate behind `after`, size() when there is none. Cheap when `after`
-    // is what the last search found.
-    std::size_t placeBehind(CellPosition after) const;
-    Candidate* find(CellPosition position);
-    // Adds a cell that was changed into a match, or changes its mask.
-    void setMask(const Candidate& cell, PatternMask mask);
-    void remember(std::size_t place) const { mLastPlace = place; }
+    CandidateList& candidates() { return mCandidates; }
+    const CandidateList& candidates() const { return mCandidates; }
 
 private:
     CellTexts& mTexts;
     const PatternSet& mPatterns;
-    std::vector<Candidate> mCandidates;
+    CandidateList mCandidates;
     CellPosition mLast;  // cell told
     bool mIsOrdered = true;
-    mutable std::size_t mLastPlace = 0;
 };
 
 }  // namespace brindle::workbook::ooxml

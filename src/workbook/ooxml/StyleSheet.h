@@ -9,17 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "workbook/NumberText.h"
+#include "workbook/CellStyle.h"
 #include "workbook/ooxml/Fragment.h"
 
 namespace brindle::workbook::ooxml {
-
-struct CellStyle {
-    NumberFormatKind kind = NumberFormatKind::Plain;
-    bool isGeneral = true;
-    bool quotePrefix = false;
-    bool locked = true;
-};
 
 class StyleSheet {
 public:

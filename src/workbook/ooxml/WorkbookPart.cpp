@@ -6,13 +6,13 @@
 #include <charconv>
 #include <set>
 
-#include "base/CodePages.h"
 #include "base/Error.h"
 #include "crypto/Base64.h"
 #include "crypto/PasswordHash.h"
 #include "workbook/ooxml/Attributes.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/package/XmlScanner.h"
+#include "workbook/Passwords.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -135,12 +135,11 @@ bool WriteReservation::allows(const std::string& password, const std::string& co
         if (!hash || !salt || !value || rounds > crypto::kMostRounds) return false;
         return crypto::isSame(crypto::saltedPasswordHash(*hash, *salt, password, rounds), *value);
     }
-    if (shortHash.find_first_not_of('0') == std::string::npos) return true;
-    unsigned expected = 0;
+    std::uint16_t hash = 0;
     const char* const end = shortHash.data() + shortHash.size();
-    if (std::from_chars(shortHash.data(), end, expected, 16).ptr != end) return false;
-    const auto bytes = CodePage(codePage).encode(password);
-    return bytes && crypto::shortPasswordHash(*bytes) == expected;
+    const auto [parsed, error] = std::from_chars(shortHash.data(), end, hash, 16);
+    if (!shortHash.empty() && (error != std::errc() || parsed != end)) return false;
+    return liftsReservation(hash, password, codePage);
 }
 
 WorkbookPart readWorkbookPart(const Package& package) {

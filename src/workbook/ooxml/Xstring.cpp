@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "base/Text.h"
-#include "workbook/ooxml/Spelling.h"
 #include "workbook/package/XmlScanner.h"
+#include "workbook/Spelling.h"
 
 namespace brindle::workbook::ooxml {
 

@@ -109,6 +109,15 @@ Buffer CompoundFile::read(std::size_t index) const {
     return mContents->sectors.read(mContents->ranges(index));
 }
 
+std::optional<std::string_view> CompoundFile::view(std::size_t index) const {
+    const auto bytes = mContents->sectors.source().inMemory();
+    if (!bytes || entries().at(index).type != CompoundEntry::Type::Stream) return std::nullopt;
+    const std::vector<cfb::Range> ranges = mContents->ranges(index);
+    if (ranges.size() != 1) return std::nullopt;
+    return bytes->substr(static_cast<std::size_t>(ranges.front().offset),
+                         static_cast<std::size_t>(ranges.front().length));
+}
+
 void CompoundFile::writeTo(ByteSink& out, std::span<const StreamEdit> edits) const {
     const ByteSource& source = mContents->sectors.source();
     if (edits.empty()) {

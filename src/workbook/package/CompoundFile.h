@@ -65,6 +65,8 @@ public:
 
     // The bytes of a stream. Throws Error (Damaged).
     Buffer read(std::size_t index) const;
+    // The same without a copy, for a stream that stands in one piece in a source in memory.
+    std::optional<std::string_view> view(std::size_t index) const;
 
     // Writes the file with the edits applied. Whatever is not edited keeps its bytes, its sectors
     // and its place in the directory, storages and their attributes included; a changed stream

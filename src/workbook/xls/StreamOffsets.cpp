@@ -20,20 +20,9 @@ bool isDbCell(std::uint16_t id) {
 bool isStringTable(std::uint16_t id) {
     return id == record::kSst || id == record::kContinue;
 }
-// What INDEX points to before BIFF5: NAME, XF and ROW.
-bool isOldTarget(std::uint16_t id) {
-    switch (id) {
-        case 0x0008:
-        case 0x0018:
-        case 0x0043:
-        case 0x0208:
-        case 0x0218:
-        case 0x0243:
-        case 0x0443:
-            return true;
-        default:
-            return false;
-    }
+// Before BIFF5 programs differ in what INDEX points to.
+bool isAnything(std::uint16_t) {
+    return true;
 }
 
 std::uint32_t number32(std::string_view bytes, std::size_t position) {
@@ -114,11 +103,11 @@ bool StreamOffsets::updateSheet(const OffsetRecords::Sheet& sheet) {
 void StreamOffsets::updateIndex(const Record& record) {
     constexpr std::size_t kSize = sizeof(std::uint32_t);
     const bool isOld = mVersion < Version::Biff5;
-    if (isOld) updateOffset(record, 0, isOldTarget);
+    if (isOld) updateOffset(record, 0, isAnything);
     const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
-    updateOffset(record, first, isOld ? isOldTarget : isDefColWidth);
+    updateOffset(record, first, isOld ? isAnything : isDefColWidth);
     for (std::size_t at = first + kSize; at + kSize <= record.body.size(); at += kSize) {
-        updateOffset(record, at, isOld ? isOldTarget : isDbCell);
+        updateOffset(record, at, isOld ? isAnything : isDbCell);
     }
 }
 

@@ -11,6 +11,8 @@
 #include "crypto/Digest.h"
 #include "crypto/PasswordHash.h"
 #include "crypto/Random.h"
+#include "crypto/Rc4Keys.h"
+#include "crypto/XorObfuscation.h"
 #include "support/Thrown.h"
 
 namespace brindle::crypto {
@@ -128,6 +130,64 @@ TEST(Cipher, KnowsNamesAndSizes) {
     EXPECT_FALSE(isKeySize(Algorithm::Des, 56));
     EXPECT_FALSE(isKeySize(Algorithm::Rc2, 1024));
     EXPECT_FALSE(isKeySize(Algorithm::Rc2, 41));
+}
+
+TEST(Rc4Stream, StandsAtAnyPlace) {
+    struct Row {
+        Hash hash;
+        std::size_t used, keySize;
+        const char* first;   // bytes 0 to 7 of the key stream
+        const char* border;  // bytes 1020 to 1027
+        const char* far;     // of block 70000
+    };
+    const Row table[] = {
+        {Hash::Md5, 16, 16, "96657456f3a2a6bf", "e06d4a271e35135a", "4ad7ee33"},
+        {Hash::Sha1, 5, 16, "df34bff2a580b7d4", "c67de7484d685b2f", "1b3055d0"},
+        {Hash::Sha1, 7, 7, "d93ce5a78d1ffcc4", "e43d20146557ae76", "99cce68f"},
+        {Hash::Sha1, 16, 16, "dd039c87476b9a87", "b019a8d0dcff39d8", "887ae23d"},
+    };
+    for (const Row& row : table) {
+        const Rc4Keys keys(row.hash, "secret", row.used, row.keySize);
+        Rc4Stream stream(keys);
+        const auto at = [&stream](std::size_t position, std::size_t size) {
+            std::string bytes(size, '\0');
+            stream.apply(position, bytes);
+            return hexadecimal(bytes);
+        };
+        EXPECT_EQ(at(0, 8), row.first);
+        EXPECT_EQ(at(1020, 8), row.border);
+        EXPECT_EQ(at(70000 * 1024, 4), row.far);
+        const std::string whole = at(0, 3000);
+        for (std::size_t position = 0; position < 2990; position += 7) {
+            ASSERT_EQ(at(position, 9), whole.substr(2 * position, 18)) << position;
+        }
+    }
+}
+
+TEST(XorObfuscation, OpensWithItsPasswordOnly) {
+    struct Row {
+        const char* password;
+        std::uint16_t key, verifier;
+    };
+    for (const Row& row :
+         {Row{"abc", 0x514A, 0xCC1A}, Row{"password", 0x147A, 0x83AF},
+          Row{"123456789012345", 0x8265, 0x9EB1}, Row{"123456789012345678", 0x8265, 0x9EB1},
+          Row{"VelvetSweatshop", 0xB359, 0x9A0A}}) {
+        SCOPED_TRACE(row.password);
+        const auto unlock = XorObfuscation::unlock;
+        EXPECT_FALSE(unlock(row.key, row.verifier, ""));
+        EXPECT_FALSE(unlock(row.key, row.verifier, "another"));
+        EXPECT_FALSE(unlock(row.key ^ 1, row.verifier, row.password));
+        EXPECT_FALSE(unlock(row.key, row.verifier ^ 1, row.password));
+        const auto opened = unlock(row.key, row.verifier, row.password);
+        ASSERT_TRUE(opened);
+        const std::string plain = counting(0, 256);
+        std::string bytes = plain;
+        opened->encrypt(5, bytes);
+        EXPECT_NE(bytes, plain);
+        opened->decrypt(21, bytes);
+        EXPECT_EQ(bytes, plain);
+    }
 }
 
 // --- hashes --------------------------------------------------------------------------------------

@@ -10,11 +10,12 @@
 #include "workbook/NumberText.h"
 #include "workbook/ooxml/Fragment.h"
 #include "workbook/ooxml/OoxmlNames.h"
-#include "workbook/ooxml/properties/PropertyDate.h"
 #include "workbook/ooxml/properties/PropertyPart.h"
+#include "workbook/ooxml/properties/StoredDate.h"
 #include "workbook/ooxml/Splices.h"
 #include "workbook/ooxml/Xstring.h"
 #include "workbook/package/XmlScanner.h"
+#include "workbook/properties/PropertyRules.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -22,8 +23,6 @@ using package::XmlScanner;
 using package::XmlToken;
 
 namespace {
-
-constexpr std::size_t kLongestText = 255;  // UTF-16 units, as the application takes it
 
 // Types without a text of their own.
 constexpr std::array<std::string_view, 14> kNoTexts = {
@@ -44,7 +43,7 @@ std::string shownText(std::string_view type, std::string content) {
     if (isOneOf(kNoTexts, type)) return {};
     const std::string stored(text::trimBlanks(content));
     if (type == "bool") return stored == "1" || stored == "true" ? "True" : "False";
-    if (type == "filetime" || type == "date") return propertyDateText(stored);
+    if (type == "filetime" || type == "date") return storedDateText(stored);
     std::string number;
     if ((type == "r4" || type == "r8" || type == "decimal") && appendNumberText(number, stored)) {
         return number;
@@ -99,10 +98,7 @@ std::string CustomProperties::text(std::size_t index) const {
 void CustomProperties::setText(std::size_t index, std::string_view text) {
     Property& property = mProperties.at(index);
     if (property.where.end == 0) throw Error::refused("The property has no value");
-    const std::size_t longest = std::max(kLongestText, text::lengthUtf16(property.text));
-    if (text::lengthUtf16(text) > longest) {
-        throw Error::refused("The text is too long for a document property");
-    }
+    checkCustomPropertyText(property.text, text);
     xstringEscaped(text);  // throws
     property.newText = text;
     if (property.newText == property.text) property.newText.reset();

@@ -9,6 +9,7 @@
 #include "workbook/ooxml/Splices.h"
 #include "workbook/ooxml/Xstring.h"
 #include "workbook/package/XmlScanner.h"
+#include "workbook/properties/PropertyRules.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -56,9 +57,7 @@ const std::string* PropertyPart::text(std::string_view element) const {
 
 void PropertyPart::setText(std::string_view element, std::string_view text) {
     const auto found = mProperties.find(element);
-    if (found == mProperties.end()) {
-        throw Error::refused("The property is not stored in this workbook");
-    }
+    if (found == mProperties.end()) refuseMissingProperty();
     xstringEscaped(text);  // throws
     Property& property = found->second;
     property.newText = text;

@@ -1,0 +1,222 @@
+"""What check_corpus.py needs to know of binary workbooks: their streams (by olefile), their texts
+(by xlrd), and what a program that reads them could stumble over.
+"""
+import io
+import struct
+import warnings
+
+import olefile
+
+BOF_IDS = (0x0009, 0x0209, 0x0409, 0x0809)
+EOF, BOUNDSHEET, INDEX, DBCELL, ROW, SST, EXTSST, CONTINUE = (
+    0x0A, 0x85, 0x20B, 0xD7, 0x208, 0xFC, 0xFF, 0x3C)
+FILEPASS, DEFCOLWIDTH = 0x2F, 0x55
+FORMULAS = (0x06, 0x206, 0x406)
+CELLS = (0x06, 0xBD, 0xBE, 0xD6, 0xFD, 0x201, 0x203, 0x204, 0x205, 0x27E)
+
+
+def members(path):
+    """Streams and storages by path: content, class id, times; the order is that of the file."""
+    if not olefile.isOleFile(path):
+        with open(path, 'rb') as file:
+            return {'Workbook': (file.read(),)}
+    found = {}
+    with olefile.OleFileIO(path) as compound:
+        for name in compound.listdir(streams=True, storages=True):
+            place = '/'.join(name)
+            content = b''
+            if compound.get_type(name) == olefile.STGTY_STREAM:
+                content = compound.openstream(name).read()
+            found[place] = (content, compound.getclsid(name),
+                            compound.getctime(name), compound.getmtime(name))
+    return found
+
+
+def workbook_stream(path):
+    streams = members(path)
+    for name in streams:
+        if name.lower() in ('workbook', 'book'):
+            return streams[name][0]
+    return b''
+
+
+def records(stream):
+    at = 0
+    while at + 4 <= len(stream):
+        number, size = struct.unpack_from('<HH', stream, at)
+        yield at, number, stream[at + 4:at + 4 + size]
+        at += 4 + size
+
+
+def faults(path):
+    stream = workbook_stream(path)
+    found, begins, sheets, depth = [], set(), [], 0
+    all_records = list(records(stream))
+    by_offset = {offset: (number, body) for offset, number, body in all_records}
+    for offset, number, body in all_records:
+        if number == FILEPASS:
+            return []  # the bodies are encrypted
+        if number in BOF_IDS:
+            depth += 1
+            begins.add(offset)
+        elif number == EOF:
+            depth -= 1
+            if depth < 0:
+                break  # padding
+        elif number == BOUNDSHEET:
+            sheets.append(struct.unpack_from('<I', body)[0])
+        elif number == INDEX and len(body) >= 16:
+            check_index(body, by_offset, found)
+    if depth > 0:
+        found.append('a substream has no end')
+    found += ['a sheet does not begin where the workbook says' for sheet in sheets
+              if sheet not in begins]
+    check_blocks(all_records, found)
+    check_strings(all_records, stream, found)
+    return found
+
+
+def check_index(body, by_offset, found):
+    for at in range(16, len(body) - 3, 4):
+        target = by_offset.get(struct.unpack_from('<I', body, at)[0])
+        if target is None or target[0] != DBCELL:
+            found.append('INDEX does not lead to DBCELL')
+
+
+def check_blocks(all_records, found):
+    """The distances in DBCELL against the rows and cells in front of it."""
+    rows, first_cells = [], {}
+    for offset, number, body in all_records:
+        if number in BOF_IDS:
+            rows, first_cells = [], {}
+        elif number == ROW:
+            rows.append((offset, struct.unpack_from('<H', body)[0]))
+        elif number in CELLS and len(body) >= 2:
+            first_cells.setdefault(struct.unpack_from('<H', body)[0], offset)
+        elif number == DBCELL and rows:
+            if len(body) >= 4 and offset - struct.unpack_from('<I', body)[0] != rows[0][0]:
+                found.append('DBCELL does not lead to its rows')
+            place = rows[0][0] + 20
+            distances = struct.unpack_from(f'<{(len(body) - 4) // 2}H', body, 4)
+            for (_, row), distance in zip(rows, distances):
+                place += distance
+                if row in first_cells and place != first_cells[row]:
+                    found.append('DBCELL does not lead to the cells of a row')
+            rows, first_cells = [], {}
+
+
+def check_strings(all_records, stream, found):
+    """EXTSST against where the strings really begin."""
+    table = next((index for index, one in enumerate(all_records) if one[1] == SST), None)
+    if table is None:
+        return
+    pieces = [(all_records[table][0], all_records[table][2])]
+    for offset, number, body in all_records[table + 1:]:
+        if number != CONTINUE:
+            break
+        pieces.append((offset, body))
+    try:
+        places = string_places(pieces)
+    except (IndexError, struct.error):
+        found.append('the shared strings are cut')
+        return
+    index = next((body for _, number, body in all_records if number == EXTSST), None)
+    if index is None or len(index) < 2:
+        return
+    bucket = struct.unpack_from('<H', index)[0]
+    for number in range((len(index) - 2) // 8):
+        place, within = struct.unpack_from('<IH', index, 2 + 8 * number)
+        string = number * bucket
+        if string < len(places) and places[string] != (place, within):
+            found.append('EXTSST does not lead to its string')
+
+
+class Pieces:
+    """The bytes of a record and its continuations."""
+
+    def __init__(self, pieces):
+        self.pieces, self.number, self.at = pieces, 0, 8  # behind the two counts
+
+    def place(self):
+        offset, _ = self.pieces[self.number]
+        return offset + 4 + self.at, 4 + self.at
+
+    def room(self):
+        return len(self.pieces[self.number][1]) - self.at
+
+    def advance(self):
+        self.number, self.at = self.number + 1, 0
+        return self.pieces[self.number]
+
+    def take(self, count):
+        taken = b''
+        while count:
+            if not self.room():
+                self.advance()
+            part = self.pieces[self.number][1][self.at:self.at + count]
+            self.at += len(part)
+            count -= len(part)
+            taken += part
+        return taken
+
+
+def string_places(pieces):
+    count = struct.unpack_from('<I', pieces[0][1], 4)[0]
+    reader, places = Pieces(pieces), []
+    for _ in range(count):
+        if not reader.room():
+            reader.advance()
+        places.append(reader.place())
+        length, flags = struct.unpack('<HB', reader.take(3))
+        runs = struct.unpack('<H', reader.take(2))[0] if flags & 8 else 0
+        phonetic = struct.unpack('<I', reader.take(4))[0] if flags & 4 else 0
+        wide = flags & 1
+        while length:
+            if not reader.room():
+                reader.advance()
+                wide = reader.take(1)[0] & 1
+            fit = min(length, reader.room() // (2 if wide else 1))
+            reader.take(fit * (2 if wide else 1))
+            length -= fit
+        reader.take(4 * runs + phonetic)
+    return places
+
+
+def formula_cells(stream):
+    """Sheet, row and column of every formula; sheets without names are left out."""
+    sheets, found, sheet = {}, set(), None
+    for offset, number, body in records(stream):
+        if number == BOUNDSHEET:
+            wide = len(body) > 7 and body[7] & 1 and body[6] * 2 + 8 == len(body)
+            is_new = 8 + body[6] * (2 if wide else 1) == len(body)
+            name = body[8:] if is_new else body[7:]
+            sheets[struct.unpack_from('<I', body)[0]] = name.decode('utf-16-le' if wide
+                                                                    else 'latin-1')
+        elif number in BOF_IDS:
+            sheet = sheets.get(offset, sheet)
+        elif number in FORMULAS and sheet is not None:
+            found.add((sheet, *struct.unpack_from('<HH', body)))
+    return found
+
+
+def texts(path):
+    """Cells by sheet and place as xlrd sees them; None when it cannot read the file."""
+    import xlrd
+    found = {}
+    try:
+        with warnings.catch_warnings():
+            warnings.simplefilter('ignore')
+            workbook = xlrd.open_workbook(path, logfile=io.StringIO(), on_demand=False)
+        # xlrd shows last results, which a changed formula has not got any more.
+        formulas = formula_cells(workbook_stream(path))
+        for sheet in workbook.sheets():
+            for row in range(sheet.nrows):
+                for column in range(sheet.row_len(row)):
+                    cell = sheet.cell(row, column)
+                    is_formula = (sheet.name, row, column) in formulas
+                    if cell.ctype != xlrd.XL_CELL_EMPTY and not is_formula:
+                        found[sheet.name, row, column] = cell.value
+    except Exception as error:  # whatever stops the other reader says nothing about us
+        print(f'  xlrd: {error!r}')
+        return None
+    return found

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// A changed cell: what it was in the file and what it will be.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "workbook/CandidateList.h"
+#include "workbook/CellEntry.h"
+#include "workbook/SharedText.h"
+#include "workbook/xls/formula/FormulaTokens.h"
+#include "workbook/xls/StringItem.h"
+
+namespace brindle::workbook::xls {
+
+// What a cell holds, in the form in which it is changed and written.
+struct CellContent {
+    EnteredCell::Kind kind = EnteredCell::Kind::Blank;
+    SharedText text;          // as the edit line shows it
+    StringItem item;          // Text
+    CompiledFormula formula;  // Formula
+    // Formula: of how many cells. A cell alone may have an array formula too.
+    enum class Block : std::uint8_t { None, Shared, OneCellArray, Array, Table };
+    Block block = Block::None;
+    // The formula cannot be shown, so the text is that of its last result.
+    bool isHidden = false;
+    double number = 0;
+    bool boolean = false;
+    std::uint16_t format = 0;
+};
+
+struct CellEdit {
+    Candidate cell;  // where it stands in the file
+    SharedText oldText;
+    EnteredCell::Kind oldKind = EnteredCell::Kind::Blank;
+    CellContent content;
+    // Set when saving: the shared string that the content became.
+    std::uint32_t sharedString = Candidate::kNoString;
+    bool isInPlace = false;  // the string itself was changed and the cell stays as it is
+};
+
+}  // namespace brindle::workbook::xls

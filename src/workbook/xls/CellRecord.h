@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// The records that hold cells, in every version of the format. Layout: [MS-XLS] 2.4 (RK, MulRk,
+// Number, LabelSst, Label, BoolErr, Formula).
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "base/LittleEndian.h"
+#include "workbook/DocumentModel.h"
+#include "workbook/xls/biff/Biff.h"
+#include "workbook/xls/biff/RecordReader.h"
+#include "workbook/xls/formula/FormulaTokens.h"
+
+namespace brindle::workbook::xls {
+
+enum class CellKind : std::uint8_t {
+    SharedString,
+    Label,      // the text stands in the record
+    RichLabel,  // the same with formatting runs behind it
+    Number,     // also one of several in a record
+    Boolean,
+    Error,
+    Formula
+};
+
+struct CellRecord {
+    CellPosition position;
+    std::size_t begin = 0;  // of the record, in the stream
+    std::size_t end = 0;
+    // Place of the cell's format among the XF records; of BIFF2 the first two attribute bytes.
+    std::uint16_t format = 0;
+    CellKind kind = CellKind::Number;
+    double number = 0;
+    std::uint32_t sharedString = 0;
+    std::uint8_t code = 0;  // Boolean: 0 or 1; Error: its code
+    std::string_view data;  // Label: behind the format, with the count in front; Formula: the body
+};
+
+// The cells of one kind of record in one version; nothing for records that hold none.
+enum class CellShape : std::uint8_t {
+    None,
+    SharedString,
+    Label,
+    RichLabel,
+    Integer,
+    Number,
+    Rk,
+    MulRk,
+    BoolErr,
+    Formula
+};
+CellShape cellShape(std::uint16_t id, Version version);
+// Of row, column and format: 6 bytes, 7 in BIFF2.
+constexpr std::size_t cellHeaderSize(Version version) {
+    return version == Version::Biff2 ? 7 : 6;
+}
+
+double rkNumber(std::uint32_t rk);
+// Cells in a MULRK record. Throws Error (Damaged) when it is cut.
+std::size_t mulRkCount(std::string_view body);
+
+// The cell of a record that holds one, or the one at `index` of a MULRK. Throws Error (Damaged)
+// when the body is too short.
+CellRecord cellOf(const Record& record, CellShape shape, Version version, std::size_t index = 0);
+
+// The parts of a FORMULA record.
+struct FormulaRecord {
+    static constexpr std::uint16_t kAlwaysCalculate = 1;
+    static constexpr std::uint16_t kCalculateOnLoad = 2;
+    static constexpr std::uint16_t kShared = 8;
+
+    std::string_view result;  // 8 bytes
+    FormulaTokens formula;
+
+    enum class Result { Number, Text, Boolean, Error, Empty };
+    Result resultKind() const;
+    double number() const {
+        return std::bit_cast<double>(getLittleEndian<std::uint64_t>(result.data()));
+    }
+    std::uint8_t resultCode() const { return static_cast<std::uint8_t>(result[2]); }
+};
+FormulaRecord formulaOf(std::string_view body, Version version);
+
+std::string_view errorName(std::uint8_t code);
+std::optional<std::uint8_t> errorCode(std::string_view name);
+
+}  // namespace brindle::workbook::xls

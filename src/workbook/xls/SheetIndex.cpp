@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/xls/SheetIndex.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "base/Error.h"
+#include "workbook/xls/biff/SheetRecords.h"
+
+namespace brindle::workbook::xls {
+
+namespace {
+
+// Whether a serial number has a date for certain.
+bool isSurelyDate(double number) {
+    constexpr double kYear4637 = 1e6;
+    return number >= 0 && number < kYear4637;
+}
+
+// Row and column as one number; only for a record that holds both.
+std::uint32_t placeOf(const Record& record) {
+    return static_cast<std::uint32_t>(getLittleEndian<std::uint16_t>(record.body.data())) << 16 |
+           getLittleEndian<std::uint16_t>(record.body.data() + 2);
+}
+
+}  // namespace
+
+SheetIndex::SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, CellTexts& texts,
+                       const PatternSet& patterns)
+    : mWorkbook(workbook), mVersion(workbook.codec.version()), mTexts(texts), mPatterns(patterns) {
+    look(sheetOffset);
+    mCandidates.finish(mIsOrdered);
+}
+
+void SheetIndex::look(std::size_t sheetOffset) {
+    SheetRecords records(mWorkbook.stream, sheetOffset);
+    Record record;
+    bool isFirst = true;
+    while (records.next(record)) {
+        const CellShape shape = cellShape(record.id, mVersion);
+        if (shape == CellShape::None) continue;
+        if (record.body.size() < cellHeaderSize(mVersion)) {
+            throw Error::damaged("A cell's record is too short").atOffset(record.offset);
+        }
+        const std::uint32_t place = placeOf(record);
+        if (!isFirst && place <= mLast) mIsOrdered = false;
+        mLast = place;
+        isFirst = false;
+        // Most cells are strings and numbers without a match; they are to cost as little as can be.
+        if (shape == CellShape::SharedString && record.body.size() >= 10) {
+            const auto index = getLittleEndian<std::uint32_t>(record.body.data() + 6);
+            const PatternMask mask = mWorkbook.strings.mask(index);
+            if (mask != 0) add(cellOf(record, shape, mVersion), mask);
+            continue;
+        }
+        lookAt(record, shape);
+    }
+}
+
+void SheetIndex::lookAt(const Record& record, CellShape shape) {
+    switch (shape) {
+        case CellShape::Integer:
+        case CellShape::Number:
+        case CellShape::Rk:
+        case CellShape::MulRk:
+            if (mPatterns.possibleForNumbers() == 0) return;
+            break;
+        case CellShape::Formula:
+            mHasFormulas = true;
+            break;
+        default:
+            break;
+    }
+    const std::size_t count = shape == CellShape::MulRk ? mulRkCount(record.body) : 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        const CellRecord cell = cellOf(record, shape, mVersion, i);
+        const PatternMask mask = maskOf(cell);
+        if (mask != 0) add(cell, mask);
+    }
+}
+
+PatternMask SheetIndex::maskOf(const CellRecord& cell) {
+    PatternMask among = ~PatternMask{0};
+    switch (cell.kind) {
+        case CellKind::Number:
+            among = mPatterns.possible(mWorkbook.formats.style(cell.format).kind,
+                                       isSurelyDate(cell.number));
+            break;
+        case CellKind::Boolean:
+            among = mPatterns.possible(TextClass::Boolean);
+            break;
+        case CellKind::Error:
+            among = mPatterns.possible(TextClass::Error);
+            break;
+        default:
+            break;
+    }
+    if (among == 0) return 0;
+    mScratch.clear();
+    mTexts.append(mScratch, cell);
+    return mPatterns.matching(mScratch, among);
+}
+
+void SheetIndex::add(const CellRecord& cell, PatternMask mask) {
+    Candidate candidate;
+    candidate.position = cell.position;
+    candidate.mask = mask;
+    candidate.begin = cell.begin;
+    candidate.length = static_cast<std::uint32_t>(cell.end - cell.begin);
+    candidate.style = cell.format;
+    if (cell.kind == CellKind::SharedString) candidate.sharedString = cell.sharedString;
+    mCandidates.add(candidate);
+}
+
+}  // namespace brindle::workbook::xls

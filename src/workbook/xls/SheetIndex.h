@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// The one pass over a sheet that finds the cells worth remembering.
+#pragma once
+
+#include <string>
+
+#include "workbook/CandidateList.h"
+#include "workbook/PatternSet.h"
+#include "workbook/xls/CellTexts.h"
+
+namespace brindle::workbook::xls {
+
+class SheetIndex {
+public:
+    // All is borrowed; the strings have been looked through for the patterns. Throws Error
+    // (Damaged), also for a cell that stands there twice.
+    SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, CellTexts& texts,
+               const PatternSet& patterns);
+
+    // They begin where their records do.
+    CandidateList& candidates() { return mCandidates; }
+    const CandidateList& candidates() const { return mCandidates; }
+    bool hasFormulas() const { return mHasFormulas; }
+
+private:
+    void look(std::size_t sheetOffset);
+    void lookAt(const Record& record, CellShape shape);
+    PatternMask maskOf(const CellRecord& cell);
+    void add(const CellRecord& cell, PatternMask mask);
+
+    const WorkbookTexts& mWorkbook;
+    Version mVersion;
+    CellTexts& mTexts;
+    const PatternSet& mPatterns;
+    CandidateList mCandidates;
+    std::uint32_t mLast = 0;  // row and column of the record before
+    bool mIsOrdered = true;
+    bool mHasFormulas = false;
+    std::string mScratch;
+};
+
+}  // namespace brindle::workbook::xls

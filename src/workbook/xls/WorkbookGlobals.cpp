@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/xls/WorkbookGlobals.h"
+
+#include "base/ByteReader.h"
+#include "base/Error.h"
+
+namespace brindle::workbook::xls {
+
+namespace {
+
+constexpr std::uint16_t kWindow1 = 0x003D;
+constexpr std::uint16_t kDialogFlag = 0x0010;  // of WSBOOL
+constexpr std::uint8_t kMacroType = 1;         // in BOUNDSHEET
+constexpr std::uint8_t kModuleType = 6;
+
+std::string codePageName(std::uint16_t number) {
+    switch (number) {
+        case 0x8000:
+            return "macintosh";
+        case 0x8001:
+            return "windows-1252";
+        default:
+            return std::to_string(number);
+    }
+}
+
+// What a workbook without a code page, or with one that is none, was most likely written in.
+constexpr const char* kUsualCodePage = "windows-1252";
+
+// Calls `use` for the records of the first substream, BOF and EOF left out. Ends early when it
+// returns false. Returns the offset of the EOF, or of the end of the stream.
+template <typename Use>
+std::size_t walk(std::string_view stream, const Use& use) {
+    RecordReader reader(stream);
+    Record record;
+    int depth = 0;
+    while (reader.next(record)) {
+        if (isBof(record.id)) {
+            ++depth;
+        } else if (record.id == record::kEof) {
+            if (--depth <= 0) return record.offset;
+        } else if (depth == 1 && !use(record)) {
+            return record.offset;
+        }
+    }
+    return reader.offset();
+}
+
+// What kind of sheet begins there; programs for charts give their table a number of their own.
+bool isOtherKind(const Record& bof) {
+    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
+        case substream::kGlobals:
+        case substream::kModule:
+        case substream::kChart:
+        case substream::kMacro:
+        case substream::kWorkspace:
+            return true;
+        default:
+            return false;
+    }
+}
+
+std::uint16_t firstNumber(const Record& record) {
+    return record.body.size() < 2 ? std::uint16_t{0}
+                                  : getLittleEndian<std::uint16_t>(record.body.data());
+}
+
+}  // namespace
+
+std::optional<Version> versionOf(std::string_view stream) {
+    if (stream.size() < 8) return std::nullopt;
+    const auto id = getLittleEndian<std::uint16_t>(stream.data());
+    const auto size = getLittleEndian<std::uint16_t>(stream.data() + 2);
+    if (!isBof(id) || size < 4) return std::nullopt;
+    const auto version = getLittleEndian<std::uint16_t>(stream.data() + 4);
+    const auto type = getLittleEndian<std::uint16_t>(stream.data() + 6);
+    if (id != record::kBof && type == substream::kWorkspace) {
+        throw Error(ErrorKind::Unsupported, error_number::kApplicationDefined,
+                    "Workspaces of several workbooks are not supported");
+    }
+    switch (id) {
+        case 0x0009:
+            return Version::Biff2;
+        case 0x0209:
+            return Version::Biff3;
+        case 0x0409:
+            return Version::Biff4;
+        default:
+            return version >= 0x0600 ? Version::Biff8 : Version::Biff5;
+    }
+}
+
+WorkbookGlobals::WorkbookGlobals(std::string_view stream, Version version,
+                                 const std::string& fileName) {
+    readCodePage(stream, version);
+    mFormats = std::make_unique<CellFormats>(*mCodec);
+    mLinks = std::make_unique<LinkTable>(*mCodec);
+    readRecords(stream);
+    const bool hasGlobals = version >= Version::Biff5 && !mSheets.empty();
+    if (!hasGlobals) mSheets = {{fileName, 0, 0, true}};
+    for (std::size_t i = 0; hasGlobals && i < mSheets.size(); ++i) {
+        mSheets[i].number = i;
+        mSheets[i].isWorksheet = isWorksheet(stream, mSheets[i], mSheetTypes[i]);
+    }
+    mFormats->finish();
+    std::vector<std::string> names;
+    for (const SheetEntry& sheet : mSheets) names.push_back(sheet.name);
+    mLinks->setSheets(std::move(names));
+}
+
+void WorkbookGlobals::readCodePage(std::string_view stream, Version version) {
+    std::string name = kUsualCodePage;
+    if (version != Version::Biff8) {
+        walk(stream, [&](const Record& record) {
+            if (record.id == record::kCodePage) name = codePageName(firstNumber(record));
+            return record.id != record::kCodePage;
+        });
+    }
+    try {
+        mCodec = std::make_unique<StringCodec>(version, name);
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Argument) throw;
+        mCodec = std::make_unique<StringCodec>(version, kUsualCodePage);
+    }
+}
+
+void WorkbookGlobals::readRecords(std::string_view stream) {
+    mEnd = walk(stream, [&](const Record& record) {
+        readRecord(stream, record);
+        return true;
+    });
+}
+
+void WorkbookGlobals::readRecord(std::string_view stream, const Record& record) {
+    switch (record.id) {
+        case record::kBoundSheet:
+            if (version() >= Version::Biff5) readSheet(record);
+            break;
+        case record::kDateMode:
+            mDate1904 = firstNumber(record) == 1;
+            break;
+        case kWindow1:
+            readWindow(record);
+            break;
+        case record::kSst:
+            mSharedStrings = record.offset;
+            break;
+        case record::kFileSharing:
+            mFileSharing = record;
+            break;
+        case record::kRecalcId:
+            mRecalculation = record;
+            break;
+        default:
+            if (LinkTable::concerns(record.id)) {
+                std::size_t end = 0;
+                const std::string body = continuedBody(stream, record, &end);
+                mLinks->learn(record, body, end);
+            } else {
+                mFormats->learn(record);
+            }
+            break;
+    }
+}
+
+void WorkbookGlobals::readSheet(const Record& record) {
+    ByteReader body(record.body);
+    SheetEntry sheet;
+    sheet.offset = body.number<std::uint32_t>();
+    body.skip(1);
+    mSheetTypes.push_back(body.number<std::uint8_t>());
+    sheet.name = mCodec->readShort(body);
+    mSheets.push_back(std::move(sheet));
+}
+
+void WorkbookGlobals::readWindow(const Record& record) {
+    constexpr std::size_t kActiveSheetAt = 10;
+    if (version() < Version::Biff5 || record.body.size() < kActiveSheetAt + 2) return;
+    mActiveSheet = getLittleEndian<std::uint16_t>(record.body.data() + kActiveSheetAt);
+}
+
+bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& sheet,
+                                  std::uint8_t type) const {
+    if (type == kMacroType || type == kModuleType) return false;
+    const Record begin = recordAt(stream, sheet.offset);
+    if (!isBof(begin.id)) {
+        throw Error::damaged("A sheet does not begin where the workbook says")
+            .inMember(sheet.name)
+            .atOffset(sheet.offset);
+    }
+    if (begin.body.size() < 4 || isOtherKind(begin)) return false;
+    // Dialog sheets tell themselves before their first row.
+    bool isDialog = false;
+    walk(stream.substr(sheet.offset), [&](const Record& record) {
+        if (record.id == record::kWsBool) isDialog = (firstNumber(record) & kDialogFlag) != 0;
+        return record.id != record::kWsBool && record.id != record::kDimensions;
+    });
+    return !isDialog;
+}
+
+}  // namespace brindle::workbook::xls

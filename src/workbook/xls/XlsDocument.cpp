@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+#include "workbook/xls/XlsDocument.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "workbook/formula/SingleCell.h"
+#include "workbook/ReadOnlyState.h"
+#include "workbook/xls/Protection.h"
+#include "workbook/xls/StreamCheck.h"
+#include "workbook/xls/StreamWriter.h"
+
+namespace brindle::workbook::xls {
+
+namespace {
+
+// The sheet of a workbook that holds one without a name is called like the file.
+std::string nameOfFile(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const std::size_t dot = name.rfind('.');
+    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+}
+
+}  // namespace
+
+XlsDocument::XlsDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
+    : mOptions(options),
+      mFile(std::move(file), options.password, options.ansiCodePage),
+      mGlobals(mFile.stream(), mFile.version(), nameOfFile(mFile.file().path())),
+      mStrings(mFile.stream(), mGlobals.sharedStrings()),
+      mTexts{mFile.stream(), mGlobals.codec(), mGlobals.formats(), mStrings, mGlobals.date1904()} {
+    for (std::size_t i = 0; i < mGlobals.sheets().size(); ++i) {
+        const SheetEntry& sheet = mGlobals.sheets()[i];
+        if (!sheet.isWorksheet) continue;
+        if (i == mGlobals.activeSheet()) mActiveSheet = mWorksheets.size();
+        mWorksheets.push_back(std::make_unique<XlsWorksheet>(*this, sheet));
+    }
+    if (options.expectedPatterns && !options.expectedPatterns->empty()) {
+        mPatterns = PatternSet(*options.expectedPatterns);
+        // Now rather than when first asked: damage found on the way fails the opening.
+        for (const auto& sheet : mWorksheets) sheet->lookThrough(mPatterns.patterns().front());
+    }
+}
+
+ReadOnlyReason XlsDocument::readOnlyReason() const {
+    const ReadOnlyReason reason = workbook::readOnlyReason(mFile.file().path());
+    if (reason != ReadOnlyReason::None) return reason;
+    return isReserved() ? ReadOnlyReason::WriteReserved : ReadOnlyReason::None;
+}
+
+bool XlsDocument::isReserved() const {
+    const auto sharing = mGlobals.fileSharing();
+    return sharing &&
+           !allowsWriting(sharing->body, mOptions.writeResPassword, mOptions.ansiCodePage);
+}
+
+const PatternSet& XlsDocument::patternsFor(const CellMatch& match) {
+    if (mPatterns.bitOf(match).mask == 0) {
+        std::vector<CellMatch> patterns = mPatterns.patterns();
+        patterns.push_back(match);
+        mPatterns = PatternSet(std::move(patterns));
+        mAreStringsSeen = false;
+    }
+    if (mAreStringsSeen) return mPatterns;
+    mStrings.look(mPatterns);
+    mAreStringsSeen = true;
+    ++mGeneration;
+    return mPatterns;
+}
+
+void XlsDocument::checkMayChange() const {
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "The workbook was saved and takes no more changes");
+    }
+}
+
+void XlsDocument::checkText(const StringItem& item) const {
+    if (mGlobals.version() == Version::Biff8) return;
+    constexpr std::size_t kLongest = 255;
+    if (mGlobals.codec().encode(item.text).count > kLongest) {
+        throw Error::refused("The text is longer than 255 characters");
+    }
+}
+
+std::optional<std::string> XlsDocument::changedCellText(const FormulaTokens& formula,
+                                                        XlsWorksheet& home) {
+    const auto shown = home.shownFormula(formula);
+    const auto cell = shown ? formula::singleCell(*shown) : std::nullopt;
+    if (!cell) return std::nullopt;
+    if (cell->sheet.empty()) return home.changedText(cell->position);
+    for (const auto& sheet : mWorksheets) {
+        if (text::equals(sheet->name(), cell->sheet, CaseMode::Folded)) {
+            return sheet->changedText(cell->position);
+        }
+    }
+    return std::nullopt;
+}
+
+WorkbookProperties& XlsDocument::properties() {
+    if (!mProperties)
+        mProperties = std::make_unique<WorkbookProperties>(mFile, mOptions.currentYear);
+    return *mProperties;
+}
+
+std::size_t XlsDocument::propertyCount(bool custom) {
+    return properties().count(custom);
+}
+
+std::string XlsDocument::propertyText(bool custom, std::size_t index) {
+    return properties().text(custom, index);
+}
+
+void XlsDocument::setPropertyText(bool custom, std::size_t index, std::string_view text) {
+    if (properties().text(custom, index) == text) return;
+    checkMayChange();
+    properties().setText(custom, index, text);
+}
+
+bool XlsDocument::hasChangedCells() const {
+    return std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                       [](const auto& sheet) { return sheet->hasCellEdits(); });
+}
+
+bool XlsDocument::isStreamChanged() const {
+    return std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                       [](const auto& sheet) { return sheet->isChanged(); });
+}
+
+bool XlsDocument::isChanged() const {
+    return !mIsSaved && (isStreamChanged() || (mProperties && mProperties->isChanged()));
+}
+
+// A string that all of its cells exchange for the same new one is changed where it stands. The
+// others become new strings.
+void XlsDocument::placeStrings() {
+    if (mGlobals.version() != Version::Biff8) return;
+    std::unordered_map<std::uint32_t, std::vector<CellEdit*>> byString;
+    for (const auto& sheet : mWorksheets) {
+        for (CellEdit* edit : sheet->edits()) {
+            if (edit->cell.sharedString != Candidate::kNoString) {
+                byString[edit->cell.sharedString].push_back(edit);
+            }
+        }
+    }
+    // Cells of sheets that were not looked through may use any string.
+    const bool allSeen = mWorksheets.size() == mGlobals.sheets().size() &&
+                         std::all_of(mWorksheets.begin(), mWorksheets.end(),
+                                     [](const auto& sheet) { return sheet->isIndexed(); });
+    std::unordered_map<std::uint32_t, std::size_t> references;
+    for (const auto& sheet : mWorksheets) {
+        if (!allSeen || byString.empty()) break;
+        for (const Candidate& candidate : sheet->index().candidates().all()) {
+            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
+        }
+    }
+    for (const auto& [index, edits] : byString) {
+        const StringItem& item = edits.front()->content.item;
+        const bool isSame = allSeen && edits.size() == references[index] &&
+                            std::all_of(edits.begin(), edits.end(), [&](const CellEdit* edit) {
+                                return edit->content.kind == EnteredCell::Kind::Text &&
+                                       edit->content.format == edit->cell.style &&
+                                       edit->content.item == item;
+                            });
+        if (!isSame) continue;
+        mStrings.setItem(index, item);
+        for (CellEdit* edit : edits) edit->isInPlace = true;
+    }
+    for (const auto& sheet : mWorksheets) {
+        for (CellEdit* edit : sheet->edits()) {
+            if (edit->isInPlace) continue;
+            const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
+            const bool isShared = edit->content.kind == EnteredCell::Kind::Text;
+            if (isShared) edit->sharedString = mStrings.add(edit->content.item);
+            mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
+        }
+    }
+}
+
+// A workbook that was calculated by no known version is calculated anew when it is opened.
+void XlsDocument::appendRecalculation(std::vector<RecordSplice>& splices) const {
+    constexpr std::size_t kEngineAt = 4;
+    const auto record = mGlobals.recalculation();
+    const bool hasFormulas = std::any_of(mWorksheets.begin(), mWorksheets.end(),
+                                         [](const auto& sheet) { return sheet->hasFormulas(); });
+    if (!record || !hasFormulas || !hasChangedCells() ||
+        record->body.size() < kEngineAt + sizeof(std::uint32_t)) {
+        return;
+    }
+    std::string body(record->body);
+    putLittleEndian(body.data() + kEngineAt, std::uint32_t{0});
+    RecordSplice splice{record->offset, record->end(), {}};
+    appendRecord(splice.bytes, record->id, body);
+    splices.push_back(std::move(splice));
+}
+
+std::string XlsDocument::changedStream() {
+    placeStrings();
+    std::vector<RecordSplice> splices;
+    for (const auto& sheet : mWorksheets) sheet->appendSplices(splices);
+    mGlobals.formats().appendSplices(splices);
+    for (RecordSplice& splice : mGlobals.links().splices()) splices.push_back(std::move(splice));
+    appendRecalculation(splices);
+    mStrings.appendSplices(splices);
+    std::string stream = splicedStream(mFile.stream(), std::move(splices));
+    checkChangedStream(stream, mFile.stream());
+    return stream;
+}
+
+void XlsDocument::save() {
+    if (!isChanged()) return;
+    if (mIsClosedForEdits) {
+        throw Error(ErrorKind::Internal, error_number::kInternal,
+                    "Document not saved: an earlier attempt failed");
+    }
+    if (isReserved()) throw Error::refused("Writing the workbook is reserved by another password");
+    mIsClosedForEdits = true;
+    std::string stream = isStreamChanged() ? changedStream() : std::string(mFile.stream());
+    std::vector<WorkbookFile::Stream> others;
+    if (mProperties) others = mProperties->changedStreams();
+    ReplaceOptions options;
+    options.expected = &mFile.file().status();
+    options.allowInPlace = mOptions.allowInPlace;
+    replaceFile(
+        mFile.file().path(), options, [&](OutputFile& out) { mFile.write(out, stream, others); },
+        [&](const std::string& temporary) { mFile.verify(temporary, stream, others); });
+    mIsSaved = true;
+}
+
+}  // namespace brindle::workbook::xls

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+// The half of XlsWorksheet that changes cells.
+#include "base/Error.h"
+#include "workbook/CellReplacement.h"
+#include "workbook/xls/CellWriter.h"
+#include "workbook/xls/formula/FormulaCompiler.h"
+#include "workbook/xls/XlsDocument.h"
+#include "workbook/xls/XlsWorksheet.h"
+
+namespace brindle::workbook::xls {
+
+using Kind = EnteredCell::Kind;
+using Block = CellContent::Block;
+
+void XlsWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
+                                 std::string_view replacement) {
+    SheetIndex& index = indexFor(match);
+    const Candidate* found = index.candidates().find(position);
+    if (!found) return;
+    const Candidate cell = *found;
+    try {
+        const CellContent old = contentOf(cell);
+        const std::string& text = old.text.str();
+        const std::vector<TextSpan> spans = match.spans(text);
+        if (spans.empty()) return;
+        const std::string newText = replaceSpans(text, spans, replacement);
+        if (newText == text) return;
+        checkMayChange(old);
+        keep(cell, old, entered(old, match, replacement, newText, position));
+    } catch (Error& error) {
+        throw error.inMember(mEntry.name).inCell(cellName(position));
+    }
+}
+
+void XlsWorksheet::checkMayChange(const CellContent& content) {
+    mDocument.checkMayChange();
+    if (protection().cells && mDocument.texts().formats.style(content.format).locked) {
+        throw Error::refused(
+            "The cell or chart that you are trying to change is protected and therefore read-only");
+    }
+    if (content.block == Block::Table) throw Error::refused("Cannot change part of a data table");
+    if (content.block == Block::Array) {
+        throw Error::refused("You cannot change part of an array");
+    }
+    if (content.isHidden) {
+        throw Error::refused("The formula is written in a form that cannot be changed");
+    }
+}
+
+CellContent XlsWorksheet::entered(const CellContent& old, const CellMatch& match,
+                                  std::string_view replacement, const std::string& newText,
+                                  CellPosition position) {
+    CellFormats& formats = mDocument.texts().formats;
+    CellContent content;
+    CellReplacement entry;
+    entry.style = formats.style(old.format);
+    entry.wasFormula = old.kind == Kind::Formula;
+    entry.date1904 = mDocument.texts().date1904;
+    entry.currentYear = mDocument.options().currentYear;
+    entry.keepFormula = [&](const std::string& formula) {
+        content = enteredFormula(old, formula, position);
+    };
+    const EnteredCell result = entry.enter(newText);
+    if (result.kind == Kind::Formula) return content;
+    // Of the names of errors the format knows only the oldest.
+    const bool isText =
+        result.kind == Kind::Text || (result.kind == Kind::Error && !errorCode(result.text));
+    if (isText) return enteredText(old, match, replacement, newText);
+    content.kind = result.kind;
+    content.format = old.format;
+    if (!result.formatCode.empty()) {
+        content.format = formats.withFormat(old.format, result.formatCode);
+    }
+    content.number = result.number;
+    content.boolean = result.boolean;
+    content.text = shownText(result, formats.style(content.format).kind, entry.date1904);
+    return content;
+}
+
+CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::string& formula,
+                                         CellPosition position) {
+    CellContent content;
+    content.kind = Kind::Formula;
+    content.format = old.format;
+    content.block = old.block == Block::OneCellArray ? Block::OneCellArray : Block::None;
+    FormulaCompiler::Place place;
+    place.sheet = mEntry.number;
+    place.cell = position;
+    place.use = content.block == Block::OneCellArray ? FormulaUse::Array : FormulaUse::Cell;
+    const FormulaTokens oldTokens = old.formula.view();
+    content.formula = FormulaCompiler(mDocument.globals().codec(), links())
+                          .compile(std::string_view(formula).substr(1), place,
+                                   old.kind == Kind::Formula ? &oldTokens : nullptr);
+    if (content.formula.tokens.size() + content.formula.extra.size() >
+        longestFormula(mDocument.globals().version())) {
+        throw Error::refused("Formula is too long");
+    }
+    std::string shown;
+    mTexts->appendFormula(shown, content.formula.view(), position);
+    content.text = std::move(shown);
+    return content;
+}
+
+CellContent XlsWorksheet::enteredText(const CellContent& old, const CellMatch& match,
+                                      std::string_view replacement, std::string newText) {
+    CellContent content;
+    content.kind = Kind::Text;
+    content.format = old.format;
+    if (old.kind == Kind::Text) {
+        content.item = old.item.replaced(match.spans(old.text.str()), replacement,
+                                         mDocument.globals().codec());
+    } else {
+        content.item.text = newText;
+    }
+    mDocument.checkText(content.item);
+    content.text = std::move(newText);
+    return content;
+}
+
+void XlsWorksheet::keep(const Candidate& cell, const CellContent& old, CellContent content) {
+    const PatternMask mask = mDocument.patterns().matching(content.text.str());
+    const auto [known, isNew] = mEdits.try_emplace(cell.position);
+    CellEdit& edit = known->second;
+    if (isNew) {
+        edit.cell = cell;
+        edit.oldText = old.text;
+        edit.oldKind = old.kind;
+    }
+    const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
+                        content.format == edit.cell.style;
+    edit.content = std::move(content);
+    TextPool& pool = mDocument.editTexts();
+    for (SharedText* text : {&edit.oldText, &edit.content.text}) pool.share(*text);
+    mIndex->candidates().setMask(edit.cell, mask);
+    if (isBack) mEdits.erase(known);
+}
+
+}  // namespace brindle::workbook::xls

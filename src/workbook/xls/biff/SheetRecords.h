@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// The records of one sheet, without those of the charts that are embedded in it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "workbook/xls/biff/RecordReader.h"
+
+namespace brindle::workbook::xls {
+
+class SheetRecords {
+public:
+    // `sheetOffset` is that of the sheet's BOF. Borrows the stream. Throws Error (Damaged) when
+    // there is none.
+    SheetRecords(std::string_view stream, std::size_t sheetOffset);
+
+    // The first one is the BOF. False behind the sheet's EOF, and where the stream ends without
+    // one. Throws Error (Damaged) for a record that runs past the end.
+    bool next(Record& record);
+    // The id of the record right behind the last one, whatever it belongs to.
+    std::optional<std::uint16_t> peek() const { return mReader.peek(); }
+
+private:
+    void skipSubstream();
+
+    RecordReader mReader;
+    std::uint16_t mBof;  // its id differs between the versions
+    bool mHasBegun = false;
+    bool mIsAtEnd = false;
+};
+
+}  // namespace brindle::workbook::xls
