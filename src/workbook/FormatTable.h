@@ -43,7 +43,6 @@ struct FormatRow {
     void (*write)(NewDocument& document, ByteSink& out) = nullptr;
 };
 
-// The formats that can be opened.
 std::span<const FormatRow> formatTable();
 
 // Opens a document by content first, by extension only where content has no signature.

@@ -53,21 +53,22 @@ TEST_F(NewWorkbook, entersValuesAsTyped) {
     };
     std::int32_t row = 0;
     for (const auto& each : rows) sheet.Cells(++row, 2).setValue(each.set);
-    book.SaveAs(dir.path("new.XLSX"));
-    EXPECT_EQ(book.FullName(), dir.path("new.XLSX"));
-    EXPECT_EQ(readMembers(book.FullName()).count("error"), 0U);
-
-    const auto read = workbook::openDocument(book.FullName(), {});
-    row = 0;
-    for (const auto& each : rows) {
-        SCOPED_TRACE(each.set.text);
-        ++row;
-        for (const CellValue& value :
-             {sheet.Cells(row, 2).Value(), read->worksheet(0).cellValue({row, 2})}) {
-            EXPECT_EQ(value.kind, each.kind);
-            EXPECT_EQ(value.text, each.text);
+    for (const char* name : {"new.XLSX", "new.xls"}) {
+        book.SaveAs(dir.path(name));
+        EXPECT_EQ(book.FullName(), dir.path(name));
+        const auto read = workbook::openDocument(book.FullName(), {});
+        row = 0;
+        for (const auto& each : rows) {
+            SCOPED_TRACE(name + (": " + each.set.text));
+            ++row;
+            for (const CellValue& value :
+                 {sheet.Cells(row, 2).Value(), read->worksheet(0).cellValue({row, 2})}) {
+                EXPECT_EQ(value.kind, each.kind);
+                EXPECT_EQ(value.text, each.text);
+            }
         }
     }
+    EXPECT_EQ(readMembers(dir.path("new.XLSX")).count("error"), 0U);
 }
 
 TEST_F(NewWorkbook, takesCellsInAnyOrderAndAgain) {

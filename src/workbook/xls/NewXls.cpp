@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "workbook/xls/NewXls.h"
-
+// A binary workbook made from nothing: the globals and the compound file around the stream.
 #include "base/Error.h"
 #include "base/LittleEndian.h"
+#include "workbook/NewDocument.h"
 #include "workbook/package/CompoundFile.h"
 #include "workbook/package/EmptyContainers.h"
 #include "workbook/xls/biff/RecordReader.h"
 #include "workbook/xls/biff/StringCodec.h"
 #include "workbook/xls/NewXlsSheet.h"
 #include "workbook/xls/SharedStringWriter.h"
+#include "workbook/xls/XlsFormat.h"
 
 namespace brindle::workbook::xls {
 

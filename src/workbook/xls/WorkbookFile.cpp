@@ -107,6 +107,10 @@ std::optional<std::string> WorkbookFile::read(const char* path) const {
     return std::string(mCompound->read(*index).view());
 }
 
+bool WorkbookFile::isSigned() const {
+    return mCompound && (mCompound->find("_signatures") || mCompound->find("_xmlsignatures"));
+}
+
 void WorkbookFile::write(OutputFile& out, std::string& stream,
                          const std::vector<Stream>& others) const {
     if (mCipher) mCipher->encrypt(std::span(stream.data(), stream.size()));

@@ -38,6 +38,8 @@ public:
     std::string_view stream() const { return mStream; }
     // Another stream of the compound file, by its path; nothing when there is none.
     std::optional<std::string> read(const char* path) const;
+    // Whether the document is signed. (A signature of its macros stands elsewhere and stays good.)
+    bool isSigned() const;
     const StreamCipher* cipher() const { return mCipher.get(); }
 
     // Writes the file with another workbook stream (given decrypted, encrypted here in place) and

@@ -76,6 +76,9 @@ void XlsDocument::checkMayChange() const {
         throw Error(ErrorKind::Internal, error_number::kInternal,
                     "The workbook was saved and takes no more changes");
     }
+    if (mFile.isSigned()) {
+        throw Error::refused("The workbook is signed and a change would break its signature");
+    }
 }
 
 void XlsDocument::checkText(const StringItem& item) const {

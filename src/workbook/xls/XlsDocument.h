@@ -35,8 +35,8 @@ public:
     // --- what the worksheets share -----------------------------------------------------------
     WorkbookGlobals& globals() { return mGlobals; }
     const OpenOptions& options() const { return mOptions; }
-    // To be called before anything is changed. Throws Error (Internal) when the workbook was saved
-    // already: what comes later would be lost.
+    // To be called before anything is changed. Throws Error 1004 when the workbook refuses every
+    // change, Error (Internal) when it was saved already: what comes later would be lost.
     void checkMayChange() const;
     // Throws Error 1004 for a text that a cell of this workbook cannot hold.
     void checkText(const StringItem& item) const;

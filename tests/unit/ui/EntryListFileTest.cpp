@@ -123,7 +123,7 @@ TEST(EntryListFile, WritesWhatItReads) {
               kHeader + "red,blue,0,True,False\r\n\xE4 \"x\",,6,False,True\r\n");
     EntryListOptions options = inCodePage("UTF-8");
     options.anyType = true;
-    for (const char* name : {"list.tab", "list.xlsx"}) {
+    for (const char* name : {"list.tab", "list.xlsx", "list.xls"}) {
         SCOPED_TRACE(name);
         ASSERT_TRUE(writeEntryList(dir.write(name, "old"), list, options));
         Entries read;
