@@ -73,6 +73,22 @@ def compound_files(corpus):
         yield from (data for data in files(corpus, [folder]) if data.startswith(b'\xd0\xcf\x11'))
 
 
+def xls_streams(corpus):
+    try:
+        import olefile
+    except ImportError:
+        return
+    for data in compound_files(corpus):
+        try:
+            with olefile.OleFileIO(data) as container:
+                for name in container.listdir():
+                    if len(name) == 1 and name[0].lower() in ('workbook', 'book'):
+                        yield container.openstream(name).read()
+        except (OSError, IndexError, AttributeError):
+            continue
+    yield from files(corpus, ['xls-biff2-4'])
+
+
 def descriptions(root):
     """Descriptions of encryption with their packages; the password is "password"."""
     sys.path.insert(0, os.path.join(root, 'tests/cli'))
@@ -100,6 +116,8 @@ def seeds_of(target, corpus, root):
         return files(corpus, TEXT)
     if target.startswith('CompoundFile'):
         return compound_files(corpus)
+    if target.startswith('XlsRecords'):
+        return xls_streams(corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
     if target.startswith('SharedStrings'):
