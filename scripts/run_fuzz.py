@@ -121,6 +121,7 @@ def binary_sheets(corpus):
                 sheet = b''
 def formula_tokens(corpus):
     """Formulas of binary workbooks with the link records, as the target takes them apart."""
+def xls_streams(corpus):
     try:
         import olefile
     except ImportError:
@@ -147,6 +148,15 @@ def formula_tokens(corpus):
                 at += 4 + size
             for tokens in seen:
                 yield bytes([version]) + struct.pack('<H', len(known)) + known + tokens
+    for data in compound_files(corpus):
+        try:
+            with olefile.OleFileIO(data) as container:
+                for name in container.listdir():
+                    if len(name) == 1 and name[0].lower() in ('workbook', 'book'):
+                        yield container.openstream(name).read()
+        except (OSError, IndexError, AttributeError):
+            continue
+    yield from files(corpus, ['xls-biff2-4'])
 
 
 def descriptions(root):
@@ -200,6 +210,8 @@ def seeds_of(target, corpus, root):
         return compound_files(corpus)
     if target.startswith('FilePass'):
         return workbook_streams(root, corpus)
+    if target.startswith('XlsRecords'):
+        return xls_streams(corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
     if target.startswith('XlsDrawing'):
