@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "base/Error.h"
-#include "workbook/xls/CellWriter.h"
 #include "workbook/xls/biff/SheetRecords.h"
+#include "workbook/xls/CellWriter.h"
 #include "workbook/xls/XlsDocument.h"
 
 namespace brindle::workbook::xls {
