@@ -1,13 +1,17 @@
 #!/usr/bin/env python3
 """Measures tarvello against what any program would have to do, and prints ratios of one run.
 
-For workbooks the limit is a small program that unpacks every part that can hold a match and looks
-at each byte once (and for a replacement splices, packs and writes the parts that change); for
-text files it is grep and sed. Every figure is the median of the ratios of pairs that ran one
+For zipped workbooks the limit is a small program that unpacks every part that can hold a match and
+looks at each byte once (and for a replacement splices, packs and writes the parts that change); for
+binary workbooks it reads each file and looks at each byte once (and for a replacement writes the
+file anew); for text files it is grep and sed. Every figure is the median of the ratios of pairs that ran one
 after the other, in processor seconds of the whole process (user and system), so that a busy
 machine disturbs little. The run fails when a count is not what the generator planted.
 
-Usage: run.py --bin FOLDER [--runs N] [--small] [--openpyxl]
+Binary workbooks are generated with xlwt and compared with xlrd, for /usr/bin/python3: Debian's
+packages python3-xlwt and python3-xlrd.
+
+Usage: run.py --bin FOLDER [--runs N] [--only FORMAT] [--small] [--openpyxl] [--xlrd]
 """
 import argparse
 import json
@@ -82,12 +86,22 @@ class Bench:
               flush=True)
 
     # --- workbooks -----------------------------------------------------------------------------
-    def search(self, label, files, needle, planted, goal):
+    def limit(self, action, files, needle):
+        """What any program has to do for it, as a command."""
         spelled = SPELLED.get(needle, needle)
+        if files[0].endswith('.xls'):
+            limit = os.path.join(self.bin, 'bench_file_limit')
+            return [limit, 'search', spelled, *files] if action == 'search' else [
+                limit, 'copy', *files]
+        limit = os.path.join(self.bin, f'bench_{action}_limit')
+        return [limit, spelled, *(['Other'] if action == 'replace' else []), *files]
+
+    def search(self, label, files, needle, planted, goal):
         result = self.pair(self.tarvello('search', '--find', needle, *files),
-                           [os.path.join(self.bin, 'bench_search_limit'), spelled, *files])
+                           self.limit('search', files, needle))
         self.check(label, result[3], planted)
         self.report(label, result, goal)
+        return result
 
     def replace(self, label, files, needle, planted, goal):
         kept = [path + '.kept' for path in files]
@@ -98,15 +112,14 @@ class Bench:
             for path, copy in zip(files, kept):
                 shutil.copy(copy, path)
 
-        spelled = SPELLED.get(needle, needle)
         result = self.pair(self.tarvello('replace', '--find', needle, '--with', 'Other', *files),
-                           [os.path.join(self.bin, 'bench_replace_limit'), spelled, 'Other', *files],
-                           restore)
+                           self.limit('replace', files, needle), restore)
         self.check(label, result[3], planted)
         self.report(label, result, goal)
         restore()
         for copy in kept:
             os.remove(copy)
+        return result
 
     def workbooks(self, label, files, planted, goal):
         for needle, factor in ((RARE, goal), (COMMON, goal), (NUMBER, 3.0), (DATE, 3.0),
@@ -174,12 +187,59 @@ class Bench:
                   'book = openpyxl.load_workbook(sys.argv[1])\n'
                   'print(sum(1 for s in book for r in s.iter_rows() for c in r\n'
                   '          if c.value is not None and sys.argv[2] in str(c.value).lower()))')
-        limit = self.timed([os.path.join(self.bin, 'bench_search_limit'), 'Xquartz', path])
+        limit = self.timed(self.limit('search', [path], RARE))
         other = self.timed(['/usr/bin/python3', '-c', script, path, RARE])
         if other[3] != 0:
             print('openpyxl cannot read the workbook')
         else:
             print(f'{"openpyxl, the same search":<46} {other[0] / limit[0]:6.0f}x')
+
+    # --- binary workbooks ----------------------------------------------------------------------
+    def generate_binary(self, name, rows, seeds):
+        script = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'generate_xls.py')
+        done = subprocess.run(['/usr/bin/python3', script, self.work, name, str(rows),
+                               *map(str, seeds)], stdout=subprocess.PIPE, check=True)
+        counts = [json.loads(line) for line in done.stdout.splitlines()]
+        return ([os.path.join(self.work, f'{name}-{seed}.xls') for seed in seeds],
+                {needle: sum(count[needle] for count in counts) for needle in counts[0]})
+
+    def binary_workbooks(self, label, files, planted, goal):
+        results = []
+        for needle in (RARE, COMMON, NUMBER, DATE, WILDCARD):
+            results.append(self.search(f'{label}: search {needle}', files, needle, planted[needle],
+                                       goal))
+        results.append(self.search(f'{label}: search a miss', files, 'nowhere', 0, goal))
+        for needle, factor in ((RARE, 3.0), (COMMON, 6.0), (NUMBER, 3.0)):
+            results.append(self.replace(f'{label}: replace {needle}', files, needle,
+                                        planted[needle], factor))
+        memory = max(result[1] for result in results)
+        most = 3 * max(os.path.getsize(path) for path in files) / 2 ** 20 + 50
+        print(f'{label + ": memory":<46} {memory:6.0f} MiB  '
+              f'{"within" if memory <= most else "ABOVE"} {most:.0f} MiB')
+
+    def xlrd(self, label, files):
+        script = ('import xlrd,sys\n'
+                  'print(sum(1 for name in sys.argv[2:] for s in xlrd.open_workbook(name).sheets()\n'
+                  '          for r in range(s.nrows) for v in s.row_values(r)\n'
+                  '          if sys.argv[1] in str(v).lower()))')
+        own, other = (self.timed(command)
+                      for command in (self.tarvello('search', '--find', RARE, *files),
+                                      ['/usr/bin/python3', '-c', script, RARE, *files]))
+        if other[3] != 0:
+            print('xlrd is not there or cannot read the workbook')
+            return
+        ratio = other[0] / own[0]
+        print(f'{label + ": xlrd, the same search":<46} {ratio:6.0f}x  '
+              f'{"at least" if ratio >= 30 else "BELOW"} 30x')
+
+    def binary(self, with_xlrd):
+        groups = [('150 binary', *self.generate_binary('binary', 425, range(150)), 6.0),
+                  ('65536 binary rows', *self.generate_binary('rows', 65536, [7]), 4.0)]
+        for label, files, planted, goal in groups:
+            print(f'{len(files)} binary workbooks of {os.path.getsize(files[0]) // 1000} KB')
+            self.binary_workbooks(label, files, planted, goal)
+            if with_xlrd:
+                self.xlrd(label, files)
 
     # --- text ------------------------------------------------------------------------------------
     def text(self, path, planted):
@@ -197,34 +257,44 @@ class Bench:
         self.report('100 MB csv: replace against sed -i and fsync', result, 1.5)
 
 
+def zipped(bench, arguments):
+    many, total = [], {}
+    for seed in range(150):
+        path, planted = bench.generate('xlsx', f'small-{seed}.xlsx', 850, seed)
+        many.append(path)
+        for needle, count in planted.items():
+            total[needle] = total.get(needle, 0) + count
+    print(f'150 workbooks of {os.path.getsize(many[0]) // 1000} KB')
+    bench.workbooks('many small', many, total, 2.0)
+    bench.jobs(many)
+    bench.scopes()
+    bench.decryption()
+    for rows in (100000,) if arguments.small else (100000, 1000000):
+        path, planted = bench.generate('xlsx', f'large-{rows}.xlsx', rows, 7)
+        bench.workbooks(f'{rows} rows', [path], planted, 1.6)
+        if arguments.openpyxl and rows == 100000:
+            bench.openpyxl(path)
+        os.remove(path)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument('--bin', required=True)
     parser.add_argument('--runs', type=int, default=5)
+    parser.add_argument('--only', choices=('xlsx', 'xls', 'csv'), help='leave other formats out')
     parser.add_argument('--small', action='store_true', help='leave the largest workbook out')
     parser.add_argument('--openpyxl', action='store_true')
+    parser.add_argument('--xlrd', action='store_true')
     arguments = parser.parse_args()
     bench = Bench(arguments)
     try:
-        many, total = [], {}
-        for seed in range(150):
-            path, planted = bench.generate('xlsx', f'small-{seed}.xlsx', 850, seed)
-            many.append(path)
-            for needle, count in planted.items():
-                total[needle] = total.get(needle, 0) + count
-        print(f'150 workbooks of {os.path.getsize(many[0]) // 1000} KB')
-        bench.workbooks('many small', many, total, 2.0)
-        bench.jobs(many)
-        bench.scopes()
-        bench.decryption()
-        for rows in (100000,) if arguments.small else (100000, 1000000):
-            path, planted = bench.generate('xlsx', f'large-{rows}.xlsx', rows, 7)
-            bench.workbooks(f'{rows} rows', [path], planted, 1.6)
-            if arguments.openpyxl and rows == 100000:
-                bench.openpyxl(path)
-            os.remove(path)
-        path, planted = bench.generate('csv', 'large.csv', 100, 7)
-        bench.text(path, planted[RARE])
+        if arguments.only in (None, 'xlsx'):
+            zipped(bench, arguments)
+        if arguments.only in (None, 'xls'):
+            bench.binary(arguments.xlrd)
+        if arguments.only in (None, 'csv'):
+            path, planted = bench.generate('csv', 'large.csv', 100, 7)
+            bench.text(path, planted[RARE])
         return 1 if bench.failures else 0
     finally:
         shutil.rmtree(bench.work)

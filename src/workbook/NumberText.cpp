@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 
@@ -42,8 +43,28 @@ Decimal readScientific(const char* begin, const char* end) {
     return decimal;
 }
 
+// Most numbers are whole or have cents, whose digits are quickly told: a decimal number of at most
+// 15 digits is the shortest one of its double, and no rounding changes it.
+std::optional<Decimal> fromHundredths(double value) {
+    constexpr double kLargest = 1e13;
+    if (!(std::fabs(value) < kLargest)) return std::nullopt;
+    const auto hundredths = static_cast<std::int64_t>(value * 100 + (value < 0 ? -0.5 : 0.5));
+    if (static_cast<double>(hundredths) / 100 != value) return std::nullopt;
+    Decimal decimal;
+    if (hundredths == 0) return decimal;
+    decimal.negative = hundredths < 0;
+    char* const digits = decimal.digits.data();
+    const auto made =
+        std::to_chars(digits, digits + decimal.digits.size(), std::abs(hundredths));
+    decimal.count = static_cast<int>(made.ptr - digits);
+    decimal.exponent = decimal.count - 3;
+    while (decimal.digits[static_cast<std::size_t>(decimal.count - 1)] == '0') --decimal.count;
+    return decimal;
+}
+
 // The value rounded to 15 significant digits.
 Decimal toDecimal(double value) {
+    if (const auto decimal = fromHundredths(value)) return *decimal;
     std::array<char, 40> text;
     char* const end = text.data() + text.size();
     // The shortest form is the quicker one to make. With at most 15 digits it is also the

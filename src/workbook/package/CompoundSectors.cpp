@@ -123,15 +123,19 @@ void Sectors::readFat() {
 }
 
 std::vector<std::uint32_t> Sectors::readTable(const Chain& chain, std::uint32_t padding) const {
-    std::vector<std::uint32_t> table;
-    table.reserve(chain.size() << (mShift - 2));
-    for (const std::uint32_t sector : chain) {
-        const std::string bytes = readSectors({sector});
-        const std::uint64_t left = mSource.size() - offsetOf(sector);
-        for (std::size_t at = 0; at < bytes.size(); at += 4) {
-            const bool isThere = at + 4 <= left;
-            table.push_back(isThere ? getLittleEndian<std::uint32_t>(bytes.data() + at) : padding);
-        }
+    const std::string bytes = readSectors(chain);
+    std::vector<std::uint32_t> table(bytes.size() / 4);
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        table[i] = getLittleEndian<std::uint32_t>(bytes.data() + 4 * i);
+    }
+    // The last sector of a file may be cut.
+    const std::size_t perSector = static_cast<std::size_t>(sectorSize()) / 4;
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        const std::uint64_t left = (mSource.size() - offsetOf(chain[i])) / 4;
+        if (left >= perSector) continue;
+        const auto begin = table.begin() + static_cast<std::ptrdiff_t>(i * perSector);
+        std::fill(begin + static_cast<std::ptrdiff_t>(left),
+                  begin + static_cast<std::ptrdiff_t>(perSector), padding);
     }
     return table;
 }
@@ -226,11 +230,13 @@ Buffer Sectors::read(const std::vector<Range>& ranges) const {
 
 std::string Sectors::readSectors(const Chain& chain) const {
     std::string bytes(chain.size() << mShift, '\0');
-    for (std::size_t i = 0; i < chain.size(); ++i) {
-        const std::uint64_t offset = offsetOf(chain[i]);
-        const std::uint64_t length = std::min(sectorSize(), mSource.size() - offset);
-        mSource.readAt(offset, std::as_writable_bytes(std::span(bytes).subspan(
-                                   i << mShift, static_cast<std::size_t>(length))));
+    std::size_t at = 0;
+    // Behind the end of the file there is nothing to read.
+    for (const Range& range : ranges(chain, bytes.size())) {
+        const std::uint64_t left = mSource.size() - range.offset;
+        const auto length = static_cast<std::size_t>(std::min(range.length, left));
+        mSource.readAt(range.offset, std::as_writable_bytes(std::span(bytes).subspan(at, length)));
+        at += static_cast<std::size_t>(range.length);
     }
     return bytes;
 }

@@ -22,37 +22,6 @@ constexpr std::pair<std::uint8_t, std::string_view> kErrors[] = {
     throw Error::damaged("A cell's record is too short").atOffset(record.offset);
 }
 
-CellShape shapeInBiff2(std::uint16_t id) {
-    switch (id) {
-        case 0x0002:
-            return CellShape::Integer;
-        case 0x0003:
-            return CellShape::Number;
-        case 0x0004:
-            return CellShape::Label;
-        case 0x0005:
-            return CellShape::BoolErr;
-        case 0x0006:
-            return CellShape::Formula;
-        default:
-            return CellShape::None;
-    }
-}
-
-// Some programs write later versions with the ids of BIFF3 and BIFF4.
-bool isFormula(std::uint16_t id, Version version) {
-    switch (id) {
-        case record::kFormula:
-            return version >= Version::Biff5;
-        case 0x0206:
-            return version != Version::Biff4;
-        case 0x0406:
-            return version != Version::Biff3;
-        default:
-            return false;
-    }
-}
-
 double doubleAt(const char* at) {
     return std::bit_cast<double>(getLittleEndian<std::uint64_t>(at));
 }
@@ -77,25 +46,33 @@ std::size_t neededSize(CellShape shape, Version version) {
 
 }  // namespace
 
-CellShape cellShape(std::uint16_t id, Version version) {
-    if (version == Version::Biff2) return shapeInBiff2(id);
+CellShape cellShapeInBiff2(std::uint16_t id) {
     switch (id) {
-        case record::kLabelSst:
-            return version == Version::Biff8 ? CellShape::SharedString : CellShape::None;
-        case record::kRk:
-            return CellShape::Rk;
-        case record::kMulRk:
-            return CellShape::MulRk;
-        case record::kNumber:
+        case 0x0002:
+            return CellShape::Integer;
+        case 0x0003:
             return CellShape::Number;
-        case record::kLabel:
+        case 0x0004:
             return CellShape::Label;
-        case record::kRString:
-            return CellShape::RichLabel;
-        case record::kBoolErr:
+        case 0x0005:
             return CellShape::BoolErr;
+        case 0x0006:
+            return CellShape::Formula;
         default:
-            return isFormula(id, version) ? CellShape::Formula : CellShape::None;
+            return CellShape::None;
+    }
+}
+
+bool isFormulaRecord(std::uint16_t id, Version version) {
+    switch (id) {
+        case record::kFormula:
+            return version >= Version::Biff5;
+        case 0x0206:
+            return version != Version::Biff4;
+        case 0x0406:
+            return version != Version::Biff3;
+        default:
+            return false;
     }
 }
 

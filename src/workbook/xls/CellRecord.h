@@ -53,7 +53,31 @@ enum class CellShape : std::uint8_t {
     BoolErr,
     Formula
 };
-CellShape cellShape(std::uint16_t id, Version version);
+CellShape cellShapeInBiff2(std::uint16_t id);
+// From BIFF3 on. Some programs write later versions with the ids of BIFF3 and BIFF4.
+bool isFormulaRecord(std::uint16_t id, Version version);
+inline CellShape cellShape(std::uint16_t id, Version version) {
+    if (version == Version::Biff2) return cellShapeInBiff2(id);
+    switch (id) {
+        case record::kLabelSst:
+            return version == Version::Biff8 ? CellShape::SharedString : CellShape::None;
+        case record::kRk:
+            return CellShape::Rk;
+        case record::kMulRk:
+            return CellShape::MulRk;
+        case record::kNumber:
+            return CellShape::Number;
+        case record::kLabel:
+            return CellShape::Label;
+        case record::kRString:
+            return CellShape::RichLabel;
+        case record::kBoolErr:
+            return CellShape::BoolErr;
+        default:
+            return isFormulaRecord(id, version) ? CellShape::Formula : CellShape::None;
+    }
+}
+
 // Of row, column and format: 6 bytes, 7 in BIFF2.
 constexpr std::size_t cellHeaderSize(Version version) {
     return version == Version::Biff2 ? 7 : 6;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "base/ByteReader.h"
@@ -24,8 +23,9 @@ public:
     void take(const Record& record) {
         if (!mRows.empty()) mRecords.push_back(record.offset);
         if (const auto row = rowOfCell(record)) {
-            if (row != mLastRow) mCells.emplace(*row, record.offset);
-            mLastRow = row;
+            if (mCells.empty() || mCells.back().row != *row) {
+                mCells.push_back({*row, record.offset});
+            }
         } else if (record.id == record::kRow && record.body.size() >= 2) {
             if (mRows.empty()) mFirstRow = record.offset;
             mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
@@ -37,23 +37,35 @@ public:
         const bool fits = record.body.size() == sizeof(std::uint32_t) + 2 * mRows.size();
         if (mRows.empty() || !fits) return false;
         if (body.number<std::uint32_t>() != record.offset - mFirstRow) return false;
+        std::vector<RowStart> starts = mCells;
+        std::stable_sort(starts.begin(), starts.end(), isBefore);
         std::size_t at = recordEnd(mFirstRow);
         return std::all_of(mRows.begin(), mRows.end(), [&](std::uint16_t row) {
             at += body.number<std::uint16_t>();
-            const auto cell = mCells.find(row);
-            if (cell != mCells.end()) return cell->second == at;
+            const auto cell =
+                std::lower_bound(starts.begin(), starts.end(), RowStart{row, 0}, isBefore);
+            if (cell != starts.end() && cell->row == row) return cell->offset == at;
             return at == record.offset || std::binary_search(mRecords.begin(), mRecords.end(), at);
         });
     }
+    void clear() {
+        mRows.clear();
+        mRecords.clear();
+        mCells.clear();
+    }
 
 private:
+    struct RowStart {
+        std::uint16_t row;
+        std::size_t offset;  // of the first cell
+    };
+    static bool isBefore(const RowStart& a, const RowStart& b) { return a.row < b.row; }
     static std::size_t recordEnd(std::size_t row) { return row + Record::kHeaderSize + 16; }
 
     std::size_t mFirstRow = 0;
     std::vector<std::uint16_t> mRows;
-    std::vector<std::size_t> mRecords;                      // behind the first ROW
-    std::optional<std::uint16_t> mLastRow;                  // of a cell
-    std::unordered_map<std::uint16_t, std::size_t> mCells;  // first of each row
+    std::vector<std::size_t> mRecords;  // behind the first ROW
+    std::vector<RowStart> mCells;  // wherever another row begins
 };
 
 struct SheetOutline {
@@ -89,7 +101,7 @@ Outline outlineOf(std::string_view stream) {
             outline.bofs.push_back(record.offset);
             if (reader.depth() == 1) {
                 outline.sheets.emplace_back();
-                block = {};
+                block.clear();
             }
             continue;
         }
@@ -108,7 +120,7 @@ Outline outlineOf(std::string_view stream) {
             case record::kDbCell:
                 sheet.dbCells.push_back(record.offset);
                 sheet.isDbCellRight.push_back(block.isToldBy(record));
-                block = {};
+                block.clear();
                 break;
             case record::kSst:
                 if (!outline.sst) outline.sst = record.offset;

@@ -7,20 +7,8 @@
 
 namespace brindle::workbook::xls {
 
-bool RecordReader::next(Record& record) {
-    if (mStream.size() < Record::kHeaderSize || mOffset > mStream.size() - Record::kHeaderSize) {
-        return false;
-    }
-    const char* const header = mStream.data() + mOffset;
-    const std::size_t size = getLittleEndian<std::uint16_t>(header + 2);
-    if (size > mStream.size() - mOffset - Record::kHeaderSize) {
-        throw Error::damaged("A record runs past the end of the workbook").atOffset(mOffset);
-    }
-    record.id = getLittleEndian<std::uint16_t>(header);
-    record.offset = mOffset;
-    record.body = mStream.substr(mOffset + Record::kHeaderSize, size);
-    mOffset = record.end();
-    return true;
+void RecordReader::failTooLong() const {
+    throw Error::damaged("A record runs past the end of the workbook").atOffset(mOffset);
 }
 
 std::optional<std::uint16_t> RecordReader::peek() const {

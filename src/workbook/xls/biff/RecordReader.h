@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/LittleEndian.h"
+
 namespace brindle::workbook::xls {
 
 struct Record {
@@ -34,9 +36,26 @@ public:
     std::size_t offset() const { return mOffset; }
 
 private:
+    [[noreturn]] void failTooLong() const;
+
     std::string_view mStream;
     std::size_t mOffset;
 };
+
+// A workbook has a record for every other cell, and they are passed over more than once.
+inline bool RecordReader::next(Record& record) {
+    if (mStream.size() < Record::kHeaderSize || mOffset > mStream.size() - Record::kHeaderSize) {
+        return false;
+    }
+    const char* const header = mStream.data() + mOffset;
+    const std::size_t size = getLittleEndian<std::uint16_t>(header + 2);
+    if (size > mStream.size() - mOffset - Record::kHeaderSize) failTooLong();
+    record.id = getLittleEndian<std::uint16_t>(header);
+    record.offset = mOffset;
+    record.body = std::string_view(header + Record::kHeaderSize, size);
+    mOffset += Record::kHeaderSize + size;
+    return true;
+}
 
 // The record at an offset. Throws Error (Damaged) when there is none.
 Record recordAt(std::string_view stream, std::size_t offset);

@@ -2,7 +2,6 @@
 #include "workbook/xls/biff/SheetRecords.h"
 
 #include "base/Error.h"
-#include "workbook/xls/biff/Biff.h"
 
 namespace brindle::workbook::xls {
 
@@ -10,20 +9,6 @@ SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
     : mReader(stream, sheetOffset), mBof(recordAt(stream, sheetOffset).id) {
     const bool isBof = mBof == 0x0009 || mBof == 0x0209 || mBof == 0x0409 || mBof == record::kBof;
     if (!isBof) throw Error::damaged("No sheet begins where one should").atOffset(sheetOffset);
-}
-
-bool SheetRecords::next(Record& record) {
-    while (!mIsAtEnd && mReader.next(record)) {
-        if (record.id == mBof && mHasBegun) {
-            skipSubstream();
-            continue;
-        }
-        mHasBegun = true;
-        mIsAtEnd = record.id == record::kEof;
-        return !mIsAtEnd;
-    }
-    mIsAtEnd = true;
-    return false;
 }
 
 void SheetRecords::skipSubstream() {

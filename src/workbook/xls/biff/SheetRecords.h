@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "workbook/xls/biff/Biff.h"
 #include "workbook/xls/biff/RecordReader.h"
 
 namespace brindle::workbook::xls {
@@ -31,5 +32,19 @@ private:
     bool mHasBegun = false;
     bool mIsAtEnd = false;
 };
+
+inline bool SheetRecords::next(Record& record) {
+    while (!mIsAtEnd && mReader.next(record)) {
+        if (record.id == mBof && mHasBegun) {
+            skipSubstream();
+            continue;
+        }
+        mHasBegun = true;
+        mIsAtEnd = record.id == record::kEof;
+        return !mIsAtEnd;
+    }
+    mIsAtEnd = true;
+    return false;
+}
 
 }  // namespace brindle::workbook::xls

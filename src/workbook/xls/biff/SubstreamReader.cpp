@@ -2,25 +2,16 @@
 #include "workbook/xls/biff/SubstreamReader.h"
 
 #include "base/Error.h"
-#include "workbook/xls/biff/Biff.h"
 
 namespace brindle::workbook::xls {
 
-bool SubstreamReader::next(Record& record) {
-    if (mIsBehindEof) --mDepth;
-    mIsBehindEof = false;
+// Where no record needs to be, one that runs past the end is none.
+bool SubstreamReader::nextOutside(Record& record) {
     try {
-        if (!mReader.next(record)) return false;
+        return mReader.next(record);
     } catch (const Error&) {
-        if (mDepth == 0) return false;
-        throw;
+        return false;
     }
-    if (isBof(record.id)) ++mDepth;
-    if (mDepth > 0) {
-        mIsBehindEof = record.id == record::kEof;
-        mEnd = record.end();
-    }
-    return true;
 }
 
 }  // namespace brindle::workbook::xls

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "workbook/xls/biff/Biff.h"
 #include "workbook/xls/biff/RecordReader.h"
 
 namespace brindle::workbook::xls {
@@ -24,10 +25,24 @@ public:
     std::size_t end() const { return mEnd; }
 
 private:
+    bool nextOutside(Record& record);
+
     RecordReader mReader;
     std::size_t mDepth = 0;
     std::size_t mEnd = 0;
     bool mIsBehindEof = false;
 };
+
+inline bool SubstreamReader::next(Record& record) {
+    if (mIsBehindEof) --mDepth;
+    mIsBehindEof = false;
+    if (!(mDepth == 0 ? nextOutside(record) : mReader.next(record))) return false;
+    if (isBof(record.id)) ++mDepth;
+    if (mDepth > 0) {
+        mIsBehindEof = record.id == record::kEof;
+        mEnd = record.end();
+    }
+    return true;
+}
 
 }  // namespace brindle::workbook::xls
