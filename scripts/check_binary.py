@@ -2,10 +2,18 @@
 (by xlrd), and what a program that reads them could stumble over.
 """
 import io
+import os
+import re
+import shutil
 import struct
+import sys
 import warnings
 
 import olefile
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '../tests/cli'))
+import xls_crypto  # noqa: E402
+from edit_text import edit_text  # noqa: E402
 
 BOF_IDS = (0x0009, 0x0209, 0x0409, 0x0809)
 EOF, BOUNDSHEET, INDEX, DBCELL, ROW, SST, EXTSST, CONTINUE = (
@@ -13,6 +21,44 @@ EOF, BOUNDSHEET, INDEX, DBCELL, ROW, SST, EXTSST, CONTINUE = (
 FILEPASS, DEFCOLWIDTH = 0x2F, 0x55
 FORMULAS = (0x06, 0x206, 0x406)
 CELLS = (0x06, 0xBD, 0xBE, 0xD6, 0xFD, 0x201, 0x203, 0x204, 0x205, 0x27E)
+
+
+# Of no meaning to any reader, so that a decrypted stream does not say that it is encrypted.
+UNKNOWN = 0x0FFF
+DEFAULT_PASSWORD = 'VelvetSweatshop'  # opens without being asked for
+
+
+def passwords(corpus):
+    """What the encrypted workbooks of the corpus open with, by name; '' where none is needed."""
+    with open(os.path.join(corpus, 'README.md'), encoding='utf-8') as file:
+        rows = re.findall(r'^\| (encrypted/\S+\.xls) \|.*\| ([^|]*) \| [^|]* \|$', file.read(), re.M)
+    return {name: '' if 'default' in password else password for name, password in rows
+            if not password.startswith('unknown')}
+
+
+def plain_copy(path, password, target):
+    """Copies a workbook in the clear, with everything at its place."""
+    shutil.copy(path, target)
+    os.chmod(target, 0o644)
+    if not olefile.isOleFile(path):
+        return
+    with olefile.OleFileIO(target, write_mode=True) as compound:
+        for name in compound.listdir():
+            if len(name) == 1 and name[0].lower() in ('workbook', 'book'):
+                stream = compound.openstream(name).read()
+                if is_encrypted(stream):
+                    compound.write_stream(name, decrypted(stream, password))
+
+
+def is_encrypted(stream):
+    return any(number == FILEPASS for (_, number, _), _ in zip(records(stream), range(10)))
+
+
+def decrypted(stream, password):
+    plain = bytearray(xls_crypto.opened(stream, password or DEFAULT_PASSWORD).run(stream))
+    at = next(at for at, number, _ in records(stream) if number == FILEPASS)
+    struct.pack_into('<H', plain, at, UNKNOWN)
+    return bytes(plain)
 
 
 def members(path):

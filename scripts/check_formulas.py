@@ -26,7 +26,9 @@ import tempfile
 import urllib.parse
 import warnings
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 try:
+    import check_binary
     import olefile
     import openpyxl
     import xlrd
@@ -36,7 +38,7 @@ except ImportError as missing:
     sys.exit(77)
 
 GAVE_UP = '!'
-FOLDERS = ('xls', 'xlt', 'xls-biff5', 'xls-biff2-4')
+FOLDERS = ('xls', 'xlt', 'xls-biff5', 'xls-biff2-4', 'encrypted')
 TOKEN = re.compile(r'''(?P<text>"(?:[^"]|"")*") | (?P<sheet>'(?:[^']|\'\')*'!) | (?P<space>\s+) |
     (?P<number>(?<![\w.$])(?:\d+\.?\d*|\.\d+)(?:E[+-]?\d+)?(?![\w.:!])) |
     (?P<word>[\w.$\\?\[\]\#]+) | (?P<sign>.)''', re.X | re.S | re.I)
@@ -244,15 +246,15 @@ class Compiled:
         self.counts = collections.Counter()
         self.details = []
 
-    def check(self, path):
-        run = subprocess.run([self.driver, 'compile', path], capture_output=True, timeout=600,
-                             check=False)
+    def check(self, path, password):
+        run = subprocess.run([self.driver, 'compile', path, password], capture_output=True,
+                             timeout=600, check=False)
         counts, _, details = run.stdout.decode(errors='replace').partition('\n\n')
         for line in counts.split('\n'):
             count, _, what = line.partition('\t')
             if what:
                 self.counts[what] += int(count)
-        if run.returncode != 0 and not run.stderr.startswith(b'The workbook is encrypted'):
+        if run.returncode != 0:
             self.counts['workbooks that fail'] += 1
             self.details.append(f'{path}: {run.stderr.decode()}')
         if details.strip():
@@ -273,19 +275,21 @@ class Checker:
         self.faults = 0
         self.compiled = Compiled(driver)
 
-    def check(self, name):
+    def check(self, name, password, plain):
+        """`plain` is a copy in the clear, for the readers."""
         path = os.path.join(self.corpus, name)
-        run = subprocess.run([self.driver, path], capture_output=True, timeout=600, check=False)
+        run = subprocess.run([self.driver, 'formulas', path, password], capture_output=True,
+                             timeout=600, check=False)
         if run.returncode != 0:
             self.fault(name, run.stderr.decode())
             return
-        self.compiled.check(path)
+        self.compiled.check(path, password)
         ours = [Formula(line) for line in run.stdout.decode().split('\n') if line]
         for formula in ours:
             self.shown[formula.kind + ('' if formula.is_shown else ', not shown')] += 1
         for reader in self.readers if any(f.is_shown for f in ours) else ():
             try:
-                theirs = reader.formulas(path)
+                theirs = reader.formulas(plain)
             except Exception as error:  # theirs to fail
                 print(f'{name}: {reader.name} cannot read it: {error!r}')
                 self.counts[reader.name]['workbooks it cannot read'] += 1
@@ -339,14 +343,21 @@ def main():
     with tempfile.TemporaryDirectory() as work:
         readers = [XlrdReader(work)] + ([LibreOfficeReader(work)] if options.libreoffice else [])
         checker = Checker(options.driver, options.corpus, readers)
+        passwords = check_binary.passwords(options.corpus)
         for folder in FOLDERS:
             path = os.path.join(options.corpus, folder)
             files = sorted(os.listdir(path)) if os.path.isdir(path) else []
-            files = [file for file in files if options.only in file]
+            names = [f'{folder}/{file}' for file in files
+                     if options.only in file and (folder != 'encrypted'
+                                                  or f'{folder}/{file}' in passwords)]
+            plain = {name: os.path.join(work, os.path.basename(name)) for name in names}
+            for name in names:
+                check_binary.plain_copy(os.path.join(options.corpus, name),
+                                        passwords.get(name, ''), plain[name])
             for reader in readers:
-                reader.prepare([os.path.join(path, file) for file in files])
-            for file in files:
-                checker.check(os.path.join(folder, file))
+                reader.prepare(list(plain.values()))
+            for name in names:
+                checker.check(name, passwords.get(name, ''), plain[name])
     print('shown:', dict(checker.shown))
     for reader, counts in checker.counts.items():
         print(f'{reader}:', dict(counts))

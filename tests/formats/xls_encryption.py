@@ -13,21 +13,22 @@ it. Exit status 77 when python3-cryptography or python3-olefile is not there.
 import argparse
 import os
 import random
-import re
 import struct
 import subprocess
 import sys
 import tempfile
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '../cli'))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [os.path.join(HERE, '../cli'), os.path.join(HERE, '../../scripts')]
 try:
+    import check_binary
     import olefile
     import xls_crypto
     from xls_crypto import BIFF5, BIFF8, BOF, BOUNDSHEET, EOF, FILEPASS, CryptoApi, Rc4, Xor
 except ImportError:
     sys.exit(77)
 
-DEFAULT = 'VelvetSweatshop'
+DEFAULT = check_binary.DEFAULT_PASSWORD
 
 
 def record(kind, body):
@@ -95,7 +96,7 @@ class Test:
                 given = '' if password == DEFAULT else password
                 self.check(self.run('decrypt', closed, given) == plain, name, 'not decrypted')
                 edited = workbook(file_pass, version, i + 1000, tails[(i + 1) % 4])
-                self.check(self.run('encrypt', edited, given) == how.run(edited, True), name,
+                self.check(self.run('encrypt', closed, given, edited) == how.run(edited, True), name,
                            'not encrypted')
                 self.check('password' in str(self.run('decrypt', closed, 'another')) or
                            password == DEFAULT, name, 'opened by another password')
@@ -108,32 +109,26 @@ class Test:
             stream = how.properties(sets)
             for name in names:
                 for content in (b'', b'short', b'long' * 5000):
-                    new = self.run('replace', closed, 'secret', stream, name, content)
+                    new = self.run('seal', closed, 'secret', stream, name, content)
                     expected = [(n, content if n == name else c) for n, c, _ in sets]
                     self.check(how.read_properties(new) == (expected, b'gaptail'),
                                f'properties {how.bits}', f'{name} not replaced by {content[:5]}')
 
     def corpus(self, folder):
-        with open(os.path.join(folder, 'README.md'), encoding='utf-8') as file:
-            rows = re.findall(r'^\| (encrypted/\S+\.xls) \|.*\| ([^|]*) \| [^|]* \|$', file.read(),
-                              re.M)
-        for name, password in rows:
-            if password.startswith('unknown'):
-                continue
-            given = '' if 'default' in password else password
+        for name, given in check_binary.passwords(folder).items():
             with olefile.OleFileIO(os.path.join(folder, name)) as ole:
                 stream = ole.openstream('Workbook' if ole.exists('Workbook') else 'Book').read()
                 more = ole.openstream('encryption').read() if ole.exists('encryption') else None
             how = xls_crypto.opened(stream, given or DEFAULT)
             plain = self.run('decrypt', stream, given)
             self.check(plain == how.run(stream), name, 'not decrypted')
-            self.check(self.run('encrypt', plain, given) == stream, name, 'not what it was')
+            self.check(self.run('encrypt', stream, given, plain) == stream, name, 'not what it was')
             if more is None:
                 continue
             sets, rest = how.read_properties(more)
             self.check(len(sets) == 2 and all(c[:2] == b'\xfe\xff' for _, c in sets), name,
                        'no property sets')
-            new = self.run('replace', stream, given, more, sets[0][0], b'another')
+            new = self.run('seal', stream, given, more, sets[0][0], b'another')
             self.check(how.read_properties(new) == ([(sets[0][0], b'another'), sets[1]], rest),
                        name, 'property set not replaced')
 

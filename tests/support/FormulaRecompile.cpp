@@ -128,8 +128,8 @@ public:
     Recompiler(const StringCodec& codec, XlsFormulaSheet& sheet, std::size_t number,
                RecompileResult& result)
         : mCodec(codec),
-          mDecoder(codec, *sheet.links),
-          mCompiler(codec, *sheet.links),
+          mDecoder(codec, sheet.links),
+          mCompiler(codec, sheet.links),
           mSheet(sheet),
           mNumber(number),
           mResult(result) {}

@@ -21,6 +21,11 @@ bool isStringRecord(std::uint16_t id) {
     return id == record::kString || id == 0x0007;
 }
 
+// Leaves the reader behind the text.
+std::string labelText(ByteReader& data, const StringCodec& codec) {
+    return codec.version() == Version::Biff2 ? codec.readShort(data) : codec.readLong(data);
+}
+
 }  // namespace
 
 CellTexts::CellTexts(const WorkbookTexts& workbook, const LinkTable& links, std::size_t sheetOffset)
@@ -82,9 +87,11 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             out += mWorkbook.strings.text(cell.sharedString);
             break;
         case CellKind::Label:
-        case CellKind::RichLabel:
-            out += label(cell).text;
+        case CellKind::RichLabel: {
+            ByteReader data(cell.data);
+            out += labelText(data, mWorkbook.codec);
             break;
+        }
         case CellKind::Number:
             out += editText(cell.number, mWorkbook.formats.style(cell.format).kind,
                             mWorkbook.date1904);
@@ -103,12 +110,19 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
 
 StringItem CellTexts::label(const CellRecord& cell) const {
     ByteReader data(cell.data);
-    const StringCodec& codec = mWorkbook.codec;
+    const bool isWide = mWorkbook.codec.version() == Version::Biff8;
     StringItem item;
-    item.text = codec.version() == Version::Biff2 ? codec.readShort(data) : codec.readLong(data);
+    item.text = labelText(data, mWorkbook.codec);
     if (cell.kind != CellKind::RichLabel) return item;
-    const bool isWide = codec.version() == Version::Biff8;
-    std::size_t count = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
+    const std::size_t size = isWide ? 2 : 1;
+    std::size_t count = 0;
+    if (data.remaining() >= size) {
+        count = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
+    }
+    if (data.remaining() < count * size * 2) {
+        // A text of characters of two bytes that says how many characters it has, for one.
+        throw Error::refused("The text of the cell does not end where its formats begin");
+    }
     for (; count > 0; --count) {
         FormatRun run;
         run.first = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();

@@ -3,6 +3,7 @@
 
 #include "base/ByteReader.h"
 #include "base/Error.h"
+#include "workbook/xls/biff/SheetRecords.h"
 
 namespace brindle::workbook::xls {
 
@@ -106,6 +107,20 @@ WorkbookGlobals::WorkbookGlobals(std::string_view stream, Version version,
     std::vector<std::string> names;
     for (const SheetEntry& sheet : mSheets) names.push_back(sheet.name);
     mLinks->setSheets(std::move(names));
+}
+
+LinkTable WorkbookGlobals::linksOf(std::string_view stream, const SheetEntry& sheet) const {
+    LinkTable links = mLinks->forSheet();
+    if (version() != Version::Biff5) return links;
+    SheetRecords records(stream, sheet.offset);
+    Record record;
+    while (records.next(record) && record.id != record::kDimensions) {
+        if (!LinkTable::concerns(record.id)) continue;
+        std::size_t end = 0;
+        const std::string body = continuedBody(stream, record, &end);
+        links.learn(record, body, end);
+    }
+    return links;
 }
 
 void WorkbookGlobals::readCodePage(std::string_view stream, Version version) {

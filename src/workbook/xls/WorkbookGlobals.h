@@ -41,6 +41,8 @@ public:
     const StringCodec& codec() const { return *mCodec; }
     CellFormats& formats() { return *mFormats; }
     LinkTable& links() { return *mLinks; }
+    // What the formulas of one sheet refer to: in BIFF5 each sheet has a table of its own.
+    LinkTable linksOf(std::string_view stream, const SheetEntry& sheet) const;
     const std::vector<SheetEntry>& sheets() const { return mSheets; }  // of every kind
     std::size_t activeSheet() const { return mActiveSheet; }           // index into sheets
     bool date1904() const { return mDate1904; }

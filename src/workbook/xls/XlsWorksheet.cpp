@@ -27,18 +27,7 @@ SheetIndex& XlsWorksheet::indexFor(const CellMatch& match) {
 
 LinkTable& XlsWorksheet::links() {
     if (mDocument.globals().version() != Version::Biff5) return mDocument.globals().links();
-    if (!mOwnLinks) {
-        const std::string_view stream = mDocument.texts().stream;
-        mOwnLinks = mDocument.globals().links().forSheet();
-        SheetRecords records(stream, mEntry.offset);
-        Record record;
-        while (records.next(record) && record.id != record::kDimensions) {
-            if (!LinkTable::concerns(record.id)) continue;
-            std::size_t end = 0;
-            const std::string body = continuedBody(stream, record, &end);
-            mOwnLinks->learn(record, body, end);
-        }
-    }
+    if (!mOwnLinks) mOwnLinks = mDocument.globals().linksOf(mDocument.texts().stream, mEntry);
     return *mOwnLinks;
 }
 
