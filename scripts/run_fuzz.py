@@ -7,6 +7,7 @@ Without --corpus the environment variable BRINDLE_CORPUS names the folder of rea
 targets find interesting is kept in the seed folder (by default build/fuzz-seeds) for the next run.
 """
 import argparse
+import itertools
 import os
 import re
 import struct
@@ -101,7 +102,6 @@ def compound_files(corpus):
 def binary_sheets(corpus):
     """Every substream of the binary workbooks, without its cells."""
     import olefile
-    import struct
     for data in compound_files(corpus):
         try:
             with olefile.OleFileIO(data) as file:
@@ -119,6 +119,8 @@ def binary_sheets(corpus):
             if depth == 0:
                 yield sheet
                 sheet = b''
+
+
 def formula_tokens(corpus):
     """Formulas of binary workbooks with the link records, as the target takes them apart."""
     try:
@@ -147,6 +149,20 @@ def formula_tokens(corpus):
                 at += 4 + size
             for tokens in seen:
                 yield bytes([version]) + struct.pack('<H', len(known)) + known + tokens
+
+
+def xls_streams(corpus):
+    """Workbook streams without the file around them."""
+    import olefile
+    for data in compound_files(corpus):
+        try:
+            with olefile.OleFileIO(data) as container:
+                for name in container.listdir():
+                    if len(name) == 1 and name[0].lower() in ('workbook', 'book'):
+                        yield container.openstream(name).read()
+        except (OSError, IndexError, AttributeError):
+            continue
+    yield from files(corpus, ['xls-biff2-4'])
 
 
 def descriptions(root):
@@ -204,6 +220,10 @@ def seeds_of(target, corpus, root):
         return files(corpus, PACKAGES)
     if target.startswith('XlsDrawing'):
         return binary_sheets(corpus)
+    if target.startswith('XlsRecords'):
+        return xls_streams(corpus)
+    if target.startswith('XlsWorkbook'):
+        return itertools.chain(compound_files(corpus), xls_streams(corpus))
     if target.startswith('XlsTexts'):
         return (b'b' + sheet for sheet in binary_sheets(corpus))
     if target.startswith('SharedStrings'):

@@ -24,6 +24,9 @@ public:
         }
         mIsSet = true;
     }
+    // The last byte may be anything.
+    void freeByte() { mFreeBits.back() = '\xFF'; }
+    bool isLastByteTelling() const { return static_cast<unsigned char>(mBytes.back()) >= 0x20; }
     bool isSet() const { return mIsSet; }
     MaskedBytes made() const { return {mBytes, mFreeBits}; }
 
@@ -46,6 +49,7 @@ std::optional<StoredPattern> StoredPattern::of(std::string_view text, CaseMode m
     Alternatives narrow;
     Alternatives wide;
     bool hasNarrow = true;
+    const bool isLong = text::lengthUtf16(text) > 1;
     for (std::size_t position = 0; position < text.size();) {
         narrow.addByte();
         wide.addByte();
@@ -56,6 +60,8 @@ std::optional<StoredPattern> StoredPattern::of(std::string_view text, CaseMode m
             wide.addForm({bytes, 2});
             if (form <= 0xFF) narrow.addForm({bytes, 1});
         }
+        // In most scripts the high bytes are alike all over a text, and tell nothing.
+        if (isLong && !wide.isLastByteTelling()) wide.freeByte();
         hasNarrow = hasNarrow && narrow.isSet();
     }
     return StoredPattern{hasNarrow ? std::optional(narrow.made()) : std::nullopt, wide.made()};

@@ -22,14 +22,16 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 class RowBlock {
 public:
     void take(const Record& record) {
+        if (!mRows.empty()) mRecords.push_back(record.offset);
         if (const auto row = rowOfCell(record)) {
-            mCells.emplace(*row, record.offset);
+            if (row != mLastRow) mCells.emplace(*row, record.offset);
+            mLastRow = row;
         } else if (record.id == record::kRow && record.body.size() >= 2) {
             if (mRows.empty()) mFirstRow = record.offset;
             mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
         }
     }
-    // Whether a DBCELL tells where these rows are; those without cells may be anywhere.
+    // Whether a DBCELL tells where these rows are; those without cells may be at any record.
     bool isToldBy(const Record& record) const {
         ByteReader body(record.body);
         const bool fits = record.body.size() == sizeof(std::uint32_t) + 2 * mRows.size();
@@ -39,7 +41,8 @@ public:
         return std::all_of(mRows.begin(), mRows.end(), [&](std::uint16_t row) {
             at += body.number<std::uint16_t>();
             const auto cell = mCells.find(row);
-            return cell == mCells.end() || cell->second == at;
+            if (cell != mCells.end()) return cell->second == at;
+            return at == record.offset || std::binary_search(mRecords.begin(), mRecords.end(), at);
         });
     }
 
@@ -48,6 +51,8 @@ private:
 
     std::size_t mFirstRow = 0;
     std::vector<std::uint16_t> mRows;
+    std::vector<std::size_t> mRecords;                      // behind the first ROW
+    std::optional<std::uint16_t> mLastRow;                  // of a cell
     std::unordered_map<std::uint16_t, std::size_t> mCells;  // first of each row
 };
 
@@ -187,7 +192,7 @@ private:
         require(nowIndex.body.size() == thenIndex.body.size(), "row index");
         if (mVersion < Version::Biff5) {
             for (std::size_t at = 0; at + 4 <= thenIndex.body.size(); at += 4) {
-                if (at != 4) requireSameKind(number32(nowIndex, at), number32(thenIndex, at));
+                if (at != 4) requireRecord(number32(nowIndex, at), number32(thenIndex, at));
             }
             return;
         }
@@ -202,12 +207,13 @@ private:
                     "row index");
         }
     }
-    void requireSameKind(std::size_t now, std::size_t then) const {
+    void requireRecord(std::size_t now, std::size_t then) const {
         const auto has = [](const Outline& outline, std::size_t offset) {
             return std::binary_search(outline.records.begin(), outline.records.end(), offset);
         };
         if (!has(mThen, then)) return;
-        require(has(mNow, now) && idAt(mChanged, now) == idAt(mBefore, then), "row index");
+        const bool isRow = idAt(mBefore, then) == record::kRow;
+        require(has(mNow, now) && (!isRow || idAt(mChanged, now) == record::kRow), "row index");
     }
 
     void compareStrings() const {

@@ -144,17 +144,20 @@ bool StreamOffsets::updateRowStarts(const Record& record, std::size_t firstRow) 
     std::string body(record.body);
     putLittleEndian(body.data(),
                     static_cast<std::uint32_t>(*mMap.of(record.offset) - *newFirstRow));
-    // Each value is told from the place of the one before.
+    // Each value is told from the place of the one before, so all are right or none is.
+    std::vector<std::size_t> places{*newFirstRow + kRowSize};
     std::size_t old = firstRow + kRowSize;
-    std::optional<std::size_t> now = *newFirstRow + kRowSize;
     for (std::size_t at = sizeof(std::uint32_t); at + kSize <= body.size(); at += kSize) {
         old += number16(body, at);
-        const std::optional<std::size_t> before = now;
-        const bool isRecord = std::binary_search(records.begin(), records.end(), old);
-        now = isRecord ? std::optional(mMap.ofCells(old)) : std::nullopt;
-        if (!now || !before) continue;
-        if (*now < *before || *now - *before > UINT16_MAX) return false;
-        putLittleEndian(body.data() + at, static_cast<std::uint16_t>(*now - *before));
+        if (!std::binary_search(records.begin(), records.end(), old)) break;
+        places.push_back(mMap.ofCells(old));
+    }
+    const std::size_t count = (body.size() - sizeof(std::uint32_t)) / kSize;
+    for (std::size_t i = 0; i < count && places.size() == count + 1; ++i) {
+        const std::size_t distance = places[i + 1] - places[i];
+        if (places[i + 1] < places[i] || distance > UINT16_MAX) return false;
+        putLittleEndian(body.data() + sizeof(std::uint32_t) + i * kSize,
+                        static_cast<std::uint16_t>(distance));
     }
     mPatches.push_back({record.offset, kHeader, std::move(body)});
     return true;

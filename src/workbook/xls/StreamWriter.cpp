@@ -59,6 +59,7 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
     for (Record record; reader.next(record);) {
         edges.pass(record.offset);
         end = record.end();
+        if (reader.depth() == 0) continue;
         switch (record.id) {
             case record::kBof:
             case record::kBof4:
@@ -71,10 +72,10 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
                 break;
             case record::kIndex:
             case kIndex2:
-                if (reader.depth() > 0) found.sheets.back().indexes.push_back(record.offset);
+                found.sheets.back().indexes.push_back(record.offset);
                 break;
             case record::kDbCell:
-                if (reader.depth() > 0) found.sheets.back().dbCells.push_back(record.offset);
+                found.sheets.back().dbCells.push_back(record.offset);
                 break;
             case record::kExtSst:
                 found.extSsts.push_back(record.offset);
