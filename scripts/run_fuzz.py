@@ -7,6 +7,7 @@ Without --corpus the environment variable BRINDLE_CORPUS names the folder of rea
 targets find interesting is kept in the seed folder (by default build/fuzz-seeds) for the next run.
 """
 import argparse
+import itertools
 import os
 import re
 import struct
@@ -101,7 +102,6 @@ def compound_files(corpus):
 def binary_sheets(corpus):
     """Every substream of the binary workbooks, without its cells."""
     import olefile
-    import struct
     for data in compound_files(corpus):
         try:
             with olefile.OleFileIO(data) as file:
@@ -119,6 +119,8 @@ def binary_sheets(corpus):
             if depth == 0:
                 yield sheet
                 sheet = b''
+
+
 def formula_tokens(corpus):
     """Formulas of binary workbooks with the link records, as the target takes them apart."""
 def xls_streams(corpus):
@@ -148,6 +150,11 @@ def xls_streams(corpus):
                 at += 4 + size
             for tokens in seen:
                 yield bytes([version]) + struct.pack('<H', len(known)) + known + tokens
+
+
+def xls_streams(corpus):
+    """Workbook streams without the file around them."""
+    import olefile
     for data in compound_files(corpus):
         try:
             with olefile.OleFileIO(data) as container:
@@ -216,6 +223,10 @@ def seeds_of(target, corpus, root):
         return files(corpus, PACKAGES)
     if target.startswith('XlsDrawing'):
         return binary_sheets(corpus)
+    if target.startswith('XlsRecords'):
+        return xls_streams(corpus)
+    if target.startswith('XlsWorkbook'):
+        return itertools.chain(compound_files(corpus), xls_streams(corpus))
     if target.startswith('XlsTexts'):
         return (b'b' + sheet for sheet in binary_sheets(corpus))
     if target.startswith('SharedStrings'):

@@ -13,6 +13,7 @@ import os
 import sys
 import tempfile
 
+import hostile_compound
 import hostile_container
 import hostile_limits
 import hostile_lists
@@ -20,7 +21,7 @@ import hostile_parts
 import hostile_system
 from hostile_support import CannotRun, run_row
 
-TABLES = (hostile_container, hostile_parts, hostile_lists, hostile_system, hostile_limits)
+TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system, hostile_limits)
 
 
 def main():
