@@ -11,12 +11,19 @@
 
 #include "base/ByteStreams.h"
 #include "base/Error.h"
+#include "base/LittleEndian.h"
 #include "workbook/package/CompoundFile.h"
 #include "workbook/xls/biff/Biff.h"
 #include "workbook/xls/biff/RecordReader.h"
 
 namespace brindle::test {
 
+inline std::string u16(std::size_t value) {
+    return littleEndian(static_cast<std::uint16_t>(value));
+}
+inline std::string u32(std::size_t value) {
+    return littleEndian(static_cast<std::uint32_t>(value));
+}
 inline std::string xlsRecord(std::uint16_t id, std::string_view body = {}) {
     std::string bytes;
     workbook::xls::appendRecord(bytes, id, body);

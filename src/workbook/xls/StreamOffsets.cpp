@@ -139,7 +139,7 @@ bool StreamOffsets::updateRowStarts(const Record& record, std::size_t firstRow) 
     if (reader.offset() != record.offset) return true;
     records.push_back(record.offset);
     const auto newFirstRow = mMap.of(firstRow);
-    if (!newFirstRow) return true;
+    if (!newFirstRow) return false;
 
     std::string body(record.body);
     putLittleEndian(body.data(),

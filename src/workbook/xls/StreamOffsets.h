@@ -47,7 +47,8 @@ public:
     // What changes in these records. Values that do not point where they should stay.
     void updateBoundSheet(std::size_t record);
     void updateExtSst(std::size_t record);
-    // False when a value no longer fits; the sheet has to do without INDEX and DBCELL then.
+    // False when a value no longer fits or the first ROW of a block is lost in a splice; the sheet
+    // has to do without INDEX and DBCELL then.
     bool updateSheet(const OffsetRecords::Sheet& sheet);
 
     const std::vector<RecordPatch>& patches() const { return mPatches; }

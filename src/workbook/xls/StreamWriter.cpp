@@ -104,6 +104,7 @@ void requireUncovered(const std::vector<RecordSplice>& splices, const OffsetReco
     };
     require(records.boundSheets);
     for (const OffsetRecords::Sheet& sheet : records.sheets) {
+        require({sheet.begin});
         require(sheet.indexes);
         require(sheet.dbCells);
     }

@@ -17,9 +17,9 @@ namespace brindle::workbook::xls {
 // BOUNDSHEET, INDEX, DBCELL and EXTSST. A stored offset that did not point where it should keeps
 // its value.
 //
-// Records that hold offsets must not be inside a splice, EXTSST excepted: its splice is written as
-// it is. A splice may cover cells of several rows. Where the cells of one row grow beyond what
-// DBCELL can tell, INDEX and DBCELL of that sheet go, which readers may do without.
+// BOF and the records that hold offsets must not be inside a splice, EXTSST excepted: its splice is
+// written as it is. A splice may cover cells of several rows. Where the cells of one row grow
+// beyond what DBCELL can tell, INDEX and DBCELL of that sheet go, which readers may do without.
 //
 // Throws Error (Damaged) when the records of the old stream cannot be followed, Error (TooLarge)
 // when the new stream gets too large for 32-bit offsets, Error (Internal) for splices that overlap
