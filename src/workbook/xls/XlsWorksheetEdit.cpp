@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The half of XlsWorksheet that changes cells.
+#include <algorithm>
+
 #include "base/Error.h"
+#include "base/Text.h"
 #include "workbook/CellReplacement.h"
+#include "workbook/xls/biff/ErrorCodes.h"
 #include "workbook/xls/CellWriter.h"
 #include "workbook/xls/formula/FormulaCompiler.h"
 #include "workbook/xls/XlsDocument.h"
@@ -11,6 +15,12 @@ namespace brindle::workbook::xls {
 
 using Kind = EnteredCell::Kind;
 using Block = CellContent::Block;
+
+namespace {
+
+constexpr std::size_t kLongestFormula = 1 + 1024;  // characters, with the equals sign
+
+}  // namespace
 
 void XlsWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
                                  std::string_view replacement) {
@@ -88,11 +98,14 @@ CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::stri
     place.cell = position;
     place.use = content.block == Block::OneCellArray ? FormulaUse::Array : FormulaUse::Cell;
     const FormulaTokens oldTokens = old.formula.view();
+    // A longer one was written by another program, and may be as long again.
+    const std::size_t longest = std::max(
+        kLongestFormula, text::lengthUtf16(content.kind == old.kind ? old.text.str() : ""));
+    if (text::lengthUtf16(formula) > longest) throw Error::refused("Formula is too long");
     content.formula = FormulaCompiler(mDocument.globals().codec(), links())
                           .compile(std::string_view(formula).substr(1), place,
                                    old.kind == Kind::Formula ? &oldTokens : nullptr);
-    if (content.formula.tokens.size() + content.formula.extra.size() >
-        longestFormula(mDocument.globals().version())) {
+    if (!fits(content.formula, mDocument.globals().version())) {
         throw Error::refused("Formula is too long");
     }
     std::string shown;
