@@ -40,6 +40,14 @@ struct CellEdit {
     // was changed and the cell stays as it is.
     std::uint32_t sharedString = Candidate::kNoString;
     bool isInPlace = false;
+
+    // For StringPlacement.
+    bool isSharedText() const {
+        return content.kind == EnteredCell::Kind::Text && !content.isInline;
+    }
+    const std::string& item() const { return content.item.str(); }
+    bool isLike(const CellEdit& other) const { return content.item == other.content.item; }
+    bool keepsFormat() const { return content.style == cell.style; }
 };
 
 // The c element of a changed cell. `raw` is the old element; `context` the part's root.

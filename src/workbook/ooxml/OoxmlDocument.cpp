@@ -2,12 +2,12 @@
 #include "workbook/ooxml/OoxmlDocument.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "base/Error.h"
 #include "workbook/ooxml/CalcChain.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ReadOnlyState.h"
+#include "workbook/StringPlacement.h"
 
 namespace brindle::workbook::ooxml {
 
@@ -103,56 +103,6 @@ bool OoxmlDocument::isChanged() const {
                          (mBuiltIn && mBuiltIn->isChanged()) || (mCustom && mCustom->isChanged()));
 }
 
-// A string that all of its cells exchange for the same new one is changed where it stands, and
-// the sheets stay as they are stored.
-bool OoxmlDocument::placeInPlace(std::uint32_t index, const std::vector<CellEdit*>& edits,
-                                 std::size_t references) {
-    const CellEdit& first = *edits.front();
-    const bool same = std::all_of(edits.begin(), edits.end(), [&](const CellEdit* edit) {
-        return edit->content.kind == EnteredCell::Kind::Text && !edit->content.isInline &&
-               edit->content.style == edit->cell.style && edit->content.item == first.content.item;
-    });
-    if (!same || edits.size() != references) return false;
-    mStrings.setItem(index, first.content.item.str());
-    for (CellEdit* edit : edits) edit->isInPlace = true;
-    return true;
-}
-
-void OoxmlDocument::placeStrings() {
-    std::unordered_map<std::uint32_t, std::vector<CellEdit*>> byString;
-    for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->cell.sharedString != Candidate::kNoString) {
-                byString[edit->cell.sharedString].push_back(edit);
-            }
-        }
-    }
-    // Cells of sheets that were not looked through may use any string.
-    const bool allSeen = mWorksheets.size() == mWorkbook.sheets.size() &&
-                         std::all_of(mWorksheets.begin(), mWorksheets.end(),
-                                     [](const auto& sheet) { return sheet->isIndexed(); });
-    std::unordered_map<std::uint32_t, std::size_t> references;
-    for (const auto& sheet : mWorksheets) {
-        if (!allSeen || byString.empty()) break;
-        for (const Candidate& candidate : sheet->index().candidates().all()) {
-            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
-        }
-    }
-    for (auto& [index, edits] : byString) {
-        if (allSeen) placeInPlace(index, edits, references[index]);
-    }
-    for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->isInPlace) continue;
-            const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
-            const bool isShared =
-                edit->content.kind == EnteredCell::Kind::Text && !edit->content.isInline;
-            if (isShared) edit->sharedString = mStrings.add(edit->content.item.str());
-            mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
-        }
-    }
-}
-
 void OoxmlDocument::changeCalculation() {
     const bool areCellsChanged =
         std::any_of(mWorksheets.begin(), mWorksheets.end(),
@@ -188,7 +138,7 @@ void OoxmlDocument::changeCalculation() {
 }
 
 void OoxmlDocument::changeSheets() {
-    placeStrings();
+    StringPlacement(mWorksheets, mStrings).place(mWorksheets.size() != mWorkbook.sheets.size());
     for (const auto& sheet : mWorksheets) {
         if (!sheet->isChanged()) continue;
         sheet->changePart(mPackage);

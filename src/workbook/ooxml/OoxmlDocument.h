@@ -59,9 +59,6 @@ private:
     BuiltInProperties& builtInProperties();
     CustomProperties& customProperties();
     bool hasChangedSheets() const;
-    void placeStrings();
-    bool placeInPlace(std::uint32_t index, const std::vector<CellEdit*>& edits,
-                      std::size_t references);
     void changeSheets();
     void changeParts();
     void changeCalculation();

@@ -38,6 +38,12 @@ struct CellEdit {
     // Set when saving: the shared string that the content became.
     std::uint32_t sharedString = Candidate::kNoString;
     bool isInPlace = false;  // the string itself was changed and the cell stays as it is
+
+    // For StringPlacement; in BIFF8 alone.
+    bool isSharedText() const { return content.kind == EnteredCell::Kind::Text; }
+    const StringItem& item() const { return content.item; }
+    bool isLike(const CellEdit& other) const { return content.item == other.content.item; }
+    bool keepsFormat() const { return content.format == cell.style; }
 };
 
 }  // namespace brindle::workbook::xls

@@ -2,7 +2,6 @@
 #include "workbook/xls/CellRecord.h"
 
 #include <bit>
-#include <utility>
 
 #include "base/ByteReader.h"
 #include "base/Error.h"
@@ -12,11 +11,6 @@ namespace brindle::workbook::xls {
 namespace {
 
 constexpr std::size_t kRkSize = 6;  // format and number of one cell of a MULRK
-
-constexpr std::pair<std::uint8_t, std::string_view> kErrors[] = {
-    {0x00, "#NULL!"}, {0x07, "#DIV/0!"}, {0x0F, "#VALUE!"}, {0x17, "#REF!"},
-    {0x1D, "#NAME?"}, {0x24, "#NUM!"},   {0x2A, "#N/A"},
-};
 
 [[noreturn]] void failShort(const Record& record) {
     throw Error::damaged("A cell's record is too short").atOffset(record.offset);
@@ -86,12 +80,14 @@ double rkNumber(std::uint32_t rk) {
     return (rk & 1) != 0 ? number / 100 : number;
 }
 
-std::size_t mulRkCount(std::string_view body) {
-    // Row and first column in front, last column behind.
-    if (body.size() < 6 || (body.size() - 6) % kRkSize != 0) {
-        throw Error::damaged("A record of several numbers is cut");
+std::size_t cellCount(const Record& record, CellShape shape) {
+    if (shape != CellShape::MulRk) return 1;
+    constexpr std::size_t kBeside = 6;  // row and first column in front, last column behind
+    const std::size_t size = record.body.size();
+    if (size < kBeside || (size - kBeside) % kRkSize != 0) {
+        throw Error::damaged("A record of several numbers is cut").atOffset(record.offset);
     }
-    return (body.size() - 6) / kRkSize;
+    return (size - kBeside) / kRkSize;
 }
 
 CellRecord cellOf(const Record& record, CellShape shape, Version version, std::size_t index) {
@@ -178,20 +174,6 @@ FormulaRecord formulaOf(std::string_view body, Version version) {
     formula.formula.tokens = reader.bytes(size);
     formula.formula.extra = reader.rest();
     return formula;
-}
-
-std::string_view errorName(std::uint8_t code) {
-    for (const auto& [known, name] : kErrors) {
-        if (known == code) return name;
-    }
-    return "#N/A";
-}
-
-std::optional<std::uint8_t> errorCode(std::string_view name) {
-    for (const auto& [code, known] : kErrors) {
-        if (known == name) return code;
-    }
-    return std::nullopt;
 }
 
 }  // namespace brindle::workbook::xls

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "base/LittleEndian.h"
@@ -84,8 +83,9 @@ constexpr std::size_t cellHeaderSize(Version version) {
 }
 
 double rkNumber(std::uint32_t rk);
-// Cells in a MULRK record. Throws Error (Damaged) when it is cut.
-std::size_t mulRkCount(std::string_view body);
+// Cells in a record that holds any: more than one in a MULRK. Throws Error (Damaged) when that is
+// cut.
+std::size_t cellCount(const Record& record, CellShape shape);
 
 // The cell of a record that holds one, or the one at `index` of a MULRK. Throws Error (Damaged)
 // when the body is too short.
@@ -108,8 +108,5 @@ struct FormulaRecord {
     std::uint8_t resultCode() const { return static_cast<std::uint8_t>(result[2]); }
 };
 FormulaRecord formulaOf(std::string_view body, Version version);
-
-std::string_view errorName(std::uint8_t code);
-std::optional<std::uint8_t> errorCode(std::string_view name);
 
 }  // namespace brindle::workbook::xls

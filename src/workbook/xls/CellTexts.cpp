@@ -5,16 +5,16 @@
 #include "base/Error.h"
 #include "workbook/NumberText.h"
 #include "workbook/xls/biff/ContinuedString.h"
+#include "workbook/xls/biff/ErrorCodes.h"
 #include "workbook/xls/formula/TokenReader.h"
 
 namespace brindle::workbook::xls {
 
 namespace {
 
-// Between a formula and its text result there stands at most its block.
-bool isBlockRecord(std::uint16_t id) {
-    return id == record::kSharedFormula || id == record::kArray || id == record::kTable ||
-           id == 0x0021;
+std::string_view shownError(std::uint8_t code) {
+    const std::string_view name = errorName(code);
+    return name.empty() ? "#N/A" : name;
 }
 
 bool isStringRecord(std::uint16_t id) {
@@ -100,7 +100,7 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             out += cell.code != 0 ? "TRUE" : "FALSE";
             break;
         case CellKind::Error:
-            out += errorName(cell.code);
+            out += shownError(cell.code);
             break;
         case CellKind::Formula:
             appendResult(out, cell);
@@ -143,7 +143,7 @@ void CellTexts::appendResult(std::string& out, const CellRecord& cell) {
             out += formula.resultCode() != 0 ? "TRUE" : "FALSE";
             break;
         case FormulaRecord::Result::Error:
-            out += errorName(formula.resultCode());
+            out += shownError(formula.resultCode());
             break;
         case FormulaRecord::Result::Text:
             out += resultText(cell);
@@ -156,7 +156,8 @@ void CellTexts::appendResult(std::string& out, const CellRecord& cell) {
 std::string CellTexts::resultText(const CellRecord& cell) const {
     RecordReader reader(mWorkbook.stream, cell.end);
     Record next;
-    while (reader.next(next) && isBlockRecord(next.id)) {
+    // Between a formula and its text result there stands at most its block.
+    while (reader.next(next) && isFormulaBlock(next.id, mWorkbook.codec.version())) {
     }
     if (!isStringRecord(next.id)) return {};
     return continuedString(mWorkbook.stream, next, mWorkbook.codec);

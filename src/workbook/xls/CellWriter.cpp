@@ -2,13 +2,11 @@
 #include "workbook/xls/CellWriter.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
 
-#include "base/Error.h"
 #include "base/LittleEndian.h"
-#include "workbook/xls/biff/SheetRecords.h"
+#include "workbook/xls/biff/ErrorCodes.h"
 #include "workbook/xls/formula/TokenReader.h"
+#include "workbook/xls/SharedFormulaWriter.h"
 
 namespace brindle::workbook::xls {
 
@@ -68,7 +66,10 @@ public:
             write(std::vector<const CellEdit*>(edit, behind));
             edit = behind;
         }
-        if (!mLostHosts.empty()) moveSharedFormulas();
+        for (RecordSplice& splice :
+             sharedFormulasWithout(mWorkbook.stream, mSheetOffset, mVersion, mOldFormulas)) {
+            mSplices.push_back(std::move(splice));
+        }
         return std::move(mSplices);
     }
 
@@ -83,7 +84,10 @@ private:
             if (edit.isInPlace) return;
             const std::string head(record.body.substr(0, cellHeaderSize(mVersion)));
             appendCell(splice.bytes, head, edit);
-            if (edit.oldKind == Kind::Formula) splice.end = endOfFormula(record, edit);
+            if (edit.oldKind == Kind::Formula) {
+                splice.end = endOfFormula(record);
+                mOldFormulas.push_back(record);
+            }
         }
         mSplices.push_back(std::move(splice));
     }
@@ -91,7 +95,7 @@ private:
     // --- the records of one cell ---------------------------------------------------------------
     void appendCell(std::string& out, std::string head, const CellEdit& edit) const {
         const CellContent& content = edit.content;
-        if (mVersion != Version::Biff2) putLittleEndian(head.data() + 4, content.format);
+        putLittleEndian(head.data() + 4, content.format);
         switch (content.kind) {
             case Kind::Blank:
                 appendRecord(out, idIn(mVersion, record::kBlank), head);
@@ -197,7 +201,7 @@ private:
             kept.clear();
         };
         auto edit = cells.begin();
-        const std::size_t count = mulRkCount(record.body);
+        const std::size_t count = cellCount(record, CellShape::MulRk);
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t column = first + i;
             const std::string_view number = record.body.substr(4 + i * kSize, kSize);
@@ -218,7 +222,7 @@ private:
     }
 
     // --- what stands behind a formula ----------------------------------------------------------
-    std::size_t endOfFormula(const Record& formula, const CellEdit& edit) {
+    std::size_t endOfFormula(const Record& formula) const {
         RecordReader reader(mWorkbook.stream, formula.end());
         std::size_t end = formula.end();
         bool isTextSeen = false;
@@ -229,44 +233,10 @@ private:
             if (!isBlock && !isText && !(isTextSeen && *id == record::kContinue)) break;
             Record next;
             reader.next(next);
-            if (*id == record::kSharedFormula) mLostHosts[edit.cell.position] = next;
             isTextSeen = isText || (isTextSeen && !isBlock);
             end = next.end();
         }
         return end;
-    }
-
-    // A shared formula whose first cell is gone goes on with the next one of its cells.
-    void moveSharedFormulas() {
-        std::set<std::size_t> gone;
-        for (const CellEdit* edit : mEdits) {
-            if (!edit->isInPlace) gone.insert(static_cast<std::size_t>(edit->cell.begin));
-        }
-        std::map<CellPosition, CellPosition> newHosts;
-        SheetRecords records(mWorkbook.stream, mSheetOffset);
-        Record record;
-        while (records.next(record)) {
-            if (cellShape(record.id, mVersion) != CellShape::Formula) continue;
-            if (gone.count(record.offset) != 0) continue;
-            const CellRecord cell = cellOf(record, CellShape::Formula, mVersion);
-            const auto named = formulaHost(formulaOf(cell.data, mVersion).formula, mVersion);
-            const auto lost = named ? mLostHosts.find(named->cell) : mLostHosts.end();
-            if (lost == mLostHosts.end()) continue;
-            const auto [host, isFirst] = newHosts.try_emplace(named->cell, cell.position);
-            RecordSplice splice{record.offset, record.end(), {}};
-            appendRecord(splice.bytes, record.id, linkedTo(record.body, host->second));
-            if (isFirst) appendRecord(splice.bytes, lost->second.id, lost->second.body);
-            mSplices.push_back(std::move(splice));
-        }
-    }
-
-    // The body of a formula whose token names another host. Shared formulas came with BIFF5.
-    static std::string linkedTo(std::string_view body, CellPosition host) {
-        constexpr std::size_t kTokensAt = 22;
-        std::string linked(body);
-        putLittleEndian(linked.data() + kTokensAt + 1, static_cast<std::uint16_t>(host.row - 1));
-        putLittleEndian(linked.data() + kTokensAt + 3, static_cast<std::uint16_t>(host.column - 1));
-        return linked;
     }
 
     const WorkbookTexts& mWorkbook;
@@ -274,7 +244,7 @@ private:
     std::size_t mSheetOffset;
     const std::vector<CellEdit*>& mEdits;
     std::vector<RecordSplice> mSplices;
-    std::map<CellPosition, Record> mLostHosts;  // and their SHRFMLA records
+    std::vector<Record> mOldFormulas;  // that are written over
 };
 
 }  // namespace
@@ -284,9 +254,11 @@ std::vector<RecordSplice> changedCells(const WorkbookTexts& workbook, std::size_
     return CellWriter(workbook, sheetOffset, edits).splices();
 }
 
-std::size_t longestFormula(Version version) {
+bool fits(const CompiledFormula& formula, Version version) {
     constexpr std::size_t kBeside = 22;
-    return longestBody(version) - kBeside;
+    const std::size_t longest = version == Version::Biff2 ? 0xFF : 0xFFFF;
+    return formula.tokens.size() <= longest &&
+           formula.tokens.size() + formula.extra.size() <= longestBody(version) - kBeside;
 }
 
 }  // namespace brindle::workbook::xls

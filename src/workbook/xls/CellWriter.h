@@ -17,8 +17,7 @@ namespace brindle::workbook::xls {
 std::vector<RecordSplice> changedCells(const WorkbookTexts& workbook, std::size_t sheetOffset,
                                        const std::vector<CellEdit*>& edits);
 
-// The longest formula, in bytes of tokens and their data, that a record can hold beside what else
-// stands in it.
-std::size_t longestFormula(Version version);
+// Whether a record can hold a formula beside what else stands in it.
+bool fits(const CompiledFormula& formula, Version version);
 
 }  // namespace brindle::workbook::xls

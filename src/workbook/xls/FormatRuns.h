@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Fonts within a text, as string items, RSTRING cells and drawn texts keep them. Layout:
-// [MS-XLS] 2.5.129 (FormatRun).
+// Texts in several formats: each run begins at a character and goes on to the next run or the
+// end. String items, RSTRING cells and drawn texts keep their fonts so. Layout: [MS-XLS] 2.5.129
+// (FormatRun).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string_view>
 #include <vector>
 
-#include "base/TextFinder.h"
+#include "workbook/TextDiff.h"
 #include "workbook/xls/biff/StringCodec.h"
 
 namespace brindle::workbook::xls {
@@ -20,9 +23,23 @@ struct FormatRun {
     bool operator==(const FormatRun&) const = default;
 };
 
-// The runs of `text` (UTF-8) once the spans of it are replaced: characters outside the spans keep
-// their fonts, inserted text takes the font of the first character that it replaces. Runs left
-// without characters go.
+struct RunStart {
+    std::size_t begin = 0;
+    std::size_t oldRun = 0;  // the run whose format it has
+    bool operator==(const RunStart&) const = default;
+};
+// Characters of a piece of text, as the runs count them.
+using CharacterCount = std::function<std::size_t(std::string_view utf8)>;
+
+// The runs of a text after `changes` of the text `before`, whose runs began at `begins`, in
+// ascending order. Characters that stay keep their format; new ones take that of the first
+// character that they replace, else of the one in front. Characters in front of the first run have
+// none. There are never more runs than before.
+std::vector<RunStart> runsAfter(const std::vector<std::size_t>& begins, std::string_view before,
+                                const std::vector<TextChange>& changes,
+                                const CharacterCount& count);
+
+// The same for fonts, with all spans of `text` (UTF-8) replaced alike.
 std::vector<FormatRun> replacedRuns(const std::vector<FormatRun>& runs, std::string_view text,
                                     const std::vector<TextSpan>& spans,
                                     std::string_view replacement, const StringCodec& codec);

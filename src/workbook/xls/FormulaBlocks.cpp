@@ -11,6 +11,8 @@ namespace brindle::workbook::xls {
 namespace {
 
 constexpr std::uint16_t kArrayOfBiff2 = 0x0021;
+constexpr std::uint16_t kTableOfBiff2 = 0x0036;
+constexpr std::uint16_t kTableOfTwoInputs = 0x0037;  // in BIFF2
 constexpr std::uint16_t kRowInput = 0x04;
 constexpr std::uint16_t kTwoInputs = 0x08;
 // Sheets in which tokens name cells that are no hosts are rare; none of them has many blocks.
@@ -36,11 +38,20 @@ std::string readInput(ByteReader& body) {
     return cellName({row, column});
 }
 
-std::string readTable(ByteReader& body) {
-    const auto flags = body.number<std::uint16_t>();
+std::string readTable(ByteReader& body, std::uint16_t id) {
+    bool isRow = false;
+    bool hasTwo = id == kTableOfTwoInputs;
+    if (id == record::kTable) {
+        const auto flags = body.number<std::uint16_t>();
+        isRow = (flags & kRowInput) != 0;
+        hasTwo = (flags & kTwoInputs) != 0;
+    } else {
+        body.skip(1);
+        isRow = body.number<std::uint8_t>() != 0;
+    }
     const std::string first = readInput(body);
-    if ((flags & kTwoInputs) != 0) return "=TABLE(" + first + "," + readInput(body) + ")";
-    return (flags & kRowInput) != 0 ? "=TABLE(" + first + ",)" : "=TABLE(," + first + ")";
+    if (hasTwo) return "=TABLE(" + first + "," + readInput(body) + ")";
+    return isRow ? "=TABLE(" + first + ",)" : "=TABLE(," + first + ")";
 }
 
 // Behind the range.
@@ -60,13 +71,19 @@ FormulaTokens readFormula(ByteReader& body, FormulaBlock::Kind kind, Version ver
     return formula;
 }
 
-bool isBlock(std::uint16_t id, Version version) {
-    if (version == Version::Biff2) return id == kArrayOfBiff2;
-    return id == record::kArray || id == record::kTable ||
-           (id == record::kSharedFormula && version >= Version::Biff5);
+bool isTable(std::uint16_t id) {
+    return id == record::kTable || id == kTableOfBiff2 || id == kTableOfTwoInputs;
 }
 
 }  // namespace
+
+bool isFormulaBlock(std::uint16_t id, Version version) {
+    if (version == Version::Biff2) {
+        return id == kArrayOfBiff2 || id == kTableOfBiff2 || id == kTableOfTwoInputs;
+    }
+    return id == record::kArray || id == record::kTable ||
+           (id == record::kSharedFormula && version >= Version::Biff5);
+}
 
 FormulaBlocks::FormulaBlocks(std::string_view stream, std::size_t offset, Version version)
     : mVersion(version) {
@@ -85,7 +102,7 @@ FormulaBlocks::FormulaBlocks(std::string_view stream, std::size_t offset, Versio
             if (record.body.size() >= cellHeaderSize(version)) {
                 last = cellOf(record, CellShape::Formula, version).position;
             }
-        } else if (isBlock(record.id, version)) {
+        } else if (isFormulaBlock(record.id, version)) {
             add(record, last);
         }
     }
@@ -95,14 +112,14 @@ void FormulaBlocks::add(const Record& record, CellPosition host) {
     FormulaBlock block;
     block.host = host;
     block.offset = record.offset;
-    block.kind = record.id == record::kTable           ? FormulaBlock::Kind::Table
+    block.kind = isTable(record.id)                    ? FormulaBlock::Kind::Table
                  : record.id == record::kSharedFormula ? FormulaBlock::Kind::Shared
                                                        : FormulaBlock::Kind::Array;
     try {
         ByteReader body(record.body);
         block.range = readRange(body);
         if (block.kind == FormulaBlock::Kind::Table) {
-            block.tableText = readTable(body);
+            block.tableText = readTable(body, record.id);
         } else {
             block.formula = readFormula(body, block.kind, mVersion);
         }

@@ -36,6 +36,9 @@ struct FormulaBlock {
     }
 };
 
+// Whether a record holds the formula of such cells.
+bool isFormulaBlock(std::uint16_t id, Version version);
+
 class FormulaBlocks {
 public:
     // Reads the sheet whose BOF stands at `offset`. Blocks that are cut are left out, as are those

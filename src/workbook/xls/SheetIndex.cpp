@@ -29,23 +29,23 @@ SheetIndex::SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, C
                        const PatternSet& patterns)
     : mWorkbook(workbook), mVersion(workbook.codec.version()), mTexts(texts), mPatterns(patterns) {
     look(sheetOffset);
+    if (!mIsOrdered) checkNoCellTwice(sheetOffset);
     mCandidates.finish(mIsOrdered);
 }
 
 void SheetIndex::look(std::size_t sheetOffset) {
     SheetRecords records(mWorkbook.stream, sheetOffset);
     Record record;
-    bool isFirst = true;
+    std::uint64_t behind = 0;  // the cells so far
     while (records.next(record)) {
         const CellShape shape = cellShape(record.id, mVersion);
         if (shape == CellShape::None) continue;
         if (record.body.size() < cellHeaderSize(mVersion)) {
             throw Error::damaged("A cell's record is too short").atOffset(record.offset);
         }
-        const std::uint32_t place = placeOf(record);
-        if (!isFirst && place <= mLast) mIsOrdered = false;
-        mLast = place;
-        isFirst = false;
+        const std::uint64_t place = placeOf(record);
+        if (place < behind) mIsOrdered = false;
+        behind = place + cellCount(record, shape);
         // Most cells are strings and numbers without a match; they are to cost as little as can be.
         if (shape == CellShape::SharedString && record.body.size() >= 10) {
             const auto index = getLittleEndian<std::uint32_t>(record.body.data() + 6);
@@ -55,6 +55,25 @@ void SheetIndex::look(std::size_t sheetOffset) {
         }
         lookAt(record, shape);
     }
+}
+
+// A search would see one of the two and a save change the other.
+void SheetIndex::checkNoCellTwice(std::size_t sheetOffset) const {
+    std::vector<CellPosition> cells;
+    SheetRecords records(mWorkbook.stream, sheetOffset);
+    Record record;
+    while (records.next(record)) {
+        const CellShape shape = cellShape(record.id, mVersion);
+        if (shape == CellShape::None) continue;
+        const std::size_t count = cellCount(record, shape);
+        for (std::size_t i = 0; i < count; ++i) {
+            cells.push_back(cellOf(record, shape, mVersion, i).position);
+        }
+    }
+    std::sort(cells.begin(), cells.end());
+    const auto twice = std::adjacent_find(cells.begin(), cells.end());
+    if (twice == cells.end()) return;
+    throw Error::damaged("A cell is written twice").inCell(cellName(*twice));
 }
 
 void SheetIndex::lookAt(const Record& record, CellShape shape) {
@@ -71,7 +90,7 @@ void SheetIndex::lookAt(const Record& record, CellShape shape) {
         default:
             break;
     }
-    const std::size_t count = shape == CellShape::MulRk ? mulRkCount(record.body) : 1;
+    const std::size_t count = cellCount(record, shape);
     for (std::size_t i = 0; i < count; ++i) {
         const CellRecord cell = cellOf(record, shape, mVersion, i);
         const PatternMask mask = maskOf(cell);

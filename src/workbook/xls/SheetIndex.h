@@ -24,6 +24,7 @@ public:
 
 private:
     void look(std::size_t sheetOffset);
+    void checkNoCellTwice(std::size_t sheetOffset) const;
     void lookAt(const Record& record, CellShape shape);
     PatternMask maskOf(const CellRecord& cell);
     void add(const CellRecord& cell, PatternMask mask);
@@ -33,7 +34,6 @@ private:
     CellTexts& mTexts;
     const PatternSet& mPatterns;
     CandidateList mCandidates;
-    std::uint32_t mLast = 0;  // row and column of the record before
     bool mIsOrdered = true;
     bool mHasFormulas = false;
     std::string mScratch;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/WorkbookGlobals.h"
 
+#include <unordered_set>
+
 #include "base/ByteReader.h"
 #include "base/Error.h"
 #include "workbook/xls/biff/SheetRecords.h"
@@ -97,11 +99,11 @@ WorkbookGlobals::WorkbookGlobals(std::string_view stream, Version version,
     mFormats = std::make_unique<CellFormats>(*mCodec);
     mLinks = std::make_unique<LinkTable>(*mCodec);
     readRecords(stream);
-    const bool hasGlobals = version >= Version::Biff5 && !mSheets.empty();
-    if (!hasGlobals) mSheets = {{fileName, 0, 0, true}};
-    for (std::size_t i = 0; hasGlobals && i < mSheets.size(); ++i) {
-        mSheets[i].number = i;
-        mSheets[i].isWorksheet = isWorksheet(stream, mSheets[i], mSheetTypes[i]);
+    if (mSheets.empty()) {
+        // What the stream begins with is the one sheet, unless it is a workbook without any.
+        mSheets = {{fileName, 0, 0, !isOtherKind(recordAt(stream, 0))}};
+    } else {
+        readKinds(stream);
     }
     mFormats->finish();
     std::vector<std::string> names;
@@ -186,6 +188,18 @@ void WorkbookGlobals::readSheet(const Record& record) {
     mSheetTypes.push_back(body.number<std::uint8_t>());
     sheet.name = mCodec->readShort(body);
     mSheets.push_back(std::move(sheet));
+}
+
+void WorkbookGlobals::readKinds(std::string_view stream) {
+    std::unordered_set<std::size_t> offsets;
+    for (std::size_t i = 0; i < mSheets.size(); ++i) {
+        SheetEntry& sheet = mSheets[i];
+        sheet.number = i;
+        sheet.isWorksheet = isWorksheet(stream, sheet, mSheetTypes[i]);
+        if (sheet.isWorksheet && !offsets.insert(sheet.offset).second) {
+            throw Error::damaged("Two sheets begin at the same place").inMember(sheet.name);
+        }
+    }
 }
 
 void WorkbookGlobals::readWindow(const Record& record) {

@@ -2,12 +2,12 @@
 #include "workbook/xls/XlsDocument.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "base/Error.h"
 #include "base/Text.h"
 #include "workbook/formula/SingleCell.h"
 #include "workbook/ReadOnlyState.h"
+#include "workbook/StringPlacement.h"
 #include "workbook/xls/Protection.h"
 #include "workbook/xls/StreamCheck.h"
 #include "workbook/xls/StreamWriter.h"
@@ -137,52 +137,6 @@ bool XlsDocument::isChanged() const {
     return !mIsSaved && (isStreamChanged() || (mProperties && mProperties->isChanged()));
 }
 
-// A string that all of its cells exchange for the same new one is changed where it stands. The
-// others become new strings.
-void XlsDocument::placeStrings() {
-    if (mGlobals.version() != Version::Biff8) return;
-    std::unordered_map<std::uint32_t, std::vector<CellEdit*>> byString;
-    for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->cell.sharedString != Candidate::kNoString) {
-                byString[edit->cell.sharedString].push_back(edit);
-            }
-        }
-    }
-    // Cells of sheets that were not looked through may use any string.
-    const bool allSeen = mWorksheets.size() == mGlobals.sheets().size() &&
-                         std::all_of(mWorksheets.begin(), mWorksheets.end(),
-                                     [](const auto& sheet) { return sheet->isIndexed(); });
-    std::unordered_map<std::uint32_t, std::size_t> references;
-    for (const auto& sheet : mWorksheets) {
-        if (!allSeen || byString.empty()) break;
-        for (const Candidate& candidate : sheet->index().candidates().all()) {
-            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
-        }
-    }
-    for (const auto& [index, edits] : byString) {
-        const StringItem& item = edits.front()->content.item;
-        const bool isSame = allSeen && edits.size() == references[index] &&
-                            std::all_of(edits.begin(), edits.end(), [&](const CellEdit* edit) {
-                                return edit->content.kind == EnteredCell::Kind::Text &&
-                                       edit->content.format == edit->cell.style &&
-                                       edit->content.item == item;
-                            });
-        if (!isSame) continue;
-        mStrings.setItem(index, item);
-        for (CellEdit* edit : edits) edit->isInPlace = true;
-    }
-    for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->isInPlace) continue;
-            const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
-            const bool isShared = edit->content.kind == EnteredCell::Kind::Text;
-            if (isShared) edit->sharedString = mStrings.add(edit->content.item);
-            mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
-        }
-    }
-}
-
 // A workbook that was calculated by no known version is calculated anew when it is opened.
 void XlsDocument::appendRecalculation(std::vector<RecordSplice>& splices) const {
     constexpr std::size_t kEngineAt = 4;
@@ -201,7 +155,10 @@ void XlsDocument::appendRecalculation(std::vector<RecordSplice>& splices) const 
 }
 
 std::string XlsDocument::changedStream() {
-    placeStrings();
+    if (mGlobals.version() == Version::Biff8) {
+        StringPlacement(mWorksheets, mStrings)
+            .place(mWorksheets.size() != mGlobals.sheets().size());
+    }
     std::vector<RecordSplice> splices;
     for (const auto& sheet : mWorksheets) sheet->appendSplices(splices);
     mGlobals.formats().appendSplices(splices);

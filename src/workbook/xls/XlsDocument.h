@@ -56,7 +56,6 @@ private:
     WorkbookProperties& properties();
     bool hasChangedCells() const;
     bool isStreamChanged() const;
-    void placeStrings();
     std::string changedStream();
     void appendRecalculation(std::vector<RecordSplice>& splices) const;
 

@@ -157,6 +157,12 @@ std::vector<CellEdit*> XlsWorksheet::edits() {
     return list;
 }
 
+bool XlsWorksheet::hasFormulas() const {
+    return (mIndex && mIndex->hasFormulas()) ||
+           std::any_of(mEdits.begin(), mEdits.end(),
+                       [](const auto& it) { return it.second.content.kind == Kind::Formula; });
+}
+
 bool XlsWorksheet::isChanged() const {
     return !mEdits.empty() || (mHyperlinks && mHyperlinks->isChanged()) ||
            (mPages && mPages->isChanged()) || (mShapes && mShapes->isChanged());
@@ -183,7 +189,7 @@ void XlsWorksheet::readValues() {
     while (records.next(record)) {
         const CellShape shape = cellShape(record.id, version);
         if (shape == CellShape::None) continue;
-        const std::size_t count = shape == CellShape::MulRk ? mulRkCount(record.body) : 1;
+        const std::size_t count = cellCount(record, shape);
         for (std::size_t i = 0; i < count; ++i) {
             const CellRecord cell = cellOf(record, shape, version, i);
             CellValue value = texts.value(cell);

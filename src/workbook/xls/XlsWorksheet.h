@@ -52,7 +52,8 @@ public:
     bool isIndexed() const;
     const SheetIndex& index() const { return *mIndex; }
     std::vector<CellEdit*> edits();
-    bool hasFormulas() const { return mIndex && mIndex->hasFormulas(); }
+    // As far as the cells were looked through, or changed.
+    bool hasFormulas() const;
     // The text of a cell that was changed and holds a text.
     std::optional<std::string> changedText(CellPosition position) const;
     // A formula that stands outside of cells, without "=".

@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "workbook/CellReplacement.h"
+#include "workbook/xls/biff/ErrorCodes.h"
 #include "workbook/xls/CellWriter.h"
 #include "workbook/xls/formula/FormulaCompiler.h"
 #include "workbook/xls/XlsDocument.h"
@@ -17,7 +18,7 @@ using Block = CellContent::Block;
 
 namespace {
 
-constexpr std::size_t kLongestFormulaText = 1024 + 1;  // UTF-16 units, with "="
+constexpr std::size_t kLongestFormula = 1 + 1024;  // characters, with the equals sign
 
 }  // namespace
 
@@ -88,9 +89,6 @@ CellContent XlsWorksheet::entered(const CellContent& old, const CellMatch& match
 
 CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::string& formula,
                                          CellPosition position) {
-    // Newer applications write longer ones, which may stay as long as they are.
-    const std::size_t longest = std::max(kLongestFormulaText, text::lengthUtf16(old.text.str()));
-    if (text::lengthUtf16(formula) > longest) throw Error::refused("Formula is too long");
     CellContent content;
     content.kind = Kind::Formula;
     content.format = old.format;
@@ -100,11 +98,14 @@ CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::stri
     place.cell = position;
     place.use = content.block == Block::OneCellArray ? FormulaUse::Array : FormulaUse::Cell;
     const FormulaTokens oldTokens = old.formula.view();
+    // A longer one was written by another program, and may be as long again.
+    const std::size_t longest = std::max(
+        kLongestFormula, text::lengthUtf16(content.kind == old.kind ? old.text.str() : ""));
+    if (text::lengthUtf16(formula) > longest) throw Error::refused("Formula is too long");
     content.formula = FormulaCompiler(mDocument.globals().codec(), links())
                           .compile(std::string_view(formula).substr(1), place,
                                    old.kind == Kind::Formula ? &oldTokens : nullptr);
-    if (content.formula.tokens.size() + content.formula.extra.size() >
-        longestFormula(mDocument.globals().version())) {
+    if (!fits(content.formula, mDocument.globals().version())) {
         throw Error::refused("Formula is too long");
     }
     std::string shown;

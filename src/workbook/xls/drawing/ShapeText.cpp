@@ -6,7 +6,7 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "workbook/TextDiff.h"
-#include "workbook/xls/biff/FormatRuns.h"
+#include "workbook/xls/FormatRuns.h"
 
 namespace brindle::workbook::xls {
 
@@ -133,7 +133,7 @@ void ShapeText::setText(std::string_view text) {
     if (mRuns.size() > 1) {
         std::vector<std::size_t> begins;
         for (const Run& run : mRuns) begins.push_back(run.begin);
-        const auto starts = runsAfter(begins, mText, textChanges(mText, text));
+        const auto starts = runsAfter(begins, mText, textChanges(mText, text), text::lengthUtf16);
         if (!starts.empty()) runs.clear();
         for (const RunStart& start : starts) {
             runs.push_back({start.begin, mRuns[start.oldRun].format});

@@ -87,7 +87,9 @@ CompiledFormula TreeCompiler::compile(const Node& root) {
     compileTree(root, {});
     if (mIsVolatile) mWriter.makeVolatile();
     CompiledFormula compiled = mWriter.take();
-    if (compiled.tokens.size() > longestTokens(mWriter.version())) refuseFormula();
+    if (compiled.tokens.size() > longestTokens(mWriter.version())) {
+        throw Error::refused("Formula is too long");
+    }
     return compiled;
 }
 
