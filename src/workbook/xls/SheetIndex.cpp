@@ -23,12 +23,38 @@ std::uint32_t placeOf(const Record& record) {
            getLittleEndian<std::uint16_t>(record.body.data() + 2);
 }
 
+// A search would see both and a save change one. Programs never write that.
+void checkNoCellTwice(std::string_view stream, std::size_t sheetOffset, Version version) {
+    std::vector<std::pair<CellPosition, std::size_t>> cells;
+    SheetRecords records(stream, sheetOffset);
+    Record record;
+    while (records.next(record)) {
+        const CellShape shape = cellShape(record.id, version);
+        if (shape == CellShape::None) continue;
+        const std::size_t count = shape == CellShape::MulRk ? mulRkCount(record.body) : 1;
+        CellPosition position = cellOf(record, shape, version).position;
+        for (std::size_t i = 0; i < count; ++i) {
+            cells.emplace_back(position, record.offset);
+            ++position.column;
+        }
+    }
+    std::sort(cells.begin(), cells.end());
+    const auto twice =
+        std::adjacent_find(cells.begin(), cells.end(),
+                           [](const auto& a, const auto& b) { return a.first == b.first; });
+    if (twice == cells.end()) return;
+    throw Error::damaged("A cell is written twice")
+        .atOffset((twice + 1)->second)
+        .inCell(cellName(twice->first));
+}
+
 }  // namespace
 
 SheetIndex::SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, CellTexts& texts,
                        const PatternSet& patterns)
     : mWorkbook(workbook), mVersion(workbook.codec.version()), mTexts(texts), mPatterns(patterns) {
     look(sheetOffset);
+    if (!mIsOrdered) checkNoCellTwice(workbook.stream, sheetOffset, mVersion);
     mCandidates.finish(mIsOrdered);
 }
 
@@ -45,6 +71,10 @@ void SheetIndex::look(std::size_t sheetOffset) {
         const std::uint32_t place = placeOf(record);
         if (!isFirst && place <= mLast) mIsOrdered = false;
         mLast = place;
+        if (shape == CellShape::MulRk) {
+            const auto count = static_cast<std::uint32_t>(mulRkCount(record.body));
+            mLast += std::max(count, 1U) - 1;
+        }
         isFirst = false;
         // Most cells are strings and numbers without a match; they are to cost as little as can be.
         if (shape == CellShape::SharedString && record.body.size() >= 10) {

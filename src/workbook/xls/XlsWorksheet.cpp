@@ -29,15 +29,16 @@ LinkTable& XlsWorksheet::links() {
     if (mDocument.globals().version() != Version::Biff5) return mDocument.globals().links();
     if (!mOwnLinks) {
         const std::string_view stream = mDocument.texts().stream;
-        mOwnLinks = mDocument.globals().links().forSheet();
+        LinkTable links = mDocument.globals().links().forSheet();
         SheetRecords records(stream, mEntry.offset);
         Record record;
         while (records.next(record) && record.id != record::kDimensions) {
             if (!LinkTable::concerns(record.id)) continue;
             std::size_t end = 0;
             const std::string body = continuedBody(stream, record, &end);
-            mOwnLinks->learn(record, body, end);
+            links.learn(record, body, end);
         }
+        mOwnLinks = std::move(links);
     }
     return *mOwnLinks;
 }
@@ -155,11 +156,11 @@ CellContent XlsWorksheet::contentInFile(const Candidate& candidate) {
 
 const SheetProtection& XlsWorksheet::protection() {
     if (mProtection) return *mProtection;
-    mProtection.emplace();
+    SheetProtection protection;
     SheetRecords records(mDocument.texts().stream, mEntry.offset);
     Record record;
-    while (records.next(record)) mProtection->read(record);
-    return *mProtection;
+    while (records.next(record)) protection.read(record);
+    return mProtection.emplace(protection);
 }
 
 std::vector<CellEdit*> XlsWorksheet::edits() {
@@ -187,7 +188,7 @@ void XlsWorksheet::appendSplices(std::vector<RecordSplice>& splices) {
 void XlsWorksheet::readValues() {
     if (mValues) return;
     CellTexts& texts = cellTexts();
-    mValues.emplace();
+    std::map<CellPosition, CellValue> values;
     const Version version = mDocument.globals().version();
     SheetRecords records(mDocument.texts().stream, mEntry.offset);
     Record record;
@@ -198,9 +199,10 @@ void XlsWorksheet::readValues() {
         for (std::size_t i = 0; i < count; ++i) {
             const CellRecord cell = cellOf(record, shape, version, i);
             CellValue value = texts.value(cell);
-            if (!value.text.empty()) (*mValues)[cell.position] = std::move(value);
+            if (!value.text.empty()) values[cell.position] = std::move(value);
         }
     }
+    mValues = std::move(values);
 }
 
 CellValue XlsWorksheet::cellValue(CellPosition position) {
