@@ -8,6 +8,7 @@
 #include "base/ByteReader.h"
 #include "workbook/xls/biff/CellRow.h"
 #include "workbook/xls/biff/SubstreamReader.h"
+#include "workbook/xls/CellRecord.h"
 #include "workbook/xls/SharedStringIndex.h"
 #include "workbook/xls/StreamOffsets.h"
 
@@ -68,6 +69,21 @@ private:
     std::vector<RowStart> mCells;  // wherever another row begins
 };
 
+// Whether a change of a cell may take the record away, before BIFF5: the cell itself, its result
+// and the block of its formula.
+bool belongsToOldCell(std::uint16_t id) {
+    switch (id & 0xFF) {
+        case record::kString & 0xFF:
+        case record::kArray & 0xFF:
+        case record::kTable & 0xFF:
+        case (record::kTable & 0xFF) + 1:  // of BIFF2, with two inputs
+            return true;
+        default:
+            return cellShape(id, Version::Biff2) != CellShape::None ||
+                   cellShape(id, Version::Biff4) != CellShape::None;
+    }
+}
+
 struct SheetOutline {
     std::vector<Record> indexes;
     std::vector<std::size_t> dbCells;
@@ -82,6 +98,7 @@ struct Outline {
     std::optional<std::size_t> sst;
     std::optional<Record> extSst;
     std::vector<std::size_t> records;  // before BIFF5
+    std::vector<std::size_t> defColWidths;
     std::size_t end = 0;
 };
 
@@ -121,6 +138,9 @@ Outline outlineOf(std::string_view stream) {
                 sheet.dbCells.push_back(record.offset);
                 sheet.isDbCellRight.push_back(block.isToldBy(record));
                 block.clear();
+                break;
+            case record::kDefColWidth:
+                outline.defColWidths.push_back(record.offset);
                 break;
             case record::kSst:
                 if (!outline.sst) outline.sst = record.offset;
@@ -209,8 +229,8 @@ private:
             return;
         }
         const std::size_t first = mVersion == Version::Biff8 ? 12 : 8;
-        require(idAt(mBefore, number32(thenIndex, first)) != record::kDefColWidth ||
-                    idAt(mChanged, number32(nowIndex, first)) == record::kDefColWidth,
+        require(!has(mThen.defColWidths, number32(thenIndex, first)) ||
+                    has(mNow.defColWidths, number32(nowIndex, first)),
                 "row index");
         for (std::size_t i = 0; i < then.dbCells.size(); ++i) {
             const std::size_t at = first + 4 + 4 * i;
@@ -220,12 +240,11 @@ private:
         }
     }
     void requireRecord(std::size_t now, std::size_t then) const {
-        const auto has = [](const Outline& outline, std::size_t offset) {
-            return std::binary_search(outline.records.begin(), outline.records.end(), offset);
-        };
-        if (!has(mThen, then)) return;
-        const bool isRow = idAt(mBefore, then) == record::kRow;
-        require(has(mNow, now) && (!isRow || idAt(mChanged, now) == record::kRow), "row index");
+        if (!has(mThen.records, then) || belongsToOldCell(idAt(mBefore, then))) return;
+        require(has(mNow.records, now) && idAt(mChanged, now) == idAt(mBefore, then), "row index");
+    }
+    static bool has(const std::vector<std::size_t>& offsets, std::size_t offset) {
+        return std::binary_search(offsets.begin(), offsets.end(), offset);
     }
 
     void compareStrings() const {

@@ -144,11 +144,11 @@ CellContent XlsWorksheet::contentInFile(const Candidate& candidate) {
 
 const SheetProtection& XlsWorksheet::protection() {
     if (mProtection) return *mProtection;
-    mProtection.emplace();
+    SheetProtection protection;
     SheetRecords records(mDocument.texts().stream, mEntry.offset);
     Record record;
-    while (records.next(record)) mProtection->read(record);
-    return *mProtection;
+    while (records.next(record)) protection.read(record);
+    return mProtection.emplace(protection);
 }
 
 std::vector<CellEdit*> XlsWorksheet::edits() {
@@ -182,7 +182,7 @@ void XlsWorksheet::appendSplices(std::vector<RecordSplice>& splices) {
 void XlsWorksheet::readValues() {
     if (mValues) return;
     CellTexts& texts = cellTexts();
-    mValues.emplace();
+    std::map<CellPosition, CellValue> values;
     const Version version = mDocument.globals().version();
     SheetRecords records(mDocument.texts().stream, mEntry.offset);
     Record record;
@@ -193,9 +193,10 @@ void XlsWorksheet::readValues() {
         for (std::size_t i = 0; i < count; ++i) {
             const CellRecord cell = cellOf(record, shape, version, i);
             CellValue value = texts.value(cell);
-            if (!value.text.empty()) (*mValues)[cell.position] = std::move(value);
+            if (!value.text.empty()) values[cell.position] = std::move(value);
         }
     }
+    mValues = std::move(values);
 }
 
 CellValue XlsWorksheet::cellValue(CellPosition position) {
