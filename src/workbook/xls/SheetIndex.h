@@ -26,6 +26,7 @@ private:
     void look(std::size_t sheetOffset);
     void lookAt(const Record& record, CellShape shape);
     PatternMask maskOf(const CellRecord& cell);
+    PatternMask maskOfNumber(const CellRecord& cell);
     void add(const CellRecord& cell, PatternMask mask);
 
     const WorkbookTexts& mWorkbook;

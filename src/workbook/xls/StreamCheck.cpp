@@ -20,15 +20,13 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 // The rows since the last DBCELL.
 class RowBlock {
 public:
-    void take(const Record& record) {
-        if (const auto row = rowOfCell(record)) {
-            if (mCells.empty() || mCells.back().row != *row) {
-                mCells.push_back({*row, record.offset});
-            }
-        } else if (record.id == record::kRow && record.body.size() >= 2) {
-            if (mRows.empty()) mFirstRow = record.offset;
-            mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
-        }
+    void takeCell(std::uint16_t row, std::size_t offset) {
+        if (mCells.empty() || mCells.back().row != row) mCells.push_back({row, offset});
+    }
+    void takeRow(const Record& record) {
+        if (record.body.size() < sizeof(std::uint16_t)) return;
+        if (mRows.empty()) mFirstRow = record.offset;
+        mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
     }
     // Whether a DBCELL tells where these rows are; those without cells may be anywhere.
     bool isToldBy(const Record& record) const {
@@ -41,7 +39,8 @@ public:
         std::size_t at = recordEnd(mFirstRow);
         return std::all_of(mRows.begin(), mRows.end(), [&](std::uint16_t row) {
             at += body.number<std::uint16_t>();
-            const auto cell = std::lower_bound(starts.begin(), starts.end(), RowStart{row, 0}, isBefore);
+            const auto cell =
+                std::lower_bound(starts.begin(), starts.end(), RowStart{row, 0}, isBefore);
             return cell == starts.end() || cell->row != row || cell->offset == at;
         });
     }
@@ -88,6 +87,10 @@ Outline outlineOf(std::string_view stream) {
     for (Record record; reader.next(record);) {
         if (isOld) outline.records.push_back(record.offset);
         if (reader.depth() == 0) continue;
+        if (const auto row = rowOfCell(record)) {
+            block.takeCell(*row, record.offset);
+            continue;
+        }
         if (isBof(record.id)) {
             const bool hasType = record.body.size() >= 4;
             const std::uint16_t type =
@@ -123,8 +126,10 @@ Outline outlineOf(std::string_view stream) {
             case record::kExtSst:
                 if (!outline.extSst) outline.extSst = record;
                 break;
+            case record::kRow:
+                block.takeRow(record);
+                break;
             default:
-                block.take(record);
                 break;
         }
     }

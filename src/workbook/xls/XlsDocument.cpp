@@ -2,7 +2,6 @@
 #include "workbook/xls/XlsDocument.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "base/Error.h"
 #include "base/Text.h"
@@ -138,45 +137,53 @@ bool XlsDocument::isChanged() const {
 // others become new strings.
 void XlsDocument::placeStrings() {
     if (mGlobals.version() != Version::Biff8) return;
-    std::unordered_map<std::uint32_t, std::vector<CellEdit*>> byString;
+    std::vector<CellEdit*> edits;
     for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->cell.sharedString != Candidate::kNoString) {
-                byString[edit->cell.sharedString].push_back(edit);
-            }
-        }
+        const std::vector<CellEdit*> more = sheet->edits();
+        edits.insert(edits.end(), more.begin(), more.end());
     }
     // Cells of sheets that were not looked through may use any string.
     const bool allSeen = mWorksheets.size() == mGlobals.sheets().size() &&
                          std::all_of(mWorksheets.begin(), mWorksheets.end(),
                                      [](const auto& sheet) { return sheet->isIndexed(); });
-    std::unordered_map<std::uint32_t, std::size_t> references;
+    if (allSeen) changeStringsInPlace(edits);
+    for (CellEdit* edit : edits) {
+        if (edit->isInPlace) continue;
+        const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
+        const bool isShared = edit->content.kind == EnteredCell::Kind::Text;
+        if (isShared) edit->sharedString = mStrings.add(edit->content.item);
+        mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
+    }
+}
+
+void XlsDocument::changeStringsInPlace(std::vector<CellEdit*> edits) {
+    std::stable_sort(edits.begin(), edits.end(), [](const CellEdit* a, const CellEdit* b) {
+        return a->cell.sharedString < b->cell.sharedString;
+    });
+    std::vector<std::uint32_t> references(mStrings.size());
     for (const auto& sheet : mWorksheets) {
-        if (!allSeen || byString.empty()) break;
         for (const Candidate& candidate : sheet->index().candidates().all()) {
-            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
+            if (candidate.sharedString < references.size()) ++references[candidate.sharedString];
         }
     }
-    for (const auto& [index, edits] : byString) {
-        const StringItem& item = edits.front()->content.item;
-        const bool isSame = allSeen && edits.size() == references[index] &&
-                            std::all_of(edits.begin(), edits.end(), [&](const CellEdit* edit) {
+    for (auto first = edits.begin(); first != edits.end();) {
+        const std::uint32_t index = (*first)->cell.sharedString;
+        if (index >= references.size()) break;
+        const auto behind = std::find_if(first, edits.end(), [&](const CellEdit* edit) {
+            return edit->cell.sharedString != index;
+        });
+        const StringItem& item = (*first)->content.item;
+        const bool isSame = behind - first == references[index] &&
+                            std::all_of(first, behind, [&](const CellEdit* edit) {
                                 return edit->content.kind == EnteredCell::Kind::Text &&
                                        edit->content.format == edit->cell.style &&
                                        edit->content.item == item;
                             });
-        if (!isSame) continue;
-        mStrings.setItem(index, item);
-        for (CellEdit* edit : edits) edit->isInPlace = true;
-    }
-    for (const auto& sheet : mWorksheets) {
-        for (CellEdit* edit : sheet->edits()) {
-            if (edit->isInPlace) continue;
-            const bool wasShared = edit->cell.sharedString != Candidate::kNoString;
-            const bool isShared = edit->content.kind == EnteredCell::Kind::Text;
-            if (isShared) edit->sharedString = mStrings.add(edit->content.item);
-            mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
+        if (isSame) {
+            mStrings.setItem(index, item);
+            for (auto edit = first; edit != behind; ++edit) (*edit)->isInPlace = true;
         }
+        first = behind;
     }
 }
 

@@ -57,6 +57,7 @@ private:
     bool hasChangedCells() const;
     bool isStreamChanged() const;
     void placeStrings();
+    void changeStringsInPlace(std::vector<CellEdit*> edits);
     std::string changedStream();
     void appendRecalculation(std::vector<RecordSplice>& splices) const;
 
