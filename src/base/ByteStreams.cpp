@@ -23,6 +23,18 @@ void MemorySource::readAt(std::uint64_t offset, std::span<std::byte> into) const
     if (!into.empty()) std::memcpy(into.data(), mBytes.data() + offset, into.size());
 }
 
+bool holdsAt(const ByteSource& source, std::uint64_t offset, std::string_view bytes) {
+    std::vector<std::byte> block(std::min<std::uint64_t>(bytes.size(), kCopyBlock));
+    while (!bytes.empty()) {
+        const auto part = std::span(block).first(std::min(bytes.size(), block.size()));
+        source.readAt(offset, part);
+        if (std::memcmp(part.data(), bytes.data(), part.size()) != 0) return false;
+        offset += part.size();
+        bytes.remove_prefix(part.size());
+    }
+    return true;
+}
+
 void ByteSink::write(std::string_view bytes) {
     write(std::as_bytes(std::span(bytes)));
 }

@@ -26,6 +26,10 @@ public:
     virtual int descriptor() const { return -1; }
 };
 
+// Whether these bytes stand at `offset`. Throws Error (Damaged, number 62) when the source ends
+// before. Takes little memory.
+bool holdsAt(const ByteSource& source, std::uint64_t offset, std::string_view bytes);
+
 // Borrowed bytes.
 class MemorySource final : public ByteSource {
 public:

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace brindle::workbook {
@@ -19,8 +20,9 @@ constexpr std::string_view kNotFinite = "#NUM!";
 
 // d.ddd times ten to the exponent; no trailing zeros, no digits at all for zero.
 struct Decimal {
+    static constexpr std::size_t kMostDigits = 20;
     bool negative = false;
-    std::array<char, 20> digits{};
+    std::array<char, 2 * kMostDigits> digits{};  // with room for whole blocks to be copied
     int count = 0;
     int exponent = 0;
 };
@@ -54,12 +56,35 @@ std::optional<Decimal> fromHundredths(double value) {
     if (hundredths == 0) return decimal;
     decimal.negative = hundredths < 0;
     char* const digits = decimal.digits.data();
-    const auto made =
-        std::to_chars(digits, digits + decimal.digits.size(), std::abs(hundredths));
+    const auto made = std::to_chars(digits, digits + Decimal::kMostDigits, std::abs(hundredths));
     decimal.count = static_cast<int>(made.ptr - digits);
     decimal.exponent = decimal.count - 3;
     while (decimal.digits[static_cast<std::size_t>(decimal.count - 1)] == '0') --decimal.count;
     return decimal;
+}
+
+// Rounds to 15 digits what std::to_chars made of a double. Between a double and its shortest form
+// there is no shorter number, so that both round alike unless the form is a tie; false then.
+bool roundShortest(Decimal& decimal) {
+    if (decimal.count <= kSignificantDigits) return true;
+    const bool isTie =
+        decimal.count == kSignificantDigits + 1 && decimal.digits[kSignificantDigits] == '5';
+    if (isTie) return false;
+    const bool isUp = decimal.digits[kSignificantDigits] >= '5';
+    decimal.count = kSignificantDigits;
+    const auto last = [&]() -> char& {
+        return decimal.digits[static_cast<std::size_t>(decimal.count - 1)];
+    };
+    while (decimal.count > 0 && last() == (isUp ? '9' : '0')) --decimal.count;
+    if (!isUp) return true;
+    if (decimal.count > 0) {
+        ++last();
+    } else {
+        decimal.digits[0] = '1';
+        decimal.count = 1;
+        ++decimal.exponent;
+    }
+    return true;
 }
 
 // The value rounded to 15 significant digits.
@@ -67,12 +92,12 @@ Decimal toDecimal(double value) {
     if (const auto decimal = fromHundredths(value)) return *decimal;
     std::array<char, 40> text;
     char* const end = text.data() + text.size();
-    // The shortest form is the quicker one to make. With at most 15 digits it is also the
-    // rounded one, since so many digits survive the way through a double (of full precision).
+    // The shortest form is the quicker one to make, and with at most 15 digits it is the rounded
+    // one, since so many digits survive the way through a double (of full precision).
     auto made = std::to_chars(text.data(), end, value, std::chars_format::scientific);
     Decimal decimal = readScientific(text.data(), made.ptr);
-    const bool fullPrecision = value == 0 || std::fabs(value) >= std::numeric_limits<double>::min();
-    if (decimal.count <= kSignificantDigits && fullPrecision) return decimal;
+    const bool fullPrecision = std::fabs(value) >= std::numeric_limits<double>::min();
+    if (fullPrecision && roundShortest(decimal)) return decimal;
     made = std::to_chars(text.data(), end, value, std::chars_format::scientific,
                          kSignificantDigits - 1);
     return readScientific(text.data(), made.ptr);
@@ -92,12 +117,18 @@ void appendPlain(std::string& out, const Decimal& decimal) {
         out.append(decimal.digits.data(), count);
         return;
     }
+    // Blocks of one size are copied quicker than just the digits that there are.
+    constexpr std::size_t kBlock = Decimal::kMostDigits;
     const auto whole = static_cast<std::size_t>(decimal.exponent + 1);
-    out.append(decimal.digits.data(), std::min(count, whole));
-    if (count < whole) out.append(whole - count, '0');
+    std::array<char, kLongestPlainText + 2 * kBlock> text;
+    std::memcpy(text.data(), decimal.digits.data(), kBlock);
     if (count > whole) {
-        out += '.';
-        out.append(decimal.digits.data() + whole, count - whole);
+        text[whole] = '.';
+        std::memcpy(text.data() + whole + 1, decimal.digits.data() + whole, kBlock);
+        out.append(text.data(), count + 1);
+    } else {
+        std::memset(text.data() + count, '0', whole - count);
+        out.append(text.data(), whole);
     }
 }
 

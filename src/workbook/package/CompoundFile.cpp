@@ -118,6 +118,18 @@ std::optional<std::string_view> CompoundFile::view(std::size_t index) const {
                          static_cast<std::size_t>(ranges.front().length));
 }
 
+bool CompoundFile::holds(std::size_t index, std::string_view bytes) const {
+    const CompoundEntry& entry = entries().at(index);
+    if (entry.type != CompoundEntry::Type::Stream || entry.size != bytes.size()) return false;
+    const std::vector<cfb::Range> ranges = mContents->ranges(index);
+    return std::all_of(ranges.begin(), ranges.end(), [&](const cfb::Range& range) {
+        const auto length = static_cast<std::size_t>(range.length);
+        const std::string_view piece = bytes.substr(0, length);
+        bytes.remove_prefix(length);
+        return holdsAt(mContents->sectors.source(), range.offset, piece);
+    });
+}
+
 void CompoundFile::writeTo(ByteSink& out, std::span<const StreamEdit> edits) const {
     const ByteSource& source = mContents->sectors.source();
     if (edits.empty()) {

@@ -68,6 +68,10 @@ public:
     // The same without a copy, for a stream that stands in one piece in a source in memory.
     std::optional<std::string_view> view(std::size_t index) const;
 
+    // Whether a stream has this content, told without bringing all of it into memory. Throws Error
+    // (Damaged).
+    bool holds(std::size_t index, std::string_view bytes) const;
+
     // Writes the file with the edits applied. Whatever is not edited keeps its bytes, its sectors
     // and its place in the directory, storages and their attributes included; a changed stream
     // keeps its sectors as far as they go. Sectors that are given up are cleared. Without edits

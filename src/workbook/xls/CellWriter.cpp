@@ -59,6 +59,10 @@ public:
 
     std::vector<RecordSplice> splices() {
         for (auto edit = mEdits.begin(); edit != mEdits.end();) {
+            if ((*edit)->isInPlace) {
+                ++edit;
+                continue;
+            }
             // The cells of one record stand together.
             const auto behind = std::find_if(edit, mEdits.end(), [&](const CellEdit* other) {
                 return other->cell.begin != (*edit)->cell.begin;
@@ -81,7 +85,6 @@ private:
             splice.bytes = splitNumbers(record, cells);
         } else {
             const CellEdit& edit = *cells.front();
-            if (edit.isInPlace) return;
             const std::string head(record.body.substr(0, cellHeaderSize(mVersion)));
             appendCell(splice.bytes, head, edit);
             if (edit.oldKind == Kind::Formula) {

@@ -159,7 +159,8 @@ std::string SharedStrings::storedForm(const StringItem& item) const {
 
 void SharedStrings::setItem(std::uint32_t index, StringItem item) {
     if (index >= size()) throw Error::refused("The cell's string is not there");
-    mEdits[index] = storedForm(item);
+    // Mostly they come in their order.
+    mEdits.insert_or_assign(mEdits.end(), index, storedForm(item));
 }
 
 // A cell whose string is not there shows nothing, and must not show the one that is added next.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "workbook/NumberText.h"
 #include "workbook/xls/biff/SheetRecords.h"
 
 namespace brindle::workbook::xls {
@@ -102,9 +103,7 @@ PatternMask SheetIndex::maskOf(const CellRecord& cell) {
     PatternMask among = ~PatternMask{0};
     switch (cell.kind) {
         case CellKind::Number:
-            among = mPatterns.possible(mWorkbook.formats.style(cell.format).kind,
-                                       isSurelyDate(cell.number));
-            break;
+            return maskOfNumber(cell);
         case CellKind::Boolean:
             among = mPatterns.possible(TextClass::Boolean);
             break;
@@ -118,6 +117,13 @@ PatternMask SheetIndex::maskOf(const CellRecord& cell) {
     mScratch.clear();
     mTexts.append(mScratch, cell);
     return mPatterns.matching(mScratch, among);
+}
+
+PatternMask SheetIndex::maskOfNumber(const CellRecord& cell) {
+    const NumberFormatKind kind = mWorkbook.formats.style(cell.format).kind;
+    const PatternMask among = mPatterns.possible(kind, isSurelyDate(cell.number));
+    if (among == 0) return 0;
+    return mPatterns.matching(editText(cell.number, kind, mWorkbook.date1904), among);
 }
 
 void SheetIndex::add(const CellRecord& cell, PatternMask mask) {

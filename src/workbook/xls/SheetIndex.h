@@ -27,6 +27,7 @@ private:
     void checkNoCellTwice(std::size_t sheetOffset) const;
     void lookAt(const Record& record, CellShape shape);
     PatternMask maskOf(const CellRecord& cell);
+    PatternMask maskOfNumber(const CellRecord& cell);
     void add(const CellRecord& cell, PatternMask mask);
 
     const WorkbookTexts& mWorkbook;

@@ -21,16 +21,17 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 // The rows since the last DBCELL.
 class RowBlock {
 public:
-    void take(const Record& record) {
-        if (!mRows.empty()) mRecords.push_back(record.offset);
-        if (const auto row = rowOfCell(record)) {
-            if (mCells.empty() || mCells.back().row != *row) {
-                mCells.push_back({*row, record.offset});
-            }
-        } else if (record.id == record::kRow && record.body.size() >= 2) {
-            if (mRows.empty()) mFirstRow = record.offset;
-            mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
-        }
+    // To be called for every record first.
+    void pass(std::size_t offset) {
+        if (!mRows.empty()) mRecords.push_back(offset);
+    }
+    void takeCell(std::uint16_t row, std::size_t offset) {
+        if (mCells.empty() || mCells.back().row != row) mCells.push_back({row, offset});
+    }
+    void takeRow(const Record& record) {
+        if (record.body.size() < sizeof(std::uint16_t)) return;
+        if (mRows.empty()) mFirstRow = record.offset;
+        mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
     }
     // Whether a DBCELL tells where these rows are; those without cells may be at any record.
     bool isToldBy(const Record& record) const {
@@ -66,7 +67,7 @@ private:
     std::size_t mFirstRow = 0;
     std::vector<std::uint16_t> mRows;
     std::vector<std::size_t> mRecords;  // behind the first ROW
-    std::vector<RowStart> mCells;  // wherever another row begins
+    std::vector<RowStart> mCells;       // wherever another row begins
 };
 
 // Whether a change of a cell may take the record away, before BIFF5: the cell itself, its result
@@ -110,6 +111,11 @@ Outline outlineOf(std::string_view stream) {
     for (Record record; reader.next(record);) {
         if (isOld) outline.records.push_back(record.offset);
         if (reader.depth() == 0) continue;
+        block.pass(record.offset);
+        if (const auto row = rowOfCell(record)) {
+            block.takeCell(*row, record.offset);
+            continue;
+        }
         if (isBof(record.id)) {
             const bool hasType = record.body.size() >= 4;
             const std::uint16_t type =
@@ -148,8 +154,10 @@ Outline outlineOf(std::string_view stream) {
             case record::kExtSst:
                 if (!outline.extSst) outline.extSst = record;
                 break;
+            case record::kRow:
+                block.takeRow(record);
+                break;
             default:
-                block.take(record);
                 break;
         }
     }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/Error.h"
+#include "workbook/xls/biff/CellRow.h"
 #include "workbook/xls/biff/SubstreamReader.h"
 #include "workbook/xls/OffsetMap.h"
 #include "workbook/xls/StreamOffsets.h"
@@ -59,7 +60,7 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
     for (Record record; reader.next(record);) {
         edges.pass(record.offset);
         end = record.end();
-        if (reader.depth() == 0) continue;
+        if (reader.depth() == 0 || rowOfCell(record)) continue;
         switch (record.id) {
             case record::kBof:
             case record::kBof4:
@@ -159,7 +160,8 @@ std::string spliced(std::string_view stream, const std::vector<RecordSplice>& sp
         out += splice.bytes;
         at = splice.end;
     }
-    return out.append(stream, at);
+    out.append(stream, at);
+    return out;
 }
 
 }  // namespace

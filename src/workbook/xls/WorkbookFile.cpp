@@ -132,13 +132,12 @@ void WorkbookFile::write(OutputFile& out, std::string& stream,
 
 void WorkbookFile::verify(const std::string& path, std::string_view stream,
                           const std::vector<Stream>& others) const {
-    const package::Buffer bytes = readAll(InputFile(path));
+    const InputFile file(path);
     if (!mCompound) {
-        if (bytes.view() != stream) failReadBack();
+        if (file.size() != stream.size() || !holdsAt(file, 0, stream)) failReadBack();
         return;
     }
-    const MemorySource source(bytes.view());
-    const package::CompoundFile written(source);
+    const package::CompoundFile written(file);
     const auto& old = mCompound->entries();
     const auto older = streamOf(*mCompound, kStreamNames[1]);
     std::size_t at = 0;
@@ -152,13 +151,10 @@ void WorkbookFile::verify(const std::string& path, std::string_view stream,
             const auto other = std::find_if(others.begin(), others.end(), [&](const Stream& it) {
                 return mCompound->find(it.path) == i;
             });
-            const auto holds = [&](std::string_view wanted) {
-                if (const auto view = written.view(at)) return *view == wanted;
-                return written.read(at).view() == wanted;
-            };
-            const bool isSame = i == mStreamIndex       ? holds(stream)
-                                : other != others.end() ? holds(other->bytes)
-                                                        : holds(mCompound->read(i).view());
+            const bool isSame = i == mStreamIndex ? written.holds(at, stream)
+                                : other != others.end()
+                                    ? written.holds(at, other->bytes)
+                                    : written.holds(at, mCompound->read(i).view());
             if (!isSame) failReadBack();
         }
         ++at;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -10,25 +11,21 @@
 
 namespace brindle::workbook::xls {
 
+inline constexpr std::array<bool, record::kRk + 1> kIsCellRecord = [] {
+    std::array<bool, record::kRk + 1> isCell{};
+    for (const std::uint16_t id :
+         {record::kBlank, record::kBoolErr, record::kFormula, record::kLabel, record::kLabelSst,
+          record::kMulBlank, record::kMulRk, record::kNumber, record::kRk, record::kRString}) {
+        isCell[id] = true;
+    }
+    return isCell;
+}();
+
 // The row of a cell record of BIFF5 or BIFF8; of the first cell where there are several. Nothing
 // for any other record.
 inline std::optional<std::uint16_t> rowOfCell(const Record& record) {
-    switch (record.id) {
-        case record::kBlank:
-        case record::kBoolErr:
-        case record::kFormula:
-        case record::kLabel:
-        case record::kLabelSst:
-        case record::kMulBlank:
-        case record::kMulRk:
-        case record::kNumber:
-        case record::kRk:
-        case record::kRString:
-            break;
-        default:
-            return std::nullopt;
-    }
-    if (record.body.size() < sizeof(std::uint16_t)) return std::nullopt;
+    const bool isCell = record.id < kIsCellRecord.size() && kIsCellRecord[record.id];
+    if (!isCell || record.body.size() < sizeof(std::uint16_t)) return std::nullopt;
     return getLittleEndian<std::uint16_t>(record.body.data());
 }
 
