@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/CellTexts.h"
 
-#include "base/ByteReader.h"
 #include "base/Error.h"
 #include "workbook/NumberText.h"
 #include "workbook/xls/biff/ContinuedString.h"
 #include "workbook/xls/biff/ErrorCodes.h"
+#include "workbook/xls/CellLabel.h"
 #include "workbook/xls/formula/TokenReader.h"
 
 namespace brindle::workbook::xls {
@@ -83,7 +83,7 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             break;
         case CellKind::Label:
         case CellKind::RichLabel:
-            out += label(cell).text;
+            out += readLabel(cell, mWorkbook.codec).text;
             break;
         case CellKind::Number:
             out += editText(cell.number, mWorkbook.formats.style(cell.format).kind,
@@ -99,23 +99,6 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             appendResult(out, cell);
             break;
     }
-}
-
-StringItem CellTexts::label(const CellRecord& cell) const {
-    ByteReader data(cell.data);
-    const StringCodec& codec = mWorkbook.codec;
-    StringItem item;
-    item.text = codec.version() == Version::Biff2 ? codec.readShort(data) : codec.readLong(data);
-    if (cell.kind != CellKind::RichLabel) return item;
-    const bool isWide = codec.version() == Version::Biff8;
-    std::size_t count = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-    for (; count > 0; --count) {
-        FormatRun run;
-        run.first = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-        run.font = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-        item.runs.push_back(run);
-    }
-    return item;
 }
 
 void CellTexts::appendResult(std::string& out, const CellRecord& cell) {
