@@ -467,18 +467,31 @@ TEST(XlsCells, ThatContradictEachOtherAreDamage) {
     const std::string unordered = numberCell("B2", 2) + rkCells("A1", {2, 2}) + numberCell("A2", 2);
     const auto document = openDocument(XlsBook().sheet(unordered).write(dir), {});
     EXPECT_EQ(found(document->worksheet(0), part("2")).size(), 4u);
-    // Two entries for one sheet.
-    XlsBook book;
-    std::string stream = book.sheet(numberCell("A1", 1)).sheet(numberCell("A1", 2)).stream();
-    const std::string first = record(ids::kBoundSheet, "").substr(0, 2);
-    const std::size_t one = stream.find(first);
-    const std::size_t two = stream.find(first, one + 2);
-    stream.replace(two + 4, 4, stream, one + 4, 4);
-    const std::string path =
-        dir.write("twice.xls", package::testing::buildCompound({{"Workbook", stream}}).bytes);
-    const auto error = thrownBy([&] { openDocument(path, {}); });
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->kind(), ErrorKind::Damaged);
+}
+
+TEST(XlsCells, BelongToOneSheet) {
+    // The second sheet begins with the first, or in the midst of it.
+    const std::string inner = XlsBook().sheet(numberCell("A1", 1)).stream();
+    const std::string bof = inner.substr(0, 20);
+    for (const bool isInside : {false, true}) {
+        SCOPED_TRACE(isInside);
+        std::string stream =
+            XlsBook().sheet(bof + record(ids::kEof, {})).sheet(numberCell("A1", 2)).stream();
+        const std::string entry = record(ids::kBoundSheet, {}).substr(0, 2);
+        const std::size_t one = stream.find(entry);
+        const std::size_t two = stream.find(entry, one + 2);
+        const auto first = getLittleEndian<std::uint32_t>(stream.data() + one + 4);
+        putLittleEndian(stream.data() + two + 4,
+                        static_cast<std::uint32_t>(first + (isInside ? bof.size() : 0)));
+        // The nested one is a worksheet too.
+        putLittleEndian(stream.data() + first + bof.size() + 6, std::uint16_t{0x0010});
+        TempDir dir;
+        const std::string path =
+            dir.write("a.xls", package::testing::buildCompound({{"Workbook", stream}}).bytes);
+        const auto error = thrownBy([&] { openDocument(path, {}); });
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->kind(), ErrorKind::Damaged);
+    }
 }
 
 TEST(XlsCells, GoWithTheCopyForOlderPrograms) {
