@@ -5,10 +5,11 @@ apart with code that is not ours.
 
     encrypted_test.py --tarvello PROGRAM [--corpus FOLDER] [--only TEXT]
 
-Exit status 77 when python3-cryptography or python3-olefile is not there. Without --corpus the
+Exit status 77 when python3-cryptography, python3-olefile or python3-xlrd is not there. Without --corpus the
 environment variable BRINDLE_CORPUS names the folder of real files; they are left out without it.
 """
 import argparse
+import io
 import json
 import os
 import re
@@ -21,9 +22,14 @@ import time
 import warnings
 import zipfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '../../scripts'))
 try:
+    import check_binary
+    import olefile
     import openpyxl
+    import xlrd
     import office_crypto
+    import xls_crypto
     from office_crypto import Agile, Standard, compound, encrypted, file_of, opened
 except ImportError:
     sys.exit(77)
@@ -54,6 +60,25 @@ def raw_members(package):
             at = info.header_offset + 30 + name + extra
             found[info.filename] = package[at:at + info.compress_size]
     return found
+
+
+def binary_streams(path):
+    with olefile.OleFileIO(path) as file:
+        return {'/'.join(name): file.openstream(name).read()
+                for name in file.listdir(streams=True, storages=False)}
+
+
+def binary_texts(stream):
+    """The cells of a decrypted workbook stream, and how many formulas of them show nothing."""
+    clear = bytearray(stream)
+    for body, kind, _ in xls_crypto.records(stream):
+        if kind == xls_crypto.FILEPASS:
+            struct.pack_into('<H', clear, body - 4, 0xFFFF)  # no record that a reader knows
+    book = xlrd.open_workbook(file_contents=bytes(clear), logfile=io.StringIO())
+    found = [(sheet.name, row, column, sheet.cell_value(row, column)) for sheet in book.sheets()
+             for row in range(sheet.nrows) for column in range(sheet.ncols)]
+    blank = {tuple(place) for *place, value in found if value == ''}
+    return found, len(blank & check_binary.formula_cells(stream))
 
 
 def texts(package):
@@ -264,7 +289,7 @@ class Test:
             ('no workbook inside', lambda: encrypted(Agile(), zip_of({'a': b'b'})),
              'not in a recognizable format'),
             ('a binary workbook beside', lambda: encrypted(Agile(), package, {'Workbook': b'x' * 5000}),
-             'not in a recognizable format'),
+             'The workbook does not begin as one'),
             ('no package', lambda: compound({'EncryptionInfo': Agile().write(package)[0]}),
              'not in a recognizable format'),
             ('cut compound file', lambda: whole[:len(whole) // 2], ''),
@@ -292,6 +317,7 @@ class Test:
             table = re.findall(r'^\| (encrypted/[^|]*\.xls[xmb]) \|(?:[^|]*\|){3} ([^|]*?) \|',
                                readme.read(), re.M)
         self.check(len(table) >= 8, 'corpus', f'{len(table)} encrypted packages')
+        self.binaries(corpus)
         for name, password in self.rows(table):
             with open(os.path.join(corpus, name), 'rb') as file:
                 path = self.put(os.path.basename(name), file.read())
@@ -306,6 +332,62 @@ class Test:
             print(f'{name}: {len(words)} words')
             if words:
                 self.changes(name, path, password, password, words[0])
+
+
+    def binaries(self, corpus):
+        with open(os.path.join(corpus, 'README.md')) as readme:
+            table = re.findall(r'^\| (encrypted/[^|]*\.xls) \|(?:[^|]*\|){3} ([^|]*?) \|',
+                               readme.read(), re.M)
+        self.check(len(table) >= 16, 'corpus', f'{len(table)} encrypted binary workbooks')
+        for name, password in self.rows(table):
+            with open(os.path.join(corpus, name), 'rb') as file:
+                path = self.put(os.path.basename(name), file.read())
+            if password.startswith('unknown'):
+                for given, text in (('', PASSWORD_NEEDED), ('Wr0ng', PASSWORD_WRONG)):
+                    words = ['--password', given] if given else []
+                    document = self.run('search', '--find', 'a', path, *words)
+                    self.check(document['error']['description'] == text, name, document)
+            elif ' ' in password:
+                for given in ('', 'some other'):
+                    self.changes_binary(f'{name}, {given!r}', path, 'VelvetSweatshop', given)
+            else:
+                # The oldest encryption does not look beyond 15 characters.
+                if len(password) < 15:
+                    self.passwords(name, path, password)
+                self.changes_binary(name, path, password, password)
+
+    def changes_binary(self, name, path, password, given):
+        """As changes(), for a workbook stream that is encrypted where it stands."""
+        old = binary_streams(path)
+        main = next(each for each in old if each.lower() in ('workbook', 'book'))
+        cipher = xls_crypto.opened(old[main], password)
+        before, unseen = binary_texts(cipher.run(old[main]))
+        found = [word for *_, value in before if isinstance(value, str)
+                 for word in re.findall(r'[A-Za-z]{3,}', value)]
+        print(f'{name}: {len(found)} words')
+        words = ['--password', given] if given else []
+        document = self.run('search', '--find', '*', path, *words)
+        cells = sum(value != '' for *_, value in before) + unseen
+        self.check(sum(entry['count'] for entry in document['entries']) == cells, name,
+                   f'{cells} cells are there: {document}')
+        if not found:
+            return
+        word = found[0]
+        document = self.run('replace', '--find', word, '--with', 'Qvz' + word, path, *words)
+        new = binary_streams(path)
+        if 'protected' in str(document.get('refused')):
+            self.check(new == old, name, 'was written')
+            return
+        self.check(document['status'] == 'changed', name, f'not changed: {document}')
+        self.check(xls_crypto.file_pass(new[main]) == xls_crypto.file_pass(old[main]), name,
+                   'another salt or verifier')
+        self.check({**old, main: b''} == {**new, main: b''}, name, 'other streams differ')
+        after, _ = binary_texts(xls_crypto.opened(new[main], password).run(new[main]))
+        expected = [(*place, re.sub(re.escape(word), 'Qvz' + word, value, flags=re.I)
+                     if isinstance(value, str) else value) for *place, value in before]
+        self.check(after == expected, name, 'other texts than expected')
+        again = self.run('replace', '--find', 'Qvz' + word, '--with', word, path, *words)
+        self.check(again['status'] == 'changed', name, f'not changed back: {again}')
 
 
 def zip_of(members):

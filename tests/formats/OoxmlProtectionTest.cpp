@@ -95,8 +95,8 @@ TEST(OoxmlEncrypted, IsToldByItsStreams) {
         ErrorKind kind;
     };
     const Row table[] = {
-        {"a binary workbook", {{"Workbook", noise(5000, 1)}}, ErrorKind::Unsupported},
-        {"an older one", {{"Book", noise(50, 1)}}, ErrorKind::Unsupported},
+        {"a binary workbook", {{"Workbook", noise(5000, 1)}}, ErrorKind::Damaged},
+        {"an older one", {{"Book", noise(50, 1)}}, ErrorKind::Damaged},
         {"another program's document", {{"WordDocument", "x"}}, ErrorKind::Unsupported},
         {"half of it", {{"EncryptedPackage", "x"}}, ErrorKind::Unsupported},
         {"in a storage",
@@ -107,7 +107,7 @@ TEST(OoxmlEncrypted, IsToldByItsStreams) {
          ErrorKind::Unsupported},
         {"both",
          {{"EncryptedPackage", "x"}, {"EncryptionInfo", "x"}, {"BOOK", "x"}},
-         ErrorKind::Unsupported},
+         ErrorKind::Damaged},
         {"an empty description",
          {{"EncryptedPackage", "x"}, {"EncryptionInfo", ""}},
          ErrorKind::Damaged},

@@ -328,6 +328,8 @@ const OldEntering kOldEntered[] = {
      record(ids::kRString, place("A1") + u16(3) + "\xE9le\2\0\5\1\6"s)},
     {"5: runs that go", Version::Biff5, record(ids::kRString, place("A1") + u16(5) + "apple\1\3\6"s), part("le"), "",
      labelOf(Version::Biff5, "app")},
+    {"5: a text that cannot be counted", Version::Biff5, record(ids::kRString, place("A1") + u16(5) + "\x8A\xBF\x8E\x9A" "abc\2\0\10\2\0"s),
+     part("b"), "x", record(ids::kRString, place("A1") + u16(5) + "\x8A\xBF\x8E\x9A" "abc\2\0\10\2\0"s)},
     {"5: date", Version::Biff5, labelOf(Version::Biff5, "x1/2/2003", xf(5)), part("x"), "", numberCell("A1", 37623, kNewXf)},
     {"5: several numbers", Version::Biff5, rkCells("A1", {1, 2, 1}, xf(5)), exactly("2"), "x",
      rkCell("A1", 1, xf(5)) + record(ids::kLabel, place("B1", xf(6)) + u16(1) + "x") + rkCell("C1", 1, xf(7))},
@@ -352,6 +354,9 @@ const OldEntering kOldEntered[] = {
     {"2: formula into text", Version::Biff2, oldCell(0x0006, kTextResult + "\0\7"s + kPlus) + record(0x0007, "\1x"), part("=1+2"),
      "x", labelOf(Version::Biff2, "x")},
     {"2: a date keeps its format", Version::Biff2, labelOf(Version::Biff2, "x1/2/2003"), part("x"), "", oldCell(0x0003, bits(37623))},
+    {"2: part of a data table", Version::Biff2, oldCell(0x0006, bits(1) + "\0\4\2\0\0\0"s) +
+     record(0x0036, std::string(6, '\0') + "\1\0"s + u16(1) + u16(2)), exactly("=TABLE(,C2)"), "1",
+     oldCell(0x0006, bits(1) + "\0\4\2\0\0\0"s) + record(0x0036, std::string(6, '\0') + "\1\0"s + u16(1) + u16(2))},
     {"3: date", Version::Biff3, labelOf(Version::Biff3, "x1/2/2003"), part("x"), "", numberCell("A1", 37623, xf(2))},
     {"4: percentage", Version::Biff4, labelOf(Version::Biff4, "x5%", xf(5)), part("x"), "", numberCell("A1", 0.05, kNewXf)},
 };
@@ -369,6 +374,29 @@ TEST(XlsCells, OfOlderVersionsKeepTheirForm) {
         if (cells.size() > row.after.size()) cells = cells.substr(cells.size() - row.after.size());
         EXPECT_EQ(cells, row.after);
     }
+}
+
+TEST(XlsCells, MayCountCharactersOfTwoBytesAsOne) {
+    const std::string name = "\x8A\xBF\x8E\x9A";
+    const auto rich = [&](unsigned count, const std::string& text) {
+        return record(ids::kRString, place("A1") + u16(count) + name + text + "\2\0\10\2\0"s);
+    };
+    TempDir dir;
+    const std::string path =
+        XlsBook(Version::Biff5)
+            .front(record(ids::kCodePage, u16(932)))
+            .sheet(rich(5, "abc") + record(ids::kLabel, place("B1") + u16(2) + name) +
+                   record(ids::kLabel, place("C1") + u16(4) + name))
+            .write(dir);
+    EXPECT_EQ(replaceIn(path, part("b"), "xyz"), 1u);
+    EXPECT_EQ(replaceIn(path, part("\u6F22"), "\u5B57"), 3u);
+    const std::string other = name.substr(2) + name.substr(2);
+    const auto label = [&](std::string_view cell, unsigned count) {
+        return record(ids::kLabel, place(cell) + u16(count) + other);
+    };
+    std::string cells = rich(7, "axyzc");
+    cells.replace(cells.find(name), name.size(), other);
+    EXPECT_EQ(xlsSheet(path), cells + label("B1", 2) + label("C1", 4));
 }
 
 TEST(XlsCells, AreCountedFrom1904) {
@@ -439,18 +467,31 @@ TEST(XlsCells, ThatContradictEachOtherAreDamage) {
     const std::string unordered = numberCell("B2", 2) + rkCells("A1", {2, 2}) + numberCell("A2", 2);
     const auto document = openDocument(XlsBook().sheet(unordered).write(dir), {});
     EXPECT_EQ(found(document->worksheet(0), part("2")).size(), 4u);
-    // Two entries for one sheet.
-    XlsBook book;
-    std::string stream = book.sheet(numberCell("A1", 1)).sheet(numberCell("A1", 2)).stream();
-    const std::string first = record(ids::kBoundSheet, "").substr(0, 2);
-    const std::size_t one = stream.find(first);
-    const std::size_t two = stream.find(first, one + 2);
-    stream.replace(two + 4, 4, stream, one + 4, 4);
-    const std::string path =
-        dir.write("twice.xls", package::testing::buildCompound({{"Workbook", stream}}).bytes);
-    const auto error = thrownBy([&] { openDocument(path, {}); });
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->kind(), ErrorKind::Damaged);
+}
+
+TEST(XlsCells, BelongToOneSheet) {
+    // The second sheet begins with the first, or in the midst of it.
+    const std::string inner = XlsBook().sheet(numberCell("A1", 1)).stream();
+    const std::string bof = inner.substr(0, 20);
+    for (const bool isInside : {false, true}) {
+        SCOPED_TRACE(isInside);
+        std::string stream =
+            XlsBook().sheet(bof + record(ids::kEof, {})).sheet(numberCell("A1", 2)).stream();
+        const std::string entry = record(ids::kBoundSheet, {}).substr(0, 2);
+        const std::size_t one = stream.find(entry);
+        const std::size_t two = stream.find(entry, one + 2);
+        const auto first = getLittleEndian<std::uint32_t>(stream.data() + one + 4);
+        putLittleEndian(stream.data() + two + 4,
+                        static_cast<std::uint32_t>(first + (isInside ? bof.size() : 0)));
+        // The nested one is a worksheet too.
+        putLittleEndian(stream.data() + first + bof.size() + 6, std::uint16_t{0x0010});
+        TempDir dir;
+        const std::string path =
+            dir.write("a.xls", package::testing::buildCompound({{"Workbook", stream}}).bytes);
+        const auto error = thrownBy([&] { openDocument(path, {}); });
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->kind(), ErrorKind::Damaged);
+    }
 }
 
 TEST(XlsCells, GoWithTheCopyForOlderPrograms) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/CellTexts.h"
 
-#include "base/ByteReader.h"
 #include "base/Error.h"
 #include "workbook/NumberText.h"
 #include "workbook/xls/biff/ContinuedString.h"
 #include "workbook/xls/biff/ErrorCodes.h"
+#include "workbook/xls/CellLabel.h"
 #include "workbook/xls/formula/TokenReader.h"
 
 namespace brindle::workbook::xls {
@@ -19,11 +19,6 @@ std::string_view shownError(std::uint8_t code) {
 
 bool isStringRecord(std::uint16_t id) {
     return id == record::kString || id == 0x0007;
-}
-
-// Leaves the reader behind the text.
-std::string labelText(ByteReader& data, const StringCodec& codec) {
-    return codec.version() == Version::Biff2 ? codec.readShort(data) : codec.readLong(data);
 }
 
 }  // namespace
@@ -87,11 +82,9 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             out += mWorkbook.strings.text(cell.sharedString);
             break;
         case CellKind::Label:
-        case CellKind::RichLabel: {
-            ByteReader data(cell.data);
-            out += labelText(data, mWorkbook.codec);
+        case CellKind::RichLabel:
+            out += readLabel(cell, mWorkbook.codec).text;
             break;
-        }
         case CellKind::Number:
             out += editText(cell.number, mWorkbook.formats.style(cell.format).kind,
                             mWorkbook.date1904);
@@ -106,30 +99,6 @@ void CellTexts::appendValue(std::string& out, const CellRecord& cell) {
             appendResult(out, cell);
             break;
     }
-}
-
-StringItem CellTexts::label(const CellRecord& cell) const {
-    ByteReader data(cell.data);
-    const bool isWide = mWorkbook.codec.version() == Version::Biff8;
-    StringItem item;
-    item.text = labelText(data, mWorkbook.codec);
-    if (cell.kind != CellKind::RichLabel) return item;
-    const std::size_t size = isWide ? 2 : 1;
-    std::size_t count = 0;
-    if (data.remaining() >= size) {
-        count = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-    }
-    if (data.remaining() < count * size * 2) {
-        // A text of characters of two bytes that says how many characters it has, for one.
-        throw Error::refused("The text of the cell does not end where its formats begin");
-    }
-    for (; count > 0; --count) {
-        FormatRun run;
-        run.first = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-        run.font = isWide ? data.number<std::uint16_t>() : data.number<std::uint8_t>();
-        item.runs.push_back(run);
-    }
-    return item;
 }
 
 void CellTexts::appendResult(std::string& out, const CellRecord& cell) {

@@ -46,10 +46,6 @@ public:
     // The recognised value, of a formula its last result.
     CellValue value(const CellRecord& cell);
 
-    // The text of a cell that holds its text itself. Throws Error (Refused) when its formats do not
-    // fit behind it.
-    StringItem label(const CellRecord& cell) const;
-
     // Appends a formula with "="; false, with nothing appended, when it cannot be shown.
     bool appendFormula(std::string& out, const FormulaTokens& formula, CellPosition position);
     CellFormula formulaOf(const CellRecord& cell);

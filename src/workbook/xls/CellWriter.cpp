@@ -5,6 +5,7 @@
 
 #include "base/LittleEndian.h"
 #include "workbook/xls/biff/ErrorCodes.h"
+#include "workbook/xls/CellLabel.h"
 #include "workbook/xls/formula/TokenReader.h"
 #include "workbook/xls/SharedFormulaWriter.h"
 
@@ -31,17 +32,6 @@ std::uint16_t formulaRecordId(Version version) {
         default:
             return record::kFormula;
     }
-}
-
-// Runs as RSTRING cells of BIFF5 have them.
-std::string narrowRuns(const std::vector<FormatRun>& runs) {
-    if (runs.empty()) return {};
-    std::string bytes(1, static_cast<char>(runs.size()));
-    for (const FormatRun& run : runs) {
-        bytes += static_cast<char>(run.first);
-        bytes += static_cast<char>(run.font);
-    }
-    return bytes;
 }
 
 std::string number16(std::size_t value) {
@@ -132,16 +122,7 @@ private:
             appendRecord(out, record::kLabelSst, head);
             return;
         }
-        const StringItem& item = edit.content.item;
-        const StringCodec& codec = mWorkbook.codec;
-        if (mVersion == Version::Biff2) {
-            codec.appendShort(head, item.text);
-        } else {
-            codec.appendLong(head, item.text);
-        }
-        const std::string runs = mVersion == Version::Biff5 ? narrowRuns(item.runs) : std::string();
-        head += runs;
-        appendRecord(out, runs.empty() ? idIn(mVersion, record::kLabel) : record::kRString, head);
+        appendLabel(out, std::move(head), edit.content.item, mWorkbook.codec);
     }
 
     // With no result yet and the wish to get one.

@@ -70,13 +70,12 @@ std::vector<RunStart> runsAfter(const std::vector<std::size_t>& begins, std::str
 
 std::vector<FormatRun> replacedRuns(const std::vector<FormatRun>& runs, std::string_view text,
                                     const std::vector<TextSpan>& spans,
-                                    std::string_view replacement, const StringCodec& codec) {
+                                    std::string_view replacement, const CharacterCount& count) {
     if (runs.empty()) return {};
     std::vector<std::size_t> begins;
     for (const FormatRun& run : runs) begins.push_back(run.first);
     std::vector<TextChange> changes;
     for (const TextSpan& span : spans) changes.push_back({span, std::string(replacement)});
-    const auto count = [&](std::string_view piece) { return codec.encode(piece).count; };
     std::vector<FormatRun> result;
     for (const RunStart& start : runsAfter(begins, text, changes, count)) {
         result.push_back({static_cast<std::uint16_t>(start.begin), runs[start.oldRun].font});

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "workbook/TextDiff.h"
-#include "workbook/xls/biff/StringCodec.h"
 
 namespace brindle::workbook::xls {
 
@@ -42,6 +41,6 @@ std::vector<RunStart> runsAfter(const std::vector<std::size_t>& begins, std::str
 // The same for fonts, with all spans of `text` (UTF-8) replaced alike.
 std::vector<FormatRun> replacedRuns(const std::vector<FormatRun>& runs, std::string_view text,
                                     const std::vector<TextSpan>& spans,
-                                    std::string_view replacement, const StringCodec& codec);
+                                    std::string_view replacement, const CharacterCount& count);
 
 }  // namespace brindle::workbook::xls

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/WorkbookGlobals.h"
 
-#include <unordered_set>
+#include <algorithm>
 
 #include "base/ByteReader.h"
 #include "base/Error.h"
@@ -47,6 +47,18 @@ std::size_t walk(std::string_view stream, const Use& use) {
         }
     }
     return reader.offset();
+}
+
+// Whether the substream at `offset` ends before `limit`.
+bool endsBefore(std::string_view stream, std::size_t offset, std::size_t limit) {
+    RecordReader reader(stream, offset);
+    Record record;
+    int depth = 0;
+    while (reader.offset() < limit && reader.next(record)) {
+        if (isBof(record.id)) ++depth;
+        if (record.id == record::kEof && --depth <= 0) return reader.offset() <= limit;
+    }
+    return false;
 }
 
 // What kind of sheet begins there; programs for charts give their table a number of their own.
@@ -191,14 +203,19 @@ void WorkbookGlobals::readSheet(const Record& record) {
 }
 
 void WorkbookGlobals::readKinds(std::string_view stream) {
-    std::unordered_set<std::size_t> offsets;
+    std::vector<const SheetEntry*> worksheets;
     for (std::size_t i = 0; i < mSheets.size(); ++i) {
         SheetEntry& sheet = mSheets[i];
         sheet.number = i;
         sheet.isWorksheet = isWorksheet(stream, sheet, mSheetTypes[i]);
-        if (sheet.isWorksheet && !offsets.insert(sheet.offset).second) {
-            throw Error::damaged("Two sheets begin at the same place").inMember(sheet.name);
-        }
+        if (sheet.isWorksheet) worksheets.push_back(&sheet);
+    }
+    std::sort(worksheets.begin(), worksheets.end(),
+              [](const SheetEntry* a, const SheetEntry* b) { return a->offset < b->offset; });
+    for (std::size_t i = 1; i < worksheets.size(); ++i) {
+        const SheetEntry& next = *worksheets[i];
+        if (endsBefore(stream, worksheets[i - 1]->offset, next.offset)) continue;
+        throw Error::damaged("Two sheets share their records").inMember(next.name);
     }
 }
 
@@ -218,13 +235,14 @@ bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& she
             .atOffset(sheet.offset);
     }
     if (begin.body.size() < 4 || isOtherKind(begin)) return false;
-    // Dialog sheets tell themselves before their first row.
-    bool isDialog = false;
-    walk(stream.substr(sheet.offset), [&](const Record& record) {
-        if (record.id == record::kWsBool) isDialog = (firstNumber(record) & kDialogFlag) != 0;
-        return record.id != record::kWsBool && record.id != record::kDimensions;
-    });
-    return !isDialog;
+    // Dialog sheets tell themselves before their first row and their first object.
+    RecordReader reader(stream, begin.end());
+    Record record;
+    while (reader.next(record) && !isBof(record.id) && record.id != record::kEof &&
+           record.id != record::kDimensions) {
+        if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
+    }
+    return true;
 }
 
 }  // namespace brindle::workbook::xls

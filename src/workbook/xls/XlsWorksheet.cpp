@@ -5,6 +5,7 @@
 
 #include "base/Error.h"
 #include "workbook/xls/biff/SheetRecords.h"
+#include "workbook/xls/CellLabel.h"
 #include "workbook/xls/CellWriter.h"
 #include "workbook/xls/XlsDocument.h"
 
@@ -116,7 +117,7 @@ CellContent XlsWorksheet::contentInFile(const Candidate& candidate) {
         case CellKind::Label:
         case CellKind::RichLabel:
             content.kind = Kind::Text;
-            content.item = mTexts->label(cell);
+            content.item = readLabel(cell, mDocument.globals().codec());
             break;
         case CellKind::Number:
             content.kind = Kind::Number;

@@ -52,6 +52,9 @@ void XlsWorksheet::checkMayChange(const CellContent& content) {
     if (content.block == Block::Array) {
         throw Error::refused("You cannot change part of an array");
     }
+    if (content.item.unit == StringItem::Unit::Unknown) {
+        throw Error::refused("The text is written in a form that cannot be changed");
+    }
     if (content.isHidden) {
         throw Error::refused("The formula is written in a form that cannot be changed");
     }
