@@ -8,6 +8,7 @@
 #include "base/Text.h"
 #include "workbook/formula/SingleCell.h"
 #include "workbook/ReadOnlyState.h"
+#include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/Protection.h"
 #include "workbook/xls/StreamCheck.h"
 #include "workbook/xls/StreamWriter.h"
@@ -146,16 +147,19 @@ void XlsDocument::placeStrings() {
             }
         }
     }
-    // Cells of sheets that were not looked through may use any string.
-    const bool allSeen = mWorksheets.size() == mGlobals.sheets().size() &&
-                         std::all_of(mWorksheets.begin(), mWorksheets.end(),
+    const bool allSeen = std::all_of(mWorksheets.begin(), mWorksheets.end(),
                                      [](const auto& sheet) { return sheet->isIndexed(); });
     std::unordered_map<std::uint32_t, std::size_t> references;
-    for (const auto& sheet : mWorksheets) {
-        if (!allSeen || byString.empty()) break;
-        for (const Candidate& candidate : sheet->index().candidates().all()) {
-            if (byString.count(candidate.sharedString)) ++references[candidate.sharedString];
+    const auto count = [&](std::uint32_t index) {
+        if (byString.count(index)) ++references[index];
+    };
+    if (allSeen && !byString.empty()) {
+        for (const auto& sheet : mWorksheets) {
+            for (const Candidate& candidate : sheet->index().candidates().all()) {
+                count(candidate.sharedString);
+            }
         }
+        forEachStringElsewhere(count);
     }
     for (const auto& [index, edits] : byString) {
         const StringItem& item = edits.front()->content.item;
@@ -176,6 +180,20 @@ void XlsDocument::placeStrings() {
             const bool isShared = edit->content.kind == EnteredCell::Kind::Text;
             if (isShared) edit->sharedString = mStrings.add(edit->content.item);
             mStrings.countReferences((isShared ? 1 : 0) - (wasShared ? 1 : 0));
+        }
+    }
+}
+
+// The strings of macro sheets and others that are not searched.
+void XlsDocument::forEachStringElsewhere(const std::function<void(std::uint32_t)>& visit) const {
+    for (const SheetEntry& sheet : mGlobals.sheets()) {
+        if (sheet.isWorksheet) continue;
+        SheetRecords records(mFile.stream(), sheet.offset);
+        Record record;
+        while (records.next(record)) {
+            const CellShape shape = cellShape(record.id, mGlobals.version());
+            if (shape != CellShape::SharedString) continue;
+            visit(cellOf(record, shape, mGlobals.version()).sharedString);
         }
     }
 }

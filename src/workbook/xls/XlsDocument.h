@@ -2,6 +2,7 @@
 // Workbooks in the binary formats .xls, .xlt and .xl.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -57,6 +58,7 @@ private:
     bool hasChangedCells() const;
     bool isStreamChanged() const;
     void placeStrings();
+    void forEachStringElsewhere(const std::function<void(std::uint32_t)>& visit) const;
     std::string changedStream();
     void appendRecalculation(std::vector<RecordSplice>& splices) const;
 
