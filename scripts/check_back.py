@@ -163,17 +163,20 @@ class BackChecker(check_corpus.Checker):
 
     # --- LibreOffice ------------------------------------------------------------------------
     def check_libreoffice(self):
-        source, target = os.path.join(self.work, 'in'), os.path.join(self.work, 'out')
-        os.mkdir(source)
-        files = []
-        for number, (name, _, _, _, *paths) in enumerate(self.converted):
-            for step, path in zip(('old', 'new', 'back'), paths):
-                files.append(os.path.join(source, f'{number}-{step}.xls'))
-                check_binary.plain_copy(path, self.passwords.get(name, ''), files[-1])
-        office_cells.convert(files, target, os.path.join(self.work, 'profile'))
+        # A sheet without a name is called like the file, which is so the same at each step.
+        steps = ('old', 'new', 'back')
+        for step, place in zip(steps, (4, 5, 6)):
+            source = os.path.join(self.work, 'in ' + step)
+            os.mkdir(source)
+            files = [os.path.join(source, f'{i}.xls') for i in range(len(self.converted))]
+            for item, file in zip(self.converted, files):
+                check_binary.plain_copy(item[place], self.passwords.get(item[0], ''), file)
+            office_cells.convert(files, os.path.join(self.work, 'out ' + step),
+                                 os.path.join(self.work, 'profile'))
         for number, (name, kind, word, new_word, *_) in enumerate(self.converted):
-            old, new, back = (office_cells.cells(os.path.join(target, f'{number}-{step}.xls'))
-                              for step in ('old', 'new', 'back'))
+            old, new, back = (office_cells.cells(os.path.join(self.work, 'out ' + step,
+                                                              f'{number}.xls'))
+                              for step in steps)
             if old is None:
                 print(f'{name}: LibreOffice cannot read it')
             elif new is None or back is None:
@@ -204,7 +207,8 @@ def is_volatile(cell):
 def is_change(before, after, word, new_word):
     """Whether this is what the replacement of a word makes, or a formula's result that follows."""
     if before.formula:
-        return after.formula == before.formula or new_word.strip('=') in after.formula
+        return after.formula is not None and (after.formula == before.formula
+                                              or FACTOR in after.formula or MARK in after.formula)
     return replaced(before.text, word, new_word) == after.text or MARK in after.text
 
 

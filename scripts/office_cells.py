@@ -70,7 +70,8 @@ def cell_of(element):
                   if element.get(OFFICE + name) is not None), None)
     # Neither comments nor drawings that are anchored to the cell.
     text = '\n'.join(''.join(p.itertext()) for p in element if p.tag == PARAGRAPH)
-    return Cell(kind, element.get(TABLE + 'formula'), value, text) if kind else None
+    formula = element.get(TABLE + 'formula')
+    return Cell(kind, formula, value, text) if kind or formula else None
 
 
 def texts(path):
