@@ -1,6 +1,7 @@
 """What check_corpus.py needs to know of binary workbooks: their streams (by olefile), their texts
 (by xlrd), and what a program that reads them could stumble over.
 """
+import collections
 import io
 import os
 import re
@@ -19,6 +20,7 @@ BOF_IDS = (0x0009, 0x0209, 0x0409, 0x0809)
 EOF, BOUNDSHEET, INDEX, DBCELL, ROW, SST, EXTSST, CONTINUE = (
     0x0A, 0x85, 0x20B, 0xD7, 0x208, 0xFC, 0xFF, 0x3C)
 FILEPASS, DEFCOLWIDTH = 0x2F, 0x55
+PLACES = {INDEX, DBCELL}  # of other records, to be checked by themselves
 FORMULAS = (0x06, 0x206, 0x406)
 CELLS = (0x06, 0xBD, 0xBE, 0xD6, 0xFD, 0x201, 0x203, 0x204, 0x205, 0x27E)
 
@@ -62,7 +64,7 @@ def decrypted(stream, password):
 
 
 def members(path):
-    """Streams and storages by path: content, class id, times; the order is that of the file."""
+    """Streams and storages by path: content, class id, state bits, times."""
     if not olefile.isOleFile(path):
         with open(path, 'rb') as file:
             return {'Workbook': (file.read(),)}
@@ -73,17 +75,22 @@ def members(path):
             content = b''
             if compound.get_type(name) == olefile.STGTY_STREAM:
                 content = compound.openstream(name).read()
-            found[place] = (content, compound.getclsid(name),
-                            compound.getctime(name), compound.getmtime(name))
+            found[place] = (content, *attributes(compound.direntries[compound._find(name)]))
+        # The order of all entries, but for the copy for older programs, which may go.
+        names = [entry.name for entry in compound.direntries if entry]
+        if 'workbook' in [name.lower() for name in names] and 'Book' in names:
+            names.remove('Book')
+        found['/'] = (names, *attributes(compound.root))
     return found
 
 
+def attributes(entry):
+    return entry.clsid, entry.dwUserFlags, entry.createTime, entry.modifyTime
+
+
 def workbook_stream(path):
-    streams = members(path)
-    for name in streams:
-        if name.lower() in ('workbook', 'book'):
-            return streams[name][0]
-    return b''
+    streams = {name.lower(): stream for name, stream in members(path).items()}
+    return streams.get('workbook', streams.get('book', (b'',)))[0]
 
 
 def records(stream):
@@ -153,16 +160,8 @@ def check_blocks(all_records, found):
 
 def check_strings(all_records, stream, found):
     """EXTSST against where the strings really begin."""
-    table = next((index for index, one in enumerate(all_records) if one[1] == SST), None)
-    if table is None:
-        return
-    pieces = [(all_records[table][0], all_records[table][2])]
-    for offset, number, body in all_records[table + 1:]:
-        if number != CONTINUE:
-            break
-        pieces.append((offset, body))
     try:
-        places = string_places(pieces)
+        places = [string.place for string in shared_strings(all_records)]
     except (IndexError, struct.error):
         found.append('the shared strings are cut')
         return
@@ -206,31 +205,46 @@ class Pieces:
         return taken
 
 
-def string_places(pieces):
-    count = struct.unpack_from('<I', pieces[0][1], 4)[0]
-    reader, places = Pieces(pieces), []
-    for _ in range(count):
+SharedString = collections.namedtuple('SharedString', 'place text is_wide runs phonetic')
+
+
+def shared_strings(all_records):
+    """Of the records of a stream; none of them when there is no table of strings."""
+    table = next((index for index, one in enumerate(all_records) if one[1] == SST), None)
+    if table is None:
+        return []
+    pieces = [(all_records[table][0], all_records[table][2])]
+    for offset, number, body in all_records[table + 1:]:
+        if number != CONTINUE:
+            break
+        pieces.append((offset, body))
+    reader, found = Pieces(pieces), []
+    for _ in range(struct.unpack_from('<I', pieces[0][1], 4)[0]):
         if not reader.room():
             reader.advance()
-        places.append(reader.place())
+        place = reader.place()
         length, flags = struct.unpack('<HB', reader.take(3))
         runs = struct.unpack('<H', reader.take(2))[0] if flags & 8 else 0
         phonetic = struct.unpack('<I', reader.take(4))[0] if flags & 4 else 0
-        wide = flags & 1
+        wide, text = flags & 1, ''
         while length:
             if not reader.room():
                 reader.advance()
                 wide = reader.take(1)[0] & 1
             fit = min(length, reader.room() // (2 if wide else 1))
-            reader.take(fit * (2 if wide else 1))
+            text += reader.take(fit * (1 + wide)).decode('utf-16-le' if wide else 'latin-1',
+                                                         'surrogatepass')
             length -= fit
-        reader.take(4 * runs + phonetic)
-    return places
+        found.append(SharedString(place, text, flags & 1, reader.take(4 * runs),
+                                  reader.take(phonetic)))
+    return found
 
 
 def formula_cells(stream):
-    """Sheet, row and column of every formula; sheets without names are left out."""
+    """Sheet, row and column of every formula; a sheet without a name is called as xlrd does."""
     sheets, found, sheet = {}, set(), None
+    if stream[:2] != struct.pack('<H', BOF_IDS[-1]):
+        sheets[0] = 'Sheet 1'
     for offset, number, body in records(stream):
         if number == BOUNDSHEET:
             wide = len(body) > 7 and body[7] & 1 and body[6] * 2 + 8 == len(body)
@@ -245,14 +259,20 @@ def formula_cells(stream):
     return found
 
 
+def opened(path, **options):
+    """The workbook by xlrd, without a word about its oddities."""
+    import xlrd
+    with warnings.catch_warnings():
+        warnings.simplefilter('ignore')
+        return xlrd.open_workbook(path, logfile=io.StringIO(), on_demand=False, **options)
+
+
 def texts(path):
     """Cells by sheet and place as xlrd sees them; None when it cannot read the file."""
     import xlrd
     found = {}
     try:
-        with warnings.catch_warnings():
-            warnings.simplefilter('ignore')
-            workbook = xlrd.open_workbook(path, logfile=io.StringIO(), on_demand=False)
+        workbook = opened(path)
         # xlrd shows last results, which a changed formula has not got any more.
         formulas = formula_cells(workbook_stream(path))
         for sheet in workbook.sheets():
@@ -265,4 +285,36 @@ def texts(path):
     except Exception as error:  # whatever stops the other reader says nothing about us
         print(f'  xlrd: {error!r}')
         return None
+    return found
+
+
+def search_texts(path):
+    """What a search meets in the cells without a formula, by sheet and place; None when xlrd cannot
+    read the file."""
+    import xlrd
+    try:
+        book = opened(path, formatting_info=True)
+    except Exception as error:  # whatever stops the other reader says nothing about us
+        print(f'  xlrd: {error!r}')
+        return None
+    formulas = formula_cells(workbook_stream(path))
+    found = {}
+    for sheet in book.sheets():
+        for row in range(sheet.nrows):
+            for column, cell in enumerate(sheet.row(row)):
+                if (sheet.name, row, column) in formulas:
+                    continue
+                if cell.ctype == xlrd.XL_CELL_TEXT:
+                    text = cell.value
+                elif cell.ctype in (xlrd.XL_CELL_NUMBER, xlrd.XL_CELL_DATE):
+                    form = book.xf_list[cell.xf_index].format_key
+                    text = edit_text(cell.value, book.format_map[form].format_str or '',
+                                     book.datemode == 1)
+                elif cell.ctype == xlrd.XL_CELL_BOOLEAN:
+                    text = edit_text(bool(cell.value), '')
+                elif cell.ctype == xlrd.XL_CELL_ERROR:
+                    text = xlrd.error_text_from_code[cell.value]
+                else:
+                    continue
+                found[sheet.name, row, column] = text
     return found

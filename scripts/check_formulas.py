@@ -190,6 +190,8 @@ class XlrdReader:
         try:
             text = xlrd.formula.decompile_formula(book, tokens, len(tokens), kind, row, column)
         except Exception:  # it gives up on arrays, cells beyond the edge and more
+            text = None
+        if text is None:
             return GAVE_UP
         text = re.sub(r'(?<=!)(\$?[A-Z]+\$?\d+):\1(?!\d)', r'\1', text)
         return re.sub(r'CALL_ADDIN\("?([^",)]*)"?,?', r'\1(', text)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
@@ -15,8 +16,7 @@
 namespace brindle::workbook {
 
 // A string that all of its cells exchange for the same new one is changed where it stands. The
-// others become new strings. `hasOtherSheets` tells that there are sheets whose cells are not
-// known; they may use any string.
+// others become new strings.
 //
 // The edits of a sheet have the Candidate `cell`, get `sharedString` or `isInPlace`, and tell
 // isSharedText(), whether the content goes into the shared strings; item(), what goes there;
@@ -30,11 +30,13 @@ class StringPlacement {
 public:
     StringPlacement(const Sheets& sheets, Strings& strings) : mSheets(sheets), mStrings(strings) {}
 
-    void place(bool hasOtherSheets) {
+    // `hasOtherSheets` tells that there are sheets whose cells are not known; they may use any
+    // string. `elsewhere` are strings that known cells of other sheets use, one for each cell.
+    void place(bool hasOtherSheets, std::span<const std::uint32_t> elsewhere = {}) {
         const bool areAllKnown =
             !hasOtherSheets && std::all_of(mSheets.begin(), mSheets.end(),
                                            [](const auto& sheet) { return sheet->isIndexed(); });
-        if (areAllKnown) placeInPlace();
+        if (areAllKnown) placeInPlace(elsewhere);
         for (const auto& sheet : mSheets) {
             for (Edit* edit : sheet->edits()) {
                 if (!edit->isInPlace) add(*edit);
@@ -52,7 +54,8 @@ private:
         return edit.cell.sharedString != Candidate::kNoString;
     }
 
-    std::unordered_map<std::uint32_t, Use> usesOfChanged() const {
+    std::unordered_map<std::uint32_t, Use> usesOfChanged(
+        std::span<const std::uint32_t> elsewhere) const {
         std::unordered_map<std::uint32_t, Use> uses;
         for (const auto& sheet : mSheets) {
             for (Edit* edit : sheet->edits()) {
@@ -66,11 +69,15 @@ private:
                 if (use != uses.end()) ++use->second.cells;
             }
         }
+        for (const std::uint32_t index : elsewhere) {
+            const auto use = uses.find(index);
+            if (use != uses.end()) ++use->second.cells;
+        }
         return uses;
     }
 
-    void placeInPlace() {
-        for (const auto& [index, use] : usesOfChanged()) {
+    void placeInPlace(std::span<const std::uint32_t> elsewhere) {
+        for (const auto& [index, use] : usesOfChanged(elsewhere)) {
             const Edit& first = *use.edits.front();
             const bool isSame =
                 use.edits.size() == use.cells &&

@@ -8,6 +8,7 @@
 #include "workbook/formula/SingleCell.h"
 #include "workbook/ReadOnlyState.h"
 #include "workbook/StringPlacement.h"
+#include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/Protection.h"
 #include "workbook/xls/StreamCheck.h"
 #include "workbook/xls/StreamWriter.h"
@@ -22,6 +23,12 @@ std::string nameOfFile(const std::string& path) {
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
     const std::size_t dot = name.rfind('.');
     return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+}
+
+// Sheets that are not searched need not be where the workbook says.
+bool hasSheet(std::string_view stream, std::size_t offset) {
+    const auto id = RecordReader(stream, offset).peek();
+    return id && isBof(*id);
 }
 
 }  // namespace
@@ -137,6 +144,23 @@ bool XlsDocument::isChanged() const {
     return !mIsSaved && (isStreamChanged() || (mProperties && mProperties->isChanged()));
 }
 
+// Of macro sheets and others that are not searched.
+std::optional<std::vector<std::uint32_t>> XlsDocument::stringsElsewhere() const {
+    std::vector<std::uint32_t> strings;
+    for (const SheetEntry& sheet : mGlobals.sheets()) {
+        if (sheet.isWorksheet) continue;
+        if (!hasSheet(mFile.stream(), sheet.offset)) return std::nullopt;
+        SheetRecords records(mFile.stream(), sheet.offset);
+        Record record;
+        while (records.next(record)) {
+            const CellShape shape = cellShape(record.id, mGlobals.version());
+            if (shape != CellShape::SharedString) continue;
+            strings.push_back(cellOf(record, shape, mGlobals.version()).sharedString);
+        }
+    }
+    return strings;
+}
+
 // A workbook that was calculated by no known version is calculated anew when it is opened.
 void XlsDocument::appendRecalculation(std::vector<RecordSplice>& splices) const {
     constexpr std::size_t kEngineAt = 4;
@@ -156,8 +180,9 @@ void XlsDocument::appendRecalculation(std::vector<RecordSplice>& splices) const 
 
 std::string XlsDocument::changedStream() {
     if (mGlobals.version() == Version::Biff8) {
+        const auto elsewhere = stringsElsewhere();
         StringPlacement(mWorksheets, mStrings)
-            .place(mWorksheets.size() != mGlobals.sheets().size());
+            .place(!elsewhere, elsewhere.value_or(std::vector<std::uint32_t>()));
     }
     std::vector<RecordSplice> splices;
     for (const auto& sheet : mWorksheets) sheet->appendSplices(splices);

@@ -2,6 +2,7 @@
 // Workbooks in the binary formats .xls, .xlt and .xl.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -56,6 +57,9 @@ private:
     WorkbookProperties& properties();
     bool hasChangedCells() const;
     bool isStreamChanged() const;
+    // The shared strings that cells of other kinds of sheets use, one for each cell; nothing when
+    // it cannot be told.
+    std::optional<std::vector<std::uint32_t>> stringsElsewhere() const;
     std::string changedStream();
     void appendRecalculation(std::vector<RecordSplice>& splices) const;
 
