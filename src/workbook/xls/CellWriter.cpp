@@ -7,8 +7,8 @@
 
 #include "base/Error.h"
 #include "base/LittleEndian.h"
-#include "workbook/xls/formula/TokenReader.h"
 #include "workbook/xls/biff/SheetRecords.h"
+#include "workbook/xls/formula/TokenReader.h"
 
 namespace brindle::workbook::xls {
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/xls/WorkbookGlobals.h"
 
+#include <unordered_set>
+
 #include "base/ByteReader.h"
 #include "base/Error.h"
 
@@ -102,6 +104,7 @@ WorkbookGlobals::WorkbookGlobals(std::string_view stream, Version version,
         mSheets[i].number = i;
         mSheets[i].isWorksheet = isWorksheet(stream, mSheets[i], mSheetTypes[i]);
     }
+    checkNoSheetTwice();
     mFormats->finish();
     std::vector<std::string> names;
     for (const SheetEntry& sheet : mSheets) names.push_back(sheet.name);
@@ -171,6 +174,17 @@ void WorkbookGlobals::readSheet(const Record& record) {
     mSheetTypes.push_back(body.number<std::uint8_t>());
     sheet.name = mCodec->readShort(body);
     mSheets.push_back(std::move(sheet));
+}
+
+// What is changed on one would be changed on the other, too.
+void WorkbookGlobals::checkNoSheetTwice() const {
+    std::unordered_set<std::size_t> offsets;
+    for (const SheetEntry& sheet : mSheets) {
+        if (!sheet.isWorksheet || offsets.insert(sheet.offset).second) continue;
+        throw Error::damaged("Two sheets begin at one place")
+            .inMember(sheet.name)
+            .atOffset(sheet.offset);
+    }
 }
 
 void WorkbookGlobals::readWindow(const Record& record) {

@@ -55,6 +55,7 @@ private:
     void readRecords(std::string_view stream);
     void readRecord(std::string_view stream, const Record& record);
     void readSheet(const Record& record);
+    void checkNoSheetTwice() const;
     void readWindow(const Record& record);
     bool isWorksheet(std::string_view stream, const SheetEntry& sheet, std::uint8_t type) const;
 

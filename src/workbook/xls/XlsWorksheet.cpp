@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "base/Error.h"
-#include "workbook/xls/CellWriter.h"
 #include "workbook/xls/biff/SheetRecords.h"
+#include "workbook/xls/CellWriter.h"
 #include "workbook/xls/XlsDocument.h"
 
 namespace brindle::workbook::xls {
@@ -29,16 +29,15 @@ LinkTable& XlsWorksheet::links() {
     if (mDocument.globals().version() != Version::Biff5) return mDocument.globals().links();
     if (!mOwnLinks) {
         const std::string_view stream = mDocument.texts().stream;
-        LinkTable links = mDocument.globals().links().forSheet();
+        mOwnLinks = mDocument.globals().links().forSheet();
         SheetRecords records(stream, mEntry.offset);
         Record record;
         while (records.next(record) && record.id != record::kDimensions) {
             if (!LinkTable::concerns(record.id)) continue;
             std::size_t end = 0;
             const std::string body = continuedBody(stream, record, &end);
-            links.learn(record, body, end);
+            mOwnLinks->learn(record, body, end);
         }
-        mOwnLinks = std::move(links);
     }
     return *mOwnLinks;
 }
