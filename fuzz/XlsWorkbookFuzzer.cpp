@@ -9,7 +9,10 @@
 #include "base/Text.h"
 #include "RecordMutator.h"
 #include "workbook/package/CompoundFile.h"
+#include "workbook/xls/biff/Biff.h"
+#include "workbook/xls/biff/RecordReader.h"
 #include "workbook/xls/WorkbookFile.h"
+#include "workbook/xls/XlsFormat.h"
 #include "WorkbookInMemory.h"
 
 namespace {
@@ -30,6 +33,8 @@ const std::vector<std::vector<Replacement>> kRuns = {
     {{"a*", true, "=B2+SUM($C$3:D4)"}, {"e", false, "\xD0\xB4"}, {"$", false, ""}},
     {{"1", true, "3/4/2001"}, {"e", false, kLong.c_str()}, {"2", false, "17.5"}},
 };
+constexpr std::uint16_t kOldXf = 0x0043;  // and 0x0243, 0x0443
+constexpr std::size_t kAddsFormats = 3;
 constexpr std::size_t kMostSheets = 12;
 constexpr std::size_t kMostCells = 300;
 
@@ -148,9 +153,10 @@ SheetCells cellsOf(Worksheet& sheet, const std::vector<CellMatch>& matches) {
     return cells;
 }
 
-std::string valueOf(Worksheet& sheet, CellPosition position) {
+// Nothing when a cell of the sheet cannot be read, which need not be this one.
+std::optional<std::string> valueOf(Worksheet& sheet, CellPosition position) {
     std::string text;
-    succeeds([&] { text = sheet.cellValue(position).text; });
+    if (!succeeds([&] { text = sheet.cellValue(position).text; })) return std::nullopt;
     return text;
 }
 
@@ -168,7 +174,8 @@ SheetCells replaceCells(Worksheet& sheet, const std::vector<Replacement>& run,
     for (const CellPosition& cell : before) {
         if (cells.untouched.size() == kMostCells) break;
         if (std::binary_search(touched.begin(), touched.end(), cell)) continue;
-        cells.untouched.emplace_back(cell, valueOf(sheet, cell));
+        const auto text = valueOf(sheet, cell);
+        if (text) cells.untouched.emplace_back(cell, *text);
     }
     return cells;
 }
@@ -201,9 +208,47 @@ std::vector<std::string> keptStreams(const std::string& bytes) {
     return kept;
 }
 
+// Whether cells name formats that the workbook does not have: a run that adds a format would give
+// it to them. Encrypted records may look like that, too.
+bool namesMissingFormats(const std::string& bytes) {
+    std::string stream = bytes;
+    if (package::CompoundFile::hasSignature(bytes)) {
+        const MemorySource source(bytes);
+        const package::CompoundFile file(source);
+        auto entry = file.find("Workbook");
+        if (!entry) entry = file.find("Book");
+        if (!entry) return false;
+        stream = file.read(*entry).view();
+    }
+    std::size_t formats = 0;
+    std::size_t named = 0;
+    bool isGlobal = true;
+    xls::RecordReader reader(stream);
+    for (xls::Record record; reader.next(record);) {
+        if (record.id == xls::record::kEof) isGlobal = false;
+        const bool isFormat = record.id == xls::record::kXf || (record.id & 0xF9FF) == kOldXf;
+        if (isFormat && isGlobal) ++formats;
+        const bool isCell = (record.id & 0xFF) <= 6 || record.id == xls::record::kRk;
+        const bool isMany = record.id == xls::record::kMulRk;
+        for (std::size_t at = 4; at + 6 <= record.body.size(); at += 6) {
+            if (!isCell && !isMany && record.id != xls::record::kLabelSst) break;
+            const auto format = getLittleEndian<std::uint16_t>(record.body.data() + at);
+            named = std::max<std::size_t>(named, format + 1u);
+            if (!isMany) break;
+        }
+    }
+    return named > formats;
+}
+
 void check(const std::string& bytes) {
     const fuzz::MemoryFile file(bytes);
-    const auto& run = kRuns[bytes.size() % kRuns.size()];
+    const std::size_t choice = bytes.size() % kRuns.size();
+    const auto& run = kRuns[choice];
+    bool isOdd = false;
+    if (choice == kAddsFormats &&
+        (!succeeds([&] { isOdd = namesMissingFormats(bytes); }) || isOdd)) {
+        return;
+    }
     const std::vector<CellMatch> matches = matchesOf(run);
     OpenOptions options;
     options.password = "password";
@@ -212,7 +257,7 @@ void check(const std::string& bytes) {
     std::vector<SheetCells> cells;
     bool isSaved = false;
     const bool isGood = succeeds([&] {
-        const auto document = openDocument(file.path(), options);
+        const auto document = xls::open(std::make_unique<InputFile>(file.path()), options);
         const std::size_t sheets = std::min(document->worksheetCount(), kMostSheets);
         for (const Scope& scope : scopesOf(*document)) {
             for (std::size_t i = 1; i < run.size(); ++i) replaceTexts(scope, run[i]);
@@ -228,7 +273,7 @@ void check(const std::string& bytes) {
     const std::string after = readWholeFile(file.path());
     if (!isGood || !isSaved) fuzz::require(after == bytes);
     if (!isGood) return;
-    const auto document = openDocument(file.path(), options);
+    const auto document = xls::open(std::make_unique<InputFile>(file.path()), options);
     fuzz::require(allTexts(*document) == texts);
     for (std::size_t i = 0; i < cells.size(); ++i) {
         requireCells(document->worksheet(i), cells[i], matches);

@@ -223,7 +223,9 @@ std::size_t SharedStrings::insertionPoint() const {
     while (reader.next(record)) {
         const bool isBehind =
             std::find(kBehindTable.begin(), kBehindTable.end(), record.id) != kBehindTable.end();
-        if (isBehind || record.id == record::kEof) return record.offset;
+        // The globals may have lost their end.
+        const bool isNext = isBof(record.id) && record.offset != 0;
+        if (isBehind || isNext || record.id == record::kEof) return record.offset;
     }
     throw Error::damaged("The workbook has no end");
 }

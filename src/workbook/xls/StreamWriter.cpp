@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "base/Error.h"
+#include "base/LittleEndian.h"
 #include "workbook/xls/biff/CellRow.h"
 #include "workbook/xls/biff/SubstreamReader.h"
 #include "workbook/xls/OffsetMap.h"
@@ -42,10 +44,10 @@ public:
     // Offsets of records in order, and at last what is behind the last one.
     void pass(std::size_t offset) {
         while (mNext < mEdges.size() && mEdges[mNext] == offset) ++mNext;
-        if (mNext < mEdges.size() && mEdges[mNext] < offset) throw badSplice(mEdges[mNext]);
     }
-    void finish() const {
-        if (mNext < mEdges.size()) throw badSplice(mEdges[mNext]);
+    // The first edge that no record has.
+    std::optional<std::size_t> missed() const {
+        return mNext < mEdges.size() ? std::optional(mEdges[mNext]) : std::nullopt;
     }
 
 private:
@@ -53,9 +55,22 @@ private:
     std::size_t mNext = 0;
 };
 
+// Sheets that begin within a record or behind a gap are seen by who follows their offsets only.
+void requireSheets(std::string_view stream, const std::vector<std::size_t>& boundSheets,
+                   const std::vector<std::size_t>& bofs) {
+    for (const std::size_t offset : boundSheets) {
+        const Record record = recordAt(stream, offset);
+        if (record.body.size() < sizeof(std::uint32_t)) continue;
+        const auto sheet = getLittleEndian<std::uint32_t>(record.body.data());
+        if (std::binary_search(bofs.begin(), bofs.end(), sheet)) continue;
+        throw Error::damaged("The sheets of the workbook do not follow each other").atOffset(sheet);
+    }
+}
+
 OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
     OffsetRecords found;
     SubstreamReader reader(stream);
+    std::vector<std::size_t> bofs;
     std::size_t end = 0;
     for (Record record; reader.next(record);) {
         edges.pass(record.offset);
@@ -66,6 +81,7 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
             case record::kBof4:
             case record::kBof3:
             case record::kBof2:
+                bofs.push_back(record.offset);
                 if (reader.depth() == 1) found.sheets.push_back({record.offset, {}, {}});
                 break;
             case record::kBoundSheet:
@@ -86,7 +102,10 @@ OffsetRecords offsetRecords(std::string_view stream, SpliceEdges& edges) {
         }
     }
     edges.pass(end);
-    edges.finish();
+    if (const auto missed = edges.missed()) {
+        requireSheets(stream, found.boundSheets, bofs);
+        throw badSplice(*missed);
+    }
     return found;
 }
 
