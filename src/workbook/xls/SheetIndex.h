@@ -26,7 +26,9 @@ private:
     void look(std::size_t sheetOffset);
     void lookAt(const Record& record, CellShape shape);
     PatternMask maskOf(const CellRecord& cell);
-    PatternMask maskOfNumber(const CellRecord& cell);
+    void lookAtNumbers(const Record& record, CellShape shape);
+    PatternMask maskOfNumber(StoredNumber stored) const;
+    PatternMask maskOfFormula(const CellRecord& cell);
     void add(const CellRecord& cell, PatternMask mask);
 
     const WorkbookTexts& mWorkbook;
@@ -37,6 +39,7 @@ private:
     std::uint32_t mLast = 0;  // row and column of the record before
     bool mIsOrdered = true;
     bool mHasFormulas = false;
+    bool mHaveAllLetterRuns;  // every pattern needs a long word
     std::string mScratch;
 };
 
