@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
 namespace brindle::workbook {
@@ -20,9 +19,8 @@ constexpr std::string_view kNotFinite = "#NUM!";
 
 // d.ddd times ten to the exponent; no trailing zeros, no digits at all for zero.
 struct Decimal {
-    static constexpr std::size_t kMostDigits = 20;
     bool negative = false;
-    std::array<char, 2 * kMostDigits> digits{};  // with room for whole blocks to be copied
+    std::array<char, 20> digits{};
     int count = 0;
     int exponent = 0;
 };
@@ -42,24 +40,6 @@ Decimal readScientific(const char* begin, const char* end) {
            decimal.digits[static_cast<std::size_t>(decimal.count - 1)] == '0') {
         --decimal.count;
     }
-    return decimal;
-}
-
-// Most numbers are whole or have cents, whose digits are quickly told: a decimal number of at most
-// 15 digits is the shortest one of its double, and no rounding changes it.
-std::optional<Decimal> fromHundredths(double value) {
-    constexpr double kLargest = 1e13;
-    if (!(std::fabs(value) < kLargest)) return std::nullopt;
-    const auto hundredths = static_cast<std::int64_t>(value * 100 + (value < 0 ? -0.5 : 0.5));
-    if (static_cast<double>(hundredths) / 100 != value) return std::nullopt;
-    Decimal decimal;
-    if (hundredths == 0) return decimal;
-    decimal.negative = hundredths < 0;
-    char* const digits = decimal.digits.data();
-    const auto made = std::to_chars(digits, digits + Decimal::kMostDigits, std::abs(hundredths));
-    decimal.count = static_cast<int>(made.ptr - digits);
-    decimal.exponent = decimal.count - 3;
-    while (decimal.digits[static_cast<std::size_t>(decimal.count - 1)] == '0') --decimal.count;
     return decimal;
 }
 
@@ -89,7 +69,6 @@ bool roundShortest(Decimal& decimal) {
 
 // The value rounded to 15 significant digits.
 Decimal toDecimal(double value) {
-    if (const auto decimal = fromHundredths(value)) return *decimal;
     std::array<char, 40> text;
     char* const end = text.data() + text.size();
     // The shortest form is the quicker one to make, and with at most 15 digits it is the rounded
@@ -117,18 +96,12 @@ void appendPlain(std::string& out, const Decimal& decimal) {
         out.append(decimal.digits.data(), count);
         return;
     }
-    // Blocks of one size are copied quicker than just the digits that there are.
-    constexpr std::size_t kBlock = Decimal::kMostDigits;
     const auto whole = static_cast<std::size_t>(decimal.exponent + 1);
-    std::array<char, kLongestPlainText + 2 * kBlock> text;
-    std::memcpy(text.data(), decimal.digits.data(), kBlock);
+    out.append(decimal.digits.data(), std::min(count, whole));
+    if (count < whole) out.append(whole - count, '0');
     if (count > whole) {
-        text[whole] = '.';
-        std::memcpy(text.data() + whole + 1, decimal.digits.data() + whole, kBlock);
-        out.append(text.data(), count + 1);
-    } else {
-        std::memset(text.data() + count, '0', whole - count);
-        out.append(text.data(), whole);
+        out += '.';
+        out.append(decimal.digits.data() + whole, count - whole);
     }
 }
 
@@ -155,6 +128,30 @@ void appendDecimal(std::string& out, const Decimal& decimal) {
     } else {
         appendScientific(out, decimal);
     }
+}
+
+// Most numbers are whole or have cents, whose digits are quickly told: a decimal number of at most
+// 15 digits is the shortest one of its double, and no rounding changes it. False for others.
+bool appendHundredths(std::string& out, double value) {
+    const auto count = hundredths(value);
+    if (!count) return false;
+    const auto digits = static_cast<std::uint64_t>(std::abs(*count));
+    const auto cents = static_cast<int>(digits % 100);
+    std::array<char, 24> text;
+    char* end = text.data();
+    if (*count < 0) *end++ = '-';
+    end = std::to_chars(end, text.data() + text.size(), digits / 100).ptr;
+    if (cents != 0) {
+        *end++ = '.';
+        *end++ = static_cast<char>('0' + cents / 10);
+        if (cents % 10 != 0) *end++ = static_cast<char>('0' + cents % 10);
+    }
+    out.append(text.data(), end);
+    return true;
+}
+
+void appendNumber(std::string& out, double value) {
+    if (!appendHundredths(out, value)) appendDecimal(out, toDecimal(value));
 }
 
 bool isDigit(char c) {
@@ -193,10 +190,17 @@ long magnitude(std::string_view number) {
 
 }  // namespace
 
+std::optional<std::int64_t> hundredths(double value) {
+    constexpr double kLimit = 1e13;
+    if (!(std::fabs(value) < kLimit)) return std::nullopt;
+    const auto count = static_cast<std::int64_t>(value * 100 + (value < 0 ? -0.5 : 0.5));
+    return static_cast<double>(count) / 100 == value ? std::optional(count) : std::nullopt;
+}
+
 std::string numberText(double value) {
     std::string text;
     if (!std::isfinite(value)) return std::string(kNotFinite);
-    appendDecimal(text, toDecimal(value));
+    appendNumber(text, value);
     return text;
 }
 
@@ -207,7 +211,7 @@ bool appendNumberText(std::string& out, std::string_view stored) {
     }
     const std::optional<double> value = parseDecimal(stored);
     if (!value) return false;
-    appendDecimal(out, toDecimal(*value));
+    appendNumber(out, *value);
     return true;
 }
 

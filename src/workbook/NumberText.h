@@ -3,6 +3,7 @@
 // it. United States conventions, whatever the locale.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +28,10 @@ NumberFormatKind numberFormatKind(std::string_view formatCode);
 NumberFormatKind builtInFormatKind(int formatId);
 // The code of a built-in format id (United States), empty when there is none.
 std::string_view builtInFormatCode(int formatId);
+
+// The number in hundredths, when it is a whole number of them and below 1e13: it shows no more than
+// two decimals then.
+std::optional<std::int64_t> hundredths(double value);
 
 // 15 significant digits, no trailing zeros, plain up to 21 characters (sign not counted),
 // else scientific with at least two exponent digits. Zero has no sign; what is not finite

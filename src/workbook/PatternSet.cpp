@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/PatternSet.h"
 
+#include <algorithm>
+
 namespace brindle::workbook {
 
 namespace {
@@ -21,6 +23,14 @@ std::string_view longLetterRun(std::string_view text) {
     return best.size() > 3 ? best : std::string_view();
 }
 
+// The least number that has these digits in front of its point; 0 for any other literal, and for
+// one that two decimals can hold.
+double leastNumberWith(std::string_view literal) {
+    const bool isNumber = literal.size() > 2 && literal.front() != '0' &&
+                          literal.find_first_not_of("0123456789") == std::string_view::npos;
+    return isNumber ? parseDecimal(literal).value_or(0) : 0;
+}
+
 constexpr TextClass kClasses[] = {TextClass::Number, TextClass::Percent, TextClass::Date,
                                   TextClass::Boolean, TextClass::Error};
 
@@ -34,6 +44,9 @@ PatternSet::PatternSet(std::vector<CellMatch> patterns) : mPatterns(std::move(pa
             if (pattern.couldMatch(textClass)) {
                 mPossible[static_cast<std::size_t>(textClass)] |= maskOf(i);
             }
+        }
+        if (pattern.couldMatch(TextClass::Number)) {
+            mLeastNumber = std::min(mLeastNumber, leastNumberWith(pattern.requiredLiteral()));
         }
         const std::string_view run = longLetterRun(pattern.requiredLiteral());
         mLetterRuns.emplace_back(run, pattern.caseMode());

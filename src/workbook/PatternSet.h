@@ -3,7 +3,9 @@
 #pragma once
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -40,6 +42,11 @@ public:
     // The same for a number under a format of that kind. `isSurelyDate`: its serial number has a
     // date, so that a format of dates shows one.
     PatternMask possible(NumberFormatKind kind, bool isSurelyDate) const;
+    // False when no pattern can match a number that is shown bare because each needs three or more
+    // digits that only a larger number has in front of its point.
+    bool couldMatchBare(double number) const {
+        return !(std::fabs(number) < mLeastNumber) || !hundredths(number);
+    }
     // The patterns that could match a text of which `fixedText` holds every run of more than
     // three letters.
     PatternMask possibleWithLetterRuns(std::string_view fixedText) const;
@@ -61,6 +68,7 @@ private:
     std::vector<TextFinder> mLetterRuns;  // by pattern
     std::vector<bool> mHasLetterRun;
     PatternMask mAll = 0;
+    double mLeastNumber = std::numeric_limits<double>::infinity();
     PatternMask mPossible[5] = {};
 };
 

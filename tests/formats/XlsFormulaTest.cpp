@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "workbook/formula/SheetPrefix.h"
 #include "workbook/xls/biff/RecordReader.h"
 #include "workbook/xls/formula/FormulaDecoder.h"
+#include "workbook/xls/formula/LetterRuns.h"
 #include "workbook/xls/formula/LinkTable.h"
 #include "workbook/xls/formula/TokenReader.h"
 
@@ -26,6 +28,16 @@ struct Case {
     const char* extra = "";
 };
 
+// That no long word of a formula's text is missing where they are told by its tokens alone.
+void expectLetterRuns(std::string_view tokens, const std::string& text, Version version) {
+    std::string told;
+    if (!appendLetterRuns(told, tokens, version)) return;
+    static const std::regex kLongWord("[A-Za-z]{4,}");
+    for (std::sregex_iterator word(text.begin(), text.end(), kLongWord), end; word != end; ++word) {
+        EXPECT_NE(told.find(word->str()), std::string::npos) << text;
+    }
+}
+
 void expectTexts(const Links& links, const std::vector<Case>& cases, CellPosition at = {10, 5}) {
     const LinkTable table = links.table();
     const FormulaDecoder decoder(links.codec, table);
@@ -35,7 +47,17 @@ void expectTexts(const Links& links, const std::vector<Case>& cases, CellPositio
         const auto text = decoder.text({tokens, extra}, at);
         EXPECT_EQ(text.value_or("(none)"), item.text != nullptr ? item.text : "(none)")
             << item.tokens;
+        if (text) expectLetterRuns(tokens, *text, links.codec.version());
     }
+}
+
+TEST(XlsFormulaTest, LongWordsAreToldByTheTokens) {
+    std::string told;
+    // AVERAGE(A1)+SUM(A1), then a text
+    EXPECT_TRUE(appendLetterRuns(told, fromHex("24000000c0 42010500 24000000c0 42010400 03"),
+                                 Version::Biff8));
+    EXPECT_EQ(told, "AVERAGE ");
+    EXPECT_FALSE(appendLetterRuns(told, fromHex("1703 00 612262"), Version::Biff8));
 }
 
 TEST(XlsFormulaTest, ExpressionsOfTheCurrentVersion) {

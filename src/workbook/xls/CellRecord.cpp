@@ -24,6 +24,7 @@ std::size_t neededSize(CellShape shape, Version version) {
     switch (shape) {
         case CellShape::SharedString:
         case CellShape::Rk:
+        case CellShape::MulRk:
             return 4;
         case CellShape::Number:
             return 8;
@@ -90,23 +91,33 @@ std::size_t cellCount(const Record& record, CellShape shape) {
     return (size - kBeside) / kRkSize;
 }
 
+StoredNumber numberOf(const Record& record, CellShape shape, Version version, std::size_t index) {
+    const std::string_view body = record.body;
+    const std::size_t header = shape == CellShape::MulRk ? 6 : cellHeaderSize(version);
+    const std::size_t at = header + index * kRkSize;
+    if (body.size() < at + neededSize(shape, version)) failShort(record);
+    StoredNumber stored;
+    stored.format = getLittleEndian<std::uint16_t>(body.data() + 4 + index * kRkSize);
+    if (shape == CellShape::Number) {
+        stored.number = doubleAt(body.data() + at);
+    } else if (shape == CellShape::Integer) {
+        stored.number = getLittleEndian<std::uint16_t>(body.data() + at);
+    } else {
+        stored.number = rkNumber(getLittleEndian<std::uint32_t>(body.data() + at));
+    }
+    return stored;
+}
+
 CellRecord cellOf(const Record& record, CellShape shape, Version version, std::size_t index) {
     const std::string_view body = record.body;
     CellRecord cell;
     cell.begin = record.offset;
     cell.end = record.end();
-    const std::size_t header = shape == CellShape::MulRk ? 6 : cellHeaderSize(version);
+    const std::size_t header = cellHeaderSize(version);
     if (body.size() < header) failShort(record);
     cell.position.row = getLittleEndian<std::uint16_t>(body.data()) + 1;
     cell.position.column = getLittleEndian<std::uint16_t>(body.data() + 2) + 1;
-    if (shape == CellShape::MulRk) {
-        const std::size_t at = 4 + index * kRkSize;
-        if (body.size() < at + kRkSize) failShort(record);
-        cell.position.column += static_cast<std::int32_t>(index);
-        cell.format = getLittleEndian<std::uint16_t>(body.data() + at);
-        cell.number = rkNumber(getLittleEndian<std::uint32_t>(body.data() + at + 2));
-        return cell;
-    }
+    cell.position.column += static_cast<std::int32_t>(index);
     cell.format = getLittleEndian<std::uint16_t>(body.data() + 4);
     if (body.size() - header < neededSize(shape, version)) failShort(record);
     const char* const at = body.data() + header;
@@ -121,14 +132,14 @@ CellRecord cellOf(const Record& record, CellShape shape, Version version, std::s
             cell.data = body.substr(header);
             break;
         case CellShape::Integer:
-            cell.number = getLittleEndian<std::uint16_t>(at);
-            break;
         case CellShape::Number:
-            cell.number = doubleAt(at);
-            break;
         case CellShape::Rk:
-            cell.number = rkNumber(getLittleEndian<std::uint32_t>(at));
+        case CellShape::MulRk: {
+            const StoredNumber stored = numberOf(record, shape, version, index);
+            cell.format = stored.format;
+            cell.number = stored.number;
             break;
+        }
         case CellShape::BoolErr:
             cell.kind = at[1] != 0 ? CellKind::Error : CellKind::Boolean;
             cell.code = static_cast<std::uint8_t>(at[0]);
@@ -138,7 +149,6 @@ CellRecord cellOf(const Record& record, CellShape shape, Version version, std::s
             cell.data = body;
             break;
         case CellShape::None:
-        case CellShape::MulRk:
             break;
     }
     return cell;

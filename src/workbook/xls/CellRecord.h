@@ -91,6 +91,13 @@ std::size_t cellCount(const Record& record, CellShape shape);
 // when the body is too short.
 CellRecord cellOf(const Record& record, CellShape shape, Version version, std::size_t index = 0);
 
+// The number of a record that holds one, or the one at `index` of a MULRK. Throws as cellOf() does.
+struct StoredNumber {
+    std::uint16_t format = 0;  // as in CellRecord
+    double number = 0;
+};
+StoredNumber numberOf(const Record& record, CellShape shape, Version version, std::size_t index);
+
 // The parts of a FORMULA record.
 struct FormulaRecord {
     static constexpr std::uint16_t kAlwaysCalculate = 1;

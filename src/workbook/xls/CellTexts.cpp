@@ -6,6 +6,7 @@
 #include "workbook/xls/biff/ContinuedString.h"
 #include "workbook/xls/biff/ErrorCodes.h"
 #include "workbook/xls/CellLabel.h"
+#include "workbook/xls/formula/LetterRuns.h"
 #include "workbook/xls/formula/TokenReader.h"
 
 namespace brindle::workbook::xls {
@@ -66,6 +67,19 @@ bool CellTexts::appendFormula(std::string& out, const CellFormula& formula, Cell
 bool CellTexts::isShown(const CellFormula& formula, CellPosition position) {
     std::string text;
     return appendFormula(text, formula, position);
+}
+
+bool CellTexts::appendLetterRuns(std::string& out, const CellRecord& cell) {
+    const Version version = mWorkbook.codec.version();
+    // A formula that cannot be shown has its result for a text, and numbers have no long words.
+    const FormulaRecord::Result result = xls::formulaOf(cell.data, version).resultKind();
+    if (result != FormulaRecord::Result::Number && result != FormulaRecord::Result::Empty) {
+        return false;
+    }
+    const CellFormula formula = formulaOf(cell);
+    const bool isTable = formula.block && formula.block->kind == FormulaBlock::Kind::Table;
+    return !formula.isLost && !isTable &&
+           xls::appendLetterRuns(out, formula.tokens.tokens, version);
 }
 
 void CellTexts::append(std::string& out, const CellRecord& cell) {

@@ -43,6 +43,9 @@ public:
     void append(std::string& out, const CellRecord& cell);
     // The same for what a formula last gave; other cells as above.
     void appendValue(std::string& out, const CellRecord& cell);
+    // Of a formula: appends, with blanks between them, every run of more than three letters that
+    // the text has. False when that is as much work as the text itself.
+    bool appendLetterRuns(std::string& out, const CellRecord& cell);
     // The recognised value, of a formula its last result.
     CellValue value(const CellRecord& cell);
 

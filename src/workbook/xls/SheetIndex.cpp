@@ -28,7 +28,11 @@ std::uint32_t placeOf(const Record& record) {
 
 SheetIndex::SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, CellTexts& texts,
                        const PatternSet& patterns)
-    : mWorkbook(workbook), mVersion(workbook.codec.version()), mTexts(texts), mPatterns(patterns) {
+    : mWorkbook(workbook),
+      mVersion(workbook.codec.version()),
+      mTexts(texts),
+      mPatterns(patterns),
+      mHaveAllLetterRuns(patterns.possibleWithLetterRuns({}) == 0) {
     look(sheetOffset);
     if (!mIsOrdered) checkNoCellTwice(sheetOffset);
     mCandidates.finish(mIsOrdered);
@@ -83,27 +87,32 @@ void SheetIndex::lookAt(const Record& record, CellShape shape) {
         case CellShape::Number:
         case CellShape::Rk:
         case CellShape::MulRk:
-            if (mPatterns.possibleForNumbers() == 0) return;
-            break;
+            if (mPatterns.possibleForNumbers() != 0) lookAtNumbers(record, shape);
+            return;
         case CellShape::Formula:
             mHasFormulas = true;
             break;
         default:
             break;
     }
+    const CellRecord cell = cellOf(record, shape, mVersion);
+    const PatternMask mask = maskOf(cell);
+    if (mask != 0) add(cell, mask);
+}
+
+void SheetIndex::lookAtNumbers(const Record& record, CellShape shape) {
     const std::size_t count = cellCount(record, shape);
     for (std::size_t i = 0; i < count; ++i) {
-        const CellRecord cell = cellOf(record, shape, mVersion, i);
-        const PatternMask mask = maskOf(cell);
-        if (mask != 0) add(cell, mask);
+        const PatternMask mask = maskOfNumber(numberOf(record, shape, mVersion, i));
+        if (mask != 0) add(cellOf(record, shape, mVersion, i), mask);
     }
 }
 
 PatternMask SheetIndex::maskOf(const CellRecord& cell) {
     PatternMask among = ~PatternMask{0};
     switch (cell.kind) {
-        case CellKind::Number:
-            return maskOfNumber(cell);
+        case CellKind::Formula:
+            return maskOfFormula(cell);
         case CellKind::Boolean:
             among = mPatterns.possible(TextClass::Boolean);
             break;
@@ -119,11 +128,25 @@ PatternMask SheetIndex::maskOf(const CellRecord& cell) {
     return mPatterns.matching(mScratch, among);
 }
 
-PatternMask SheetIndex::maskOfNumber(const CellRecord& cell) {
-    const NumberFormatKind kind = mWorkbook.formats.style(cell.format).kind;
-    const PatternMask among = mPatterns.possible(kind, isSurelyDate(cell.number));
+PatternMask SheetIndex::maskOfNumber(StoredNumber stored) const {
+    const NumberFormatKind kind = mWorkbook.formats.style(stored.format).kind;
+    if (kind == NumberFormatKind::Plain && !mPatterns.couldMatchBare(stored.number)) return 0;
+    const PatternMask among = mPatterns.possible(kind, isSurelyDate(stored.number));
     if (among == 0) return 0;
-    return mPatterns.matching(editText(cell.number, kind, mWorkbook.date1904), among);
+    return mPatterns.matching(editText(stored.number, kind, mWorkbook.date1904), among);
+}
+
+// To make the text of a formula costs many times what a look at its tokens does.
+PatternMask SheetIndex::maskOfFormula(const CellRecord& cell) {
+    PatternMask among = ~PatternMask{0};
+    mScratch.clear();
+    if (mHaveAllLetterRuns && mTexts.appendLetterRuns(mScratch, cell)) {
+        among = mPatterns.possibleWithLetterRuns(mScratch);
+    }
+    if (among == 0) return 0;
+    mScratch.clear();
+    mTexts.append(mScratch, cell);
+    return mPatterns.matching(mScratch, among);
 }
 
 void SheetIndex::add(const CellRecord& cell, PatternMask mask) {

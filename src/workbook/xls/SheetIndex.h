@@ -27,7 +27,9 @@ private:
     void checkNoCellTwice(std::size_t sheetOffset) const;
     void lookAt(const Record& record, CellShape shape);
     PatternMask maskOf(const CellRecord& cell);
-    PatternMask maskOfNumber(const CellRecord& cell);
+    void lookAtNumbers(const Record& record, CellShape shape);
+    PatternMask maskOfNumber(StoredNumber stored) const;
+    PatternMask maskOfFormula(const CellRecord& cell);
     void add(const CellRecord& cell, PatternMask mask);
 
     const WorkbookTexts& mWorkbook;
@@ -37,6 +39,7 @@ private:
     CandidateList mCandidates;
     bool mIsOrdered = true;
     bool mHasFormulas = false;
+    bool mHaveAllLetterRuns;  // every pattern needs a long word
     std::string mScratch;
 };
 

@@ -10,6 +10,7 @@
 #include <random>
 
 #include "support/Pieces.h"
+#include "workbook/PatternSet.h"
 
 namespace brindle::workbook {
 namespace {
@@ -64,7 +65,10 @@ TEST(NumberText, RoundsAsPrintfDoes) {
     std::mt19937_64 random(5);
     for (int round = 0; round < 50000; ++round) {
         const double mantissa = static_cast<double>(random() % 1000000000000000000u);
-        const double value = std::ldexp(mantissa, static_cast<int>(random() % 120) - 90);
+        const double cents = std::round(mantissa / 1e4) - 5e13;
+        const double value = round % 3 == 0
+                                 ? cents / 100
+                                 : std::ldexp(mantissa, static_cast<int>(random() % 120) - 90);
         char printed[40];
         std::snprintf(printed, sizeof printed, "%.15g", value);
         const std::string text = numberText(value);
@@ -77,6 +81,24 @@ TEST(NumberText, RoundsAsPrintfDoes) {
         }
         ASSERT_EQ(parseDecimal(storedNumber(value)), value);
     }
+}
+
+TEST(NumberText, NeedNotBeMadeWhereNoPatternFits) {
+    const double numbers[] = {0,      98765, 98764.99, 1298765.5, -98765, 9876.5, 0.98765, 987.65,
+                              1e20,   1e13,  98765e20, 100.25,    100,    99.9,   1e-5,    -100.5,
+                              123.05, 50,    0.05,     -987,      986.99, 1987};
+    for (const char* what : {"98765", "100", "987", "05", "12", "9*5", "1??.*5", "E+2", "50"}) {
+        const PatternSet patterns({CellMatch(what, CaseMode::Folded, false)});
+        for (const double number : numbers) {
+            if (patterns.matching(numberText(number)) == 0) continue;
+            EXPECT_TRUE(patterns.couldMatchBare(number)) << what << " in " << number;
+        }
+    }
+    const PatternSet both(
+        {CellMatch("98765", CaseMode::Exact, false), CellMatch("1234", CaseMode::Exact, true)});
+    EXPECT_FALSE(both.couldMatchBare(1233.99));
+    EXPECT_TRUE(both.couldMatchBare(1234));
+    EXPECT_TRUE(both.couldMatchBare(0.125));
 }
 
 TEST(NumberText, StoresTheShortestText) {
