@@ -5,6 +5,7 @@
 
 #include "base/ByteReader.h"
 #include "base/Error.h"
+#include "workbook/xls/biff/SheetRecords.h"
 
 namespace brindle::workbook::xls {
 
@@ -46,20 +47,6 @@ std::size_t walk(std::string_view stream, const Use& use) {
         }
     }
     return reader.offset();
-}
-
-// What kind of sheet begins there; programs for charts give their table a number of their own.
-bool isOtherKind(const Record& bof) {
-    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
-        case substream::kGlobals:
-        case substream::kModule:
-        case substream::kChart:
-        case substream::kMacro:
-        case substream::kWorkspace:
-            return true;
-        default:
-            return false;
-    }
 }
 
 std::uint16_t firstNumber(const Record& record) {
@@ -202,14 +189,13 @@ bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& she
             .inMember(sheet.name)
             .atOffset(sheet.offset);
     }
-    if (begin.body.size() < 4 || isOtherKind(begin)) return false;
+    if (!beginsWorksheet(begin)) return false;
     // Dialog sheets tell themselves before their first row.
-    bool isDialog = false;
-    walk(stream.substr(sheet.offset), [&](const Record& record) {
-        if (record.id == record::kWsBool) isDialog = (firstNumber(record) & kDialogFlag) != 0;
-        return record.id != record::kWsBool && record.id != record::kDimensions;
-    });
-    return !isDialog;
+    SheetRecords records(stream, sheet.offset);
+    for (Record record; records.next(record) && record.id != record::kDimensions;) {
+        if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
+    }
+    return true;
 }
 
 }  // namespace brindle::workbook::xls

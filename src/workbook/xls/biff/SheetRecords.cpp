@@ -2,9 +2,24 @@
 #include "workbook/xls/biff/SheetRecords.h"
 
 #include "base/Error.h"
+#include "base/LittleEndian.h"
 #include "workbook/xls/biff/Biff.h"
 
 namespace brindle::workbook::xls {
+
+bool beginsWorksheet(const Record& bof) {
+    if (bof.body.size() < 4) return false;
+    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
+        case substream::kGlobals:
+        case substream::kModule:
+        case substream::kChart:
+        case substream::kMacro:
+        case substream::kWorkspace:
+            return false;
+        default:
+            return true;
+    }
+}
 
 SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
     : mReader(stream, sheetOffset), mBof(recordAt(stream, sheetOffset).id) {
@@ -15,7 +30,7 @@ SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
 bool SheetRecords::next(Record& record) {
     while (!mIsAtEnd && mReader.next(record)) {
         if (record.id == mBof && mHasBegun) {
-            skipSubstream();
+            skipSubstream(record);
             continue;
         }
         mHasBegun = true;
@@ -26,11 +41,12 @@ bool SheetRecords::next(Record& record) {
     return false;
 }
 
-void SheetRecords::skipSubstream() {
-    Record record;
-    for (std::size_t depth = 1; depth > 0 && mReader.next(record);) {
-        if (record.id == mBof) ++depth;
-        if (record.id == record::kEof) --depth;
+void SheetRecords::skipSubstream(const Record& bof) {
+    Record record = bof;
+    for (std::size_t depth = 1; depth > 0; depth -= record.id == record::kEof) {
+        mIsAtEnd = record.id == mBof && beginsWorksheet(record);
+        if (mIsAtEnd || !mReader.next(record)) return;
+        depth += record.id == mBof;
     }
 }
 
