@@ -225,7 +225,8 @@ bool namesMissingFormats(const std::string& bytes) {
     bool isGlobal = true;
     xls::RecordReader reader(stream);
     for (xls::Record record; reader.next(record);) {
-        if (record.id == xls::record::kEof) isGlobal = false;
+        const bool isNext = xls::isBof(record.id) && record.offset != 0;
+        if (record.id == xls::record::kEof || isNext) isGlobal = false;
         const bool isFormat = record.id == xls::record::kXf || (record.id & 0xF9FF) == kOldXf;
         if (isFormat && isGlobal) ++formats;
         const bool isCell = (record.id & 0xFF) <= 6 || record.id == xls::record::kRk;

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Binary workbooks whose compound file is broken, lies, or is merely odd."""
 
-import os
 import random
 import struct
 

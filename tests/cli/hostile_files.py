@@ -19,9 +19,11 @@ import hostile_limits
 import hostile_lists
 import hostile_parts
 import hostile_system
+import hostile_xls
 from hostile_support import CannotRun, run_row
 
-TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system, hostile_limits)
+TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system, hostile_limits,
+          hostile_xls)
 
 
 def main():

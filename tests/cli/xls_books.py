@@ -244,7 +244,8 @@ def streams(workbook=None, **others):
 
 
 def book(workbook=None, others=None):
-    return Compound(streams(workbook, others=others or {})).bytes()
+    found = streams(workbook, others=others or {})
+    return Compound(found, 9 if len(found["Workbook"]) < 4 << 20 else 12).bytes()
 
 
 def read_streams(data):

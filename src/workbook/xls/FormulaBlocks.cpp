@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "base/ByteReader.h"
+#include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/CellRecord.h"
 
 namespace brindle::workbook::xls {
@@ -87,18 +88,10 @@ bool isFormulaBlock(std::uint16_t id, Version version) {
 
 FormulaBlocks::FormulaBlocks(std::string_view stream, std::size_t offset, Version version)
     : mVersion(version) {
-    RecordReader reader(stream, offset);
-    Record record;
+    SheetRecords records(stream, offset);
     CellPosition last;
-    int depth = 0;
-    while (reader.next(record)) {
-        if (isBof(record.id)) {
-            ++depth;
-        } else if (record.id == record::kEof) {
-            if (--depth <= 0) break;
-        } else if (depth != 1) {
-            continue;
-        } else if (cellShape(record.id, version) == CellShape::Formula) {
+    for (Record record; records.next(record);) {
+        if (cellShape(record.id, version) == CellShape::Formula) {
             if (record.body.size() >= cellHeaderSize(version)) {
                 last = cellOf(record, CellShape::Formula, version).position;
             }

@@ -129,6 +129,7 @@ Outline outlineOf(std::string_view stream) {
             continue;
         }
         SheetOutline& sheet = outline.sheets.back();
+        const bool isGlobal = outline.sheets.size() == 1;
         switch (record.id) {
             case record::kEof:
                 outline.nesting.push_back(record::kEof);
@@ -149,10 +150,10 @@ Outline outlineOf(std::string_view stream) {
                 outline.defColWidths.push_back(record.offset);
                 break;
             case record::kSst:
-                if (!outline.sst) outline.sst = record.offset;
+                if (!outline.sst && isGlobal) outline.sst = record.offset;
                 break;
             case record::kExtSst:
-                if (!outline.extSst) outline.extSst = record;
+                if (!outline.extSst && isGlobal) outline.extSst = record;
                 break;
             case record::kRow:
                 block.takeRow(record);

@@ -49,8 +49,10 @@ std::size_t walk(std::string_view stream, const Use& use) {
     return reader.offset();
 }
 
-// Whether the substream at `offset` ends before `limit`.
+// Whether the sheet at `offset` holds no record of the one that begins at `limit`. It may do
+// without an end and reaches to the next one then.
 bool endsBefore(std::string_view stream, std::size_t offset, std::size_t limit) {
+    if (offset == limit) return false;
     RecordReader reader(stream, offset);
     Record record;
     int depth = 0;
@@ -58,21 +60,7 @@ bool endsBefore(std::string_view stream, std::size_t offset, std::size_t limit) 
         if (isBof(record.id)) ++depth;
         if (record.id == record::kEof && --depth <= 0) return reader.offset() <= limit;
     }
-    return false;
-}
-
-// What kind of sheet begins there; programs for charts give their table a number of their own.
-bool isOtherKind(const Record& bof) {
-    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
-        case substream::kGlobals:
-        case substream::kModule:
-        case substream::kChart:
-        case substream::kMacro:
-        case substream::kWorkspace:
-            return true;
-        default:
-            return false;
-    }
+    return reader.offset() == limit;
 }
 
 std::uint16_t firstNumber(const Record& record) {
@@ -113,7 +101,7 @@ WorkbookGlobals::WorkbookGlobals(std::string_view stream, Version version,
     readRecords(stream);
     if (mSheets.empty()) {
         // What the stream begins with is the one sheet, unless it is a workbook without any.
-        mSheets = {{fileName, 0, 0, !isOtherKind(recordAt(stream, 0))}};
+        mSheets = {{fileName, 0, 0, beginsWorksheet(recordAt(stream, 0))}};
     } else {
         readKinds(stream);
     }
@@ -234,15 +222,23 @@ bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& she
             .inMember(sheet.name)
             .atOffset(sheet.offset);
     }
-    if (begin.body.size() < 4 || isOtherKind(begin)) return false;
-    // Dialog sheets tell themselves before their first row and their first object.
-    RecordReader reader(stream, begin.end());
-    Record record;
-    while (reader.next(record) && !isBof(record.id) && record.id != record::kEof &&
-           record.id != record::kDimensions) {
-        if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
+    // Whether the sheet at `offset` holds no record of the one that begins at `limit`. It may do
+    // without an end and reaches to the next one then.
+    bool endsBefore(std::string_view stream, std::size_t offset, std::size_t limit) {
+        if (offset == limit) return false;
+        RecordReader reader(stream, offset);
+        Record record;
+        int depth = 0;
+        while (reader.offset() < limit && reader.next(record)) {
+            if (isBof(record.id)) ++depth;
+            if (record.id == record::kEof && --depth <= 0) return reader.offset() <= limit;
+        }
+        return reader.offset() == limit;
     }
-    return true;
+
+    if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
+}
+return true;
 }
 
 }  // namespace brindle::workbook::xls

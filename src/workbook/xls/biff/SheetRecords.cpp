@@ -2,8 +2,23 @@
 #include "workbook/xls/biff/SheetRecords.h"
 
 #include "base/Error.h"
+#include "base/LittleEndian.h"
 
 namespace brindle::workbook::xls {
+
+bool beginsWorksheet(const Record& bof) {
+    if (bof.body.size() < 4) return false;
+    switch (getLittleEndian<std::uint16_t>(bof.body.data() + 2)) {
+        case substream::kGlobals:
+        case substream::kModule:
+        case substream::kChart:
+        case substream::kMacro:
+        case substream::kWorkspace:
+            return false;
+        default:
+            return true;
+    }
+}
 
 SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
     : mReader(stream, sheetOffset), mBof(recordAt(stream, sheetOffset).id) {
@@ -11,12 +26,8 @@ SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
     if (!isBof) throw Error::damaged("No sheet begins where one should").atOffset(sheetOffset);
 }
 
-void SheetRecords::skipSubstream() {
-    Record record;
-    for (std::size_t depth = 1; depth > 0 && mReader.next(record);) {
-        if (record.id == mBof) ++depth;
-        if (record.id == record::kEof) --depth;
-    }
+#include "base/LittleEndian.h"
+}
 }
 
 }  // namespace brindle::workbook::xls

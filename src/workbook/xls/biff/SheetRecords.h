@@ -12,20 +12,25 @@
 
 namespace brindle::workbook::xls {
 
+// Whether a BOF begins a worksheet or a dialog sheet; programs for charts give their table a number
+// of their own.
+bool beginsWorksheet(const Record& bof);
+
 class SheetRecords {
 public:
     // `sheetOffset` is that of the sheet's BOF. Borrows the stream. Throws Error (Damaged) when
     // there is none.
     SheetRecords(std::string_view stream, std::size_t sheetOffset);
 
-    // The first one is the BOF. False behind the sheet's EOF, and where the stream ends without
-    // one. Throws Error (Damaged) for a record that runs past the end.
+    // The first one is the BOF. False behind the sheet's EOF, and where the stream ends or another
+    // worksheet begins without one, lest many sheets are as long as the rest of the stream. Throws
+    // Error (Damaged) for a record that runs past the end.
     bool next(Record& record);
     // The id of the record right behind the last one, whatever it belongs to.
     std::optional<std::uint16_t> peek() const { return mReader.peek(); }
 
 private:
-    void skipSubstream();
+    void skipSubstream(const Record& bof);
 
     RecordReader mReader;
     std::uint16_t mBof;  // its id differs between the versions
@@ -36,7 +41,7 @@ private:
 inline bool SheetRecords::next(Record& record) {
     while (!mIsAtEnd && mReader.next(record)) {
         if (record.id == mBof && mHasBegun) {
-            skipSubstream();
+            skipSubstream(record);
             continue;
         }
         mHasBegun = true;
