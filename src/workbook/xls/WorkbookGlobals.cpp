@@ -222,23 +222,16 @@ bool WorkbookGlobals::isWorksheet(std::string_view stream, const SheetEntry& she
             .inMember(sheet.name)
             .atOffset(sheet.offset);
     }
-    // Whether the sheet at `offset` holds no record of the one that begins at `limit`. It may do
-    // without an end and reaches to the next one then.
-    bool endsBefore(std::string_view stream, std::size_t offset, std::size_t limit) {
-        if (offset == limit) return false;
-        RecordReader reader(stream, offset);
-        Record record;
-        int depth = 0;
-        while (reader.offset() < limit && reader.next(record)) {
-            if (isBof(record.id)) ++depth;
-            if (record.id == record::kEof && --depth <= 0) return reader.offset() <= limit;
-        }
-        return reader.offset() == limit;
+    if (!beginsWorksheet(begin)) return false;
+    // Dialog sheets tell themselves before their first row.
+    constexpr int kMostInFront = 500;  // records, lest hostile sheets are read again and again
+    SheetRecords records(stream, sheet.offset);
+    Record record;
+    for (int i = 0; i < kMostInFront && records.next(record); ++i) {
+        if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
+        if (record.id == record::kDimensions) break;
     }
-
-    if (record.id == record::kWsBool) return (firstNumber(record) & kDialogFlag) == 0;
-}
-return true;
+    return true;
 }
 
 }  // namespace brindle::workbook::xls

@@ -26,8 +26,13 @@ SheetRecords::SheetRecords(std::string_view stream, std::size_t sheetOffset)
     if (!isBof) throw Error::damaged("No sheet begins where one should").atOffset(sheetOffset);
 }
 
-#include "base/LittleEndian.h"
-}
+void SheetRecords::skipSubstream(const Record& bof) {
+    Record record = bof;
+    for (std::size_t depth = 1; depth > 0; depth -= record.id == record::kEof) {
+        mIsAtEnd = record.id == mBof && beginsWorksheet(record);
+        if (mIsAtEnd || !mReader.next(record)) return;
+        depth += record.id == mBof;
+    }
 }
 
 }  // namespace brindle::workbook::xls
