@@ -147,7 +147,6 @@ void WorkbookFile::verify(const std::string& path, std::string_view stream,
             failReadBack();
         }
         if (old[i].type == package::CompoundEntry::Type::Stream) {
-            const std::string name = mCompound->path(i);
             const auto other = std::find_if(others.begin(), others.end(), [&](const Stream& it) {
                 return mCompound->find(it.path) == i;
             });
