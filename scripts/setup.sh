@@ -4,8 +4,6 @@ PACKAGES_BUILD="g++ cmake ninja-build pkg-config ccache
   libzip-dev libdeflate-dev libisal-dev zlib1g-dev libicu-dev nettle-dev libfmt-dev libcli11-dev nlohmann-json3-dev"
 PACKAGES_TEST="libgtest-dev libgmock-dev libexpat1-dev strace acl attr python3 python3-openpyxl python3-olefile
   python3-cryptography python3-xlsxwriter python3-xlrd python3-xlwt"
-# For bench/run.py alone; neither ./run nor ./test needs it.
-PACKAGES_BENCH="python3 python3-openpyxl python3-xlwt python3-xlrd"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
