@@ -488,6 +488,12 @@ TEST(XlsCells, BelongToOneSheet) {
         TempDir dir;
         const std::string path =
             dir.write("a.xls", package::testing::buildCompound({{"Workbook", stream}}).bytes);
+        if (isInside) {
+            // The first one ends there.
+            const auto document = openDocument(path, {});
+            ASSERT_EQ(document->worksheetCount(), 2u);
+            continue;
+        }
         const auto error = thrownBy([&] { openDocument(path, {}); });
         ASSERT_TRUE(error);
         EXPECT_EQ(error->kind(), ErrorKind::Damaged);

@@ -175,19 +175,19 @@ TEST(XlsHyperlinks, GoWithTheirTooltips) {
         test::record(record::kHyperlinkTooltip,
                      u16(record::kHyperlinkTooltip) + linkBody({}).substr(0, 8) + "text");
     const std::string inChart = link(object(3, urlMoniker("in a chart")));
-    const std::string chart = substream(substream(inChart) + inChart);
+    const std::string inside = test::chart(test::chart(inChart) + inChart);
     const std::string one = link(object(3, urlMoniker("one")));
     const std::string two = link(object(3, urlMoniker("two"), "A1"));
     const std::string other = test::record(record::kWsBool, "ab");
     const std::string next = substream(one + "next sheet");
     const std::string stream =
-        substream(chart + one + tooltip + two + tooltip + one + other + tooltip) + next;
+        substream(inside + one + tooltip + two + tooltip + one + other + tooltip) + next;
     Hyperlinks links(stream, 0, kBiff8);
     ASSERT_EQ(links.count(), 3u);
     for (std::size_t i = 0; i < links.count(); ++i) links.setAddress(i, "");
     const std::string twoAfter = link(object(0, "", "A1"));
     EXPECT_EQ(spliced(stream, links.splices()),
-              substream(chart + twoAfter + tooltip + other + tooltip) + next);
+              substream(inside + twoAfter + tooltip + other + tooltip) + next);
 }
 
 // --- headers and footers -------------------------------------------------------------------------

@@ -30,9 +30,15 @@ inline std::string record(std::uint16_t id, const std::string& body) {
 }
 
 // BOF, content, EOF.
-inline std::string substream(const std::string& content) {
-    return record(workbook::xls::record::kBof, std::string(16, '\0')) + content +
+inline std::string substream(const std::string& content,
+                             std::uint16_t kind = workbook::xls::substream::kWorksheet) {
+    const std::string bof = u16(0x0600) + u16(kind) + std::string(12, '\0');
+    return record(workbook::xls::record::kBof, bof) + content +
            record(workbook::xls::record::kEof, {});
+}
+// As it stands in a sheet.
+inline std::string chart(const std::string& content) {
+    return substream(content, workbook::xls::substream::kChart);
 }
 
 inline std::string spliced(std::string stream, std::vector<workbook::xls::RecordSplice> splices) {
