@@ -6,17 +6,24 @@
 namespace brindle {
 
 // Several built-in properties have no value until a program has given them one, so a property
-// that cannot be read is passed over, and a write that is refused does not end the walk.
+// that cannot be read is passed over, and a write that is refused does not end the walk. That they
+// are damaged is told once.
 void ExcelConnector::BuiltProperties(Entry& vEntry) {
     runScope("BuiltProperties", vEntry, [&] {
         const excel::DocumentProperties properties = mWorkbook->BuiltinDocumentProperties();
         std::int32_t count = 0;
         attempt([&] { count = properties.Count(); });
+        bool isDamageTold = false;
         for (std::int32_t i = 1; i <= count; ++i) {
             moveTo("property", i);
             excel::DocumentProperty property = properties.Item(i);
             std::string value;
-            if (attempt([&] { value = property.Value(); })) continue;
+            if (const auto unread = attempt([&] { value = property.Value(); })) {
+                const bool isDamaged = unread->kind() == ErrorKind::Refused;
+                if (isDamaged && !isDamageTold) refuse(vEntry, *unread);
+                isDamageTold = isDamageTold || isDamaged;
+                continue;
+            }
             if (!valueMatches(value, vEntry)) continue;
             attempt([&] { clsCounts::increment(vEntry.counts.BuiltInPropCounter); });
             const auto refused = attempt([&] { replaceValue(property, value, vEntry); });

@@ -20,10 +20,11 @@ import hostile_lists
 import hostile_parts
 import hostile_system
 import hostile_xls
+import hostile_xls_texts
 from hostile_support import CannotRun, run_row
 
 TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system, hostile_limits,
-          hostile_xls)
+          hostile_xls, hostile_xls_texts)
 
 
 def main():

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes each system call of the command line fail while it replaces in a workbook and in a text
+"""Makes each system call of the command line fail while it replaces in workbooks and in a text
 document, and kills it at each; what must hold then stands in fault_sweep.py.
 
     save_sweep.py --tarvello PATH [--calls NAME,...] [--faults NAME,...]
@@ -16,9 +16,12 @@ import sys
 import tempfile
 
 import fault_sweep
+import hostile_xls_texts
+import xls_books
 from hostile_books import book, inline, row, sheet
 
-REPLACEMENT = ["replace", "--find", "apple", "--with", "fig", "--jobs", "1", "--quiet"]
+REPLACEMENT = ["replace", "--find", "apple", "--with", "fig", "--in", "cells", "--in", "builtin",
+               "--jobs", "1", "--quiet"]
 
 
 def workbook():
@@ -29,13 +32,21 @@ def workbook():
                 others={"xl/media/large.bin": os.urandom(150_000)})
 
 
+def binary_workbook():
+    """Changes in two streams, and streams that stay before and behind them."""
+    cells = [xls_books.label(i, 0, "%d %s" % (i, os.urandom(40).hex())) for i in range(1, 1200)]
+    content = xls_books.stream([xls_books.sheet(*xls_books.CELLS, *cells)])
+    return xls_books.book(content, {**hostile_xls_texts.WHOLE,
+                                    "Large": os.urandom(150_000), "Tiny": b"tiny"})
+
+
 def text():
     """Long stretches without a match, which are copied by the system, and several matches."""
     stretch = b'"pear",1\r\n' * 30_000
     return b'"apple"\r\n' + stretch + b"apple,2\r\n" * 50 + stretch
 
 
-DOCUMENTS = {"a book.xlsx": workbook, "a text.csv": text}
+DOCUMENTS = {"a book.xlsx": workbook, "a book.xls": binary_workbook, "a text.csv": text}
 
 
 def documents(program, base, name):

@@ -18,7 +18,7 @@ public:
         : mStreams(streams), mCurrentYear(currentYear) {}
 
     static std::size_t count();
-    // Throws Error (NotFound) when the property has no value, and Error (Damaged) naming the
+    // Throws Error (NotFound) when the property has no value, and Error (Refused) naming the
     // stream.
     std::string text(std::size_t index) const;
     // Throws Error (Refused) for what the application counts or says by itself, for a date that

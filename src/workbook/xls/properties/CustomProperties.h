@@ -15,13 +15,13 @@ namespace brindle::workbook::xls {
 
 class CustomProperties {
 public:
-    // `streams` are borrowed and get the changes. Throws Error (Damaged) naming the stream when
+    // `streams` are borrowed and get the changes. Throws Error (Refused) naming the stream when
     // it cannot be told which properties there are.
     explicit CustomProperties(PropertyStreams& streams);
 
     std::size_t count() const { return mIds.size(); }
     // Whatever the type of the value; empty for what cannot be shown as a text. Throws Error
-    // (Damaged) naming the stream.
+    // (Refused) naming the stream.
     std::string text(std::size_t index) const;
     // The property holds a text afterwards; name, number and link to a cell stay. Throws Error
     // (Refused) when the text is too long or the property cannot hold it, and for a stream that

@@ -80,7 +80,7 @@ std::string PropertySet::shownName() const {
 }
 
 Error PropertySet::damaged() const {
-    return Error::damaged("The document properties are damaged").inMember(shownName());
+    return Error::refused("The document properties are damaged").inMember(shownName());
 }
 
 std::optional<PropertySet::Found> PropertySet::storedValue(const PropertyKey& key) const {

@@ -43,12 +43,12 @@ public:
         const PropertyText& texts;  // for the values of its section
     };
     // The value as it is stored in the stream, and as it has been changed; nothing when there is
-    // none. Throw Error (Damaged) when it cannot be told or not be read.
+    // none. Throw Error (Refused) when it cannot be told or not be read.
     std::optional<Found> storedValue(const PropertyKey& key) const;
     std::optional<Found> value(const PropertyKey& key) const;
     // Whether there is one, readable or not.
     bool has(const PropertyKey& key) const;
-    // In ascending order of the ids; empty without such a section. Throws Error (Damaged).
+    // In ascending order of the ids; empty without such a section. Throws Error (Refused).
     const std::vector<PropertyName>& names(const FormatId& format) const;
 
     // Throws Error (Refused) unless all of the stream is understood: what is not might be lost or
