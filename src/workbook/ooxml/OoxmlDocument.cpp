@@ -6,7 +6,6 @@
 #include "base/Error.h"
 #include "workbook/ooxml/CalcChain.h"
 #include "workbook/ooxml/OoxmlNames.h"
-#include "workbook/ReadOnlyState.h"
 #include "workbook/StringPlacement.h"
 
 namespace brindle::workbook::ooxml {
@@ -32,7 +31,7 @@ StyleSheet readStyles(const Package& package, const std::string& partName) {
 }  // namespace
 
 OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
-    : mOptions(options),
+    : EditedDocument(options),
       mPackage(std::move(file), options.password),
       mWorkbook(readWorkbookPart(mPackage)),
       mStyles(readStyles(mPackage, partOfType(mPackage, mWorkbook, kStylesType))),
@@ -44,52 +43,20 @@ OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions&
         if (i == mWorkbook.activeTab) mActiveSheet = mWorksheets.size();
         mWorksheets.push_back(std::make_unique<OoxmlWorksheet>(*this, sheet));
     }
-    if (options.expectedPatterns && !options.expectedPatterns->empty()) {
-        mPatterns = PatternSet(*options.expectedPatterns);
-        // Now rather than when first asked: damage found on the way fails the opening.
-        for (const auto& sheet : mWorksheets) sheet->lookThrough(mPatterns.patterns().front());
-    }
+    if (patterns().isEmpty()) return;
+    // Now rather than when first asked: damage found on the way fails the opening.
+    for (const auto& sheet : mWorksheets) sheet->lookThrough(patterns().patterns().front());
 }
 
-ReadOnlyReason OoxmlDocument::readOnlyReason() const {
-    const ReadOnlyReason reason = workbook::readOnlyReason(mPackage.file().path());
-    if (reason != ReadOnlyReason::None) return reason;
-    return isReserved() ? ReadOnlyReason::WriteReserved : ReadOnlyReason::None;
+bool OoxmlDocument::isReservedByPassword() const {
+    return !mWorkbook.reservation.allows(options().writeResPassword, options().ansiCodePage);
 }
 
-bool OoxmlDocument::isReserved() const {
-    if (!mIsReserved) {
-        mIsReserved =
-            !mWorkbook.reservation.allows(mOptions.writeResPassword, mOptions.ansiCodePage);
-    }
-    return *mIsReserved;
-}
-
-const PatternSet& OoxmlDocument::patternsFor(const CellMatch& match) {
-    if (mPatterns.bitOf(match).mask == 0) {
-        std::vector<CellMatch> patterns = mPatterns.patterns();
-        patterns.push_back(match);
-        mPatterns = PatternSet(std::move(patterns));
-        mAreStringsSeen = false;
-    }
-    if (mAreStringsSeen) return mPatterns;
+void OoxmlDocument::lookThroughStrings(const PatternSet& patterns) {
     try {
-        mStrings.look(mPatterns);
+        mStrings.look(patterns);
     } catch (Error& error) {
         throw error.inMember(mStrings.partName());
-    }
-    mAreStringsSeen = true;
-    ++mGeneration;
-    return mPatterns;
-}
-
-void OoxmlDocument::checkMayChange() const {
-    if (mIsClosedForEdits) {
-        throw Error(ErrorKind::Internal, error_number::kInternal,
-                    "The workbook was saved and takes no more changes");
-    }
-    if (mWorkbook.isSigned) {
-        throw Error::refused("The workbook is signed and a change would break its signature");
     }
 }
 
@@ -98,9 +65,9 @@ bool OoxmlDocument::hasChangedSheets() const {
                        [](const auto& sheet) { return sheet->isChanged(); });
 }
 
-bool OoxmlDocument::isChanged() const {
-    return !mIsSaved && (hasChangedSheets() || mDrawings.isChanged() ||
-                         (mBuiltIn && mBuiltIn->isChanged()) || (mCustom && mCustom->isChanged()));
+bool OoxmlDocument::hasEdits() const {
+    return hasChangedSheets() || mDrawings.isChanged() || (mBuiltIn && mBuiltIn->isChanged()) ||
+           (mCustom && mCustom->isChanged());
 }
 
 void OoxmlDocument::changeCalculation() {
@@ -185,27 +152,16 @@ bool OoxmlDocument::isReadBack(const package::ZipArchive& written, std::size_t m
     return true;
 }
 
-void OoxmlDocument::save() {
-    if (!isChanged()) return;
-    if (mIsClosedForEdits) {
-        throw Error(ErrorKind::Internal, error_number::kInternal,
-                    "Document not saved: an earlier attempt failed");
-    }
-    if (isReserved()) throw Error::refused("Writing the workbook is reserved by another password");
-    mIsClosedForEdits = true;
+void OoxmlDocument::writeEdits(const ReplaceOptions& replace) {
     changeParts();
-    ReplaceOptions options;
-    options.expected = &mPackage.file().status();
-    options.allowInPlace = mOptions.allowInPlace;
     replaceFile(
-        mPackage.file().path(), options, [this](OutputFile& out) { mPackage.writeTo(out); },
+        mPackage.file().path(), replace, [this](OutputFile& out) { mPackage.writeTo(out); },
         [this](const std::string& temporary) {
             mPackage.verify(temporary,
                             [this](const package::ZipArchive& written, std::size_t member) {
                                 return isReadBack(written, member);
                             });
         });
-    mIsSaved = true;
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -5,7 +5,7 @@
 namespace brindle::workbook::ooxml {
 
 BuiltInProperties& OoxmlDocument::builtInProperties() {
-    if (!mBuiltIn) mBuiltIn = std::make_unique<BuiltInProperties>(mPackage, mOptions.currentYear);
+    if (!mBuiltIn) mBuiltIn = std::make_unique<BuiltInProperties>(mPackage, options().currentYear);
     return *mBuiltIn;
 }
 

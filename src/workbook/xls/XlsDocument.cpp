@@ -6,7 +6,6 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "workbook/formula/SingleCell.h"
-#include "workbook/ReadOnlyState.h"
 #include "workbook/StringPlacement.h"
 #include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/Protection.h"
@@ -34,7 +33,7 @@ bool hasSheet(std::string_view stream, std::size_t offset) {
 }  // namespace
 
 XlsDocument::XlsDocument(std::unique_ptr<InputFile> file, const OpenOptions& options)
-    : mOptions(options),
+    : EditedDocument(options),
       mFile(std::move(file), options.password, options.ansiCodePage),
       mGlobals(mFile.stream(), mFile.version(), nameOfFile(mFile.file().path())),
       mStrings(mFile.stream(), mGlobals.sharedStrings()),
@@ -45,47 +44,15 @@ XlsDocument::XlsDocument(std::unique_ptr<InputFile> file, const OpenOptions& opt
         if (i == mGlobals.activeSheet()) mActiveSheet = mWorksheets.size();
         mWorksheets.push_back(std::make_unique<XlsWorksheet>(*this, sheet));
     }
-    if (options.expectedPatterns && !options.expectedPatterns->empty()) {
-        mPatterns = PatternSet(*options.expectedPatterns);
-        // Now rather than when first asked: damage found on the way fails the opening.
-        for (const auto& sheet : mWorksheets) sheet->lookThrough(mPatterns.patterns().front());
-    }
+    if (patterns().isEmpty()) return;
+    // Now rather than when first asked: damage found on the way fails the opening.
+    for (const auto& sheet : mWorksheets) sheet->lookThrough(patterns().patterns().front());
 }
 
-ReadOnlyReason XlsDocument::readOnlyReason() const {
-    const ReadOnlyReason reason = workbook::readOnlyReason(mFile.file().path());
-    if (reason != ReadOnlyReason::None) return reason;
-    return isReserved() ? ReadOnlyReason::WriteReserved : ReadOnlyReason::None;
-}
-
-bool XlsDocument::isReserved() const {
+bool XlsDocument::isReservedByPassword() const {
     const auto sharing = mGlobals.fileSharing();
     return sharing &&
-           !allowsWriting(sharing->body, mOptions.writeResPassword, mOptions.ansiCodePage);
-}
-
-const PatternSet& XlsDocument::patternsFor(const CellMatch& match) {
-    if (mPatterns.bitOf(match).mask == 0) {
-        std::vector<CellMatch> patterns = mPatterns.patterns();
-        patterns.push_back(match);
-        mPatterns = PatternSet(std::move(patterns));
-        mAreStringsSeen = false;
-    }
-    if (mAreStringsSeen) return mPatterns;
-    mStrings.look(mPatterns);
-    mAreStringsSeen = true;
-    ++mGeneration;
-    return mPatterns;
-}
-
-void XlsDocument::checkMayChange() const {
-    if (mIsClosedForEdits) {
-        throw Error(ErrorKind::Internal, error_number::kInternal,
-                    "The workbook was saved and takes no more changes");
-    }
-    if (mFile.isSigned()) {
-        throw Error::refused("The workbook is signed and a change would break its signature");
-    }
+           !allowsWriting(sharing->body, options().writeResPassword, options().ansiCodePage);
 }
 
 void XlsDocument::checkText(const StringItem& item) const {
@@ -112,7 +79,7 @@ std::optional<std::string> XlsDocument::changedCellText(const FormulaTokens& for
 
 WorkbookProperties& XlsDocument::properties() {
     if (!mProperties)
-        mProperties = std::make_unique<WorkbookProperties>(mFile, mOptions.currentYear);
+        mProperties = std::make_unique<WorkbookProperties>(mFile, options().currentYear);
     return *mProperties;
 }
 
@@ -140,8 +107,8 @@ bool XlsDocument::isStreamChanged() const {
                        [](const auto& sheet) { return sheet->isChanged(); });
 }
 
-bool XlsDocument::isChanged() const {
-    return !mIsSaved && (isStreamChanged() || (mProperties && mProperties->isChanged()));
+bool XlsDocument::hasEdits() const {
+    return isStreamChanged() || (mProperties && mProperties->isChanged());
 }
 
 // Of macro sheets and others that are not searched.
@@ -195,24 +162,13 @@ std::string XlsDocument::changedStream() {
     return stream;
 }
 
-void XlsDocument::save() {
-    if (!isChanged()) return;
-    if (mIsClosedForEdits) {
-        throw Error(ErrorKind::Internal, error_number::kInternal,
-                    "Document not saved: an earlier attempt failed");
-    }
-    if (isReserved()) throw Error::refused("Writing the workbook is reserved by another password");
-    mIsClosedForEdits = true;
+void XlsDocument::writeEdits(const ReplaceOptions& replace) {
     std::string stream = isStreamChanged() ? changedStream() : std::string(mFile.stream());
     std::vector<WorkbookFile::Stream> others;
     if (mProperties) others = mProperties->changedStreams();
-    ReplaceOptions options;
-    options.expected = &mFile.file().status();
-    options.allowInPlace = mOptions.allowInPlace;
     replaceFile(
-        mFile.file().path(), options, [&](OutputFile& out) { mFile.write(out, stream, others); },
+        mFile.file().path(), replace, [&](OutputFile& out) { mFile.write(out, stream, others); },
         [&](const std::string& temporary) { mFile.verify(temporary, stream, others); });
-    mIsSaved = true;
 }
 
 }  // namespace brindle::workbook::xls
