@@ -29,19 +29,20 @@ import office_cells  # noqa: E402
 from check_corpus import MARK  # noqa: E402
 
 # What may differ in the workbook stream after there and back: why, and in which records.
-CALCULATED = {'calculated anew when it is opened': {0x1C1}}
 REASONS = {
-    'texts': {**CALCULATED,
-              'numbers in another form': {0xBD, 0x203, 0x27E, 0x7E},
-              'texts of cells became shared ones': {0x204, 0xFD}},
-    'formulas': {**CALCULATED,
-                 'formulas without their results': {0x06, 0x206, 0x406, 0x07, 0x207},
-                 'formulas of several cells became ones of their own': {0x4BC}},
+    'calculated anew when it is opened': {0x1C1},
+    'numbers in another form': {0xBD, 0x203, 0x27E, 0x7E},
+    'texts of cells became shared ones': {0x204, 0xFD},
+    'formulas without their results': {0x06, 0x206, 0x406, 0x07, 0x207},
+    'formulas of several cells became ones of their own': {0x4BC},
 }
 STRINGS = {0xFC, 0xFF, 0x3C}
 PLACES = {0x85, 0x20B, 0xD7}  # follow what stands in front
 TRIES = 6
 FACTOR = '1*'  # goes in front of formulas
+# What LibreOffice shows as formulas of its own; an error value is an empty one.
+CONSTANTS = {'of:=TRUE()': 'TRUE', 'of:=FALSE()': 'FALSE'}
+EXACT_DIGITS = 14  # a longer number that is typed again is not always the one that was stored
 VOLATILE = re.compile(r'\b(NOW|TODAY|RAND|RANDBETWEEN|CELL|INFO)\(')
 
 
@@ -129,7 +130,7 @@ class BackChecker(check_corpus.Checker):
         records = [list(check_binary.records(stream)) for stream in (before, after)]
         kinds = changed_kinds(*([(number, body) for _, number, body in each] for each in records))
         found = set()
-        for reason, numbers in REASONS[kind].items():
+        for reason, numbers in REASONS.items():
             if kinds & numbers:
                 found.add(reason)
             kinds -= numbers
@@ -163,12 +164,12 @@ class BackChecker(check_corpus.Checker):
 
     # --- LibreOffice ------------------------------------------------------------------------
     def check_libreoffice(self):
-        # A sheet without a name is called like the file, which is so the same at each step.
+        # At each step under the same path, which names sheets and leads to other workbooks.
         steps = ('old', 'new', 'back')
+        source = os.path.join(self.work, 'in')
+        os.mkdir(source)
+        files = [os.path.join(source, f'{i}.xls') for i in range(len(self.converted))]
         for step, place in zip(steps, (4, 5, 6)):
-            source = os.path.join(self.work, 'in ' + step)
-            os.mkdir(source)
-            files = [os.path.join(source, f'{i}.xls') for i in range(len(self.converted))]
             for item, file in zip(self.converted, files):
                 check_binary.plain_copy(item[place], self.passwords.get(item[0], ''), file)
             office_cells.convert(files, os.path.join(self.work, 'out ' + step),
@@ -206,6 +207,9 @@ def is_volatile(cell):
 
 def is_change(before, after, word, new_word):
     """Whether this is what the replacement of a word makes, or a formula's result that follows."""
+    constant = {**CONSTANTS, 'of:=': before.text}.get(before.formula)
+    if constant:
+        return replaced(constant, word, new_word) == after.text
     if before.formula:
         return after.formula is not None and (after.formula == before.formula
                                               or FACTOR in after.formula or MARK in after.formula)
@@ -219,6 +223,8 @@ def text_rounds(texts, formulas, truth):
     for text in texts.values():
         words.update(set(re.findall(r'[^\W\d_]{3,}|^[^\W\d_]+$', text)))
         numbers.update(set(re.findall(r'^[\d.]+$', text)))
+    numbers = collections.Counter({number: count for number, count in numbers.items() if all(
+        len(text) <= EXACT_DIGITS for text in texts.values() if number in text)})
     known = sorted(words, key=lambda word: (word in in_formulas, -words[word], word))
     rounds = [('cells', word) for word in known[:TRIES]]
     rounds += [('cells', number) for number, _ in numbers.most_common(TRIES)]
