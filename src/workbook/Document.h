@@ -82,8 +82,8 @@ public:
     virtual Worksheet& worksheet(std::size_t index) = 0;
     virtual std::size_t activeSheet() { return 0; }
 
-    // Document properties in collection order, from 0. Reading a property without a value
-    // throws.
+    // Document properties in collection order, from 0. Reading a property without a value throws
+    // Error (NotFound), one that is damaged Error (Refused).
     virtual std::size_t propertyCount(bool /*custom*/) { return 0; }
     virtual std::string propertyText(bool /*custom*/, std::size_t) { return {}; }
     virtual void setPropertyText(bool /*custom*/, std::size_t, std::string_view) {}
