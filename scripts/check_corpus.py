@@ -51,6 +51,7 @@ REFUSALS = {
     'xls-biff5/30templatebiff5.xls': 'longer than 255 characters',
     'xls-biff5/test_files__phonetic_text.xls': 'does not end where its formats begin',
     'xls/15556.xls': PROTECTED,
+    'xls/bug66319.xls': 'too long for a document property',
     'xls/59858.xls': PROTECTED,
     'xls/Basic_Expense_Template_2011.xls': ANOTHER_SHEET,
     'xls/MatrixFormulaEvalTestData.xls': 'part of an array',
@@ -100,7 +101,7 @@ class Checker:
             with open(file, 'w', encoding='utf-8') as out:
                 out.write(self.password)
             self.opening = ['--password-file', file]
-        self.reader = reader_of(os.path.join(self.corpus, name), self.password)
+        self.reader = reader_of(os.path.join(self.corpus, name), self.password, self.work)
 
     # --- counts ---------------------------------------------------------------------------
     def check_counts(self, name, truth):
@@ -297,15 +298,16 @@ class BinaryReader:
     is_binary = True
     cells_change = r'^(Workbook|Book)$'
 
-    def __init__(self, password):
-        self.password, self.members = password, check_binary.members
+    def __init__(self, password, work):
+        self.password, self.work, self.members = password, work, check_binary.members
 
     def plain(self, path):
         """A copy in the clear of an encrypted workbook; any other one itself."""
         if self.password is None:
             return path
-        check_binary.plain_copy(path, self.password, path + '.plain')
-        return path + '.plain'
+        copy = os.path.join(tempfile.mkdtemp(dir=self.work), os.path.basename(path))
+        check_binary.plain_copy(path, self.password, copy)
+        return copy
 
     def faults(self, path):
         return check_binary.faults(self.plain(path))
@@ -350,9 +352,9 @@ BINARY_OBJECTS = {'shapes': BinaryReader.cells_change,
                   'custom': r'^\x05DocumentSummaryInformation$|^encryption$'}
 
 
-def reader_of(path, password=None):
+def reader_of(path, password, work):
     with open(path, 'rb') as file:
-        return PackageReader() if file.read(2) == b'PK' else BinaryReader(password)
+        return PackageReader() if file.read(2) == b'PK' else BinaryReader(password, work)
 
 
 def beside(path, folder):
