@@ -132,10 +132,10 @@ TEST(XlsShapes, KeepWhatIsNotReplaced) {
 }
 
 TEST(XlsShapes, AreThoseOfTheSheetWithoutItsNotes) {
-    const std::string stream =
-        substream(object(0) + object(kTextBox) + plain("in a group") + object(kNote) +
-                  plain("note") + object(5) + substream(object(kTextBox) + plain("in a chart")) +
-                  object(8) + more("drawing") + object(7) + more("drawing") + plain("button"));
+    const std::string stream = substream(
+        object(0) + object(kTextBox) + plain("in a group") + object(kNote) + plain("note") +
+        object(5) + substream(object(kTextBox) + plain("in a chart"), substream::kChart) +
+        object(8) + more("drawing") + object(7) + more("drawing") + plain("button"));
     SheetShapes shapes(stream, 0, kBiff8, false);
     ASSERT_EQ(shapes.count(), 2u);
     EXPECT_EQ(shapes.text(0), "in a group");

@@ -175,7 +175,8 @@ TEST(XlsHyperlinks, GoWithTheirTooltips) {
         test::record(record::kHyperlinkTooltip,
                      u16(record::kHyperlinkTooltip) + linkBody({}).substr(0, 8) + "text");
     const std::string inChart = link(object(3, urlMoniker("in a chart")));
-    const std::string chart = substream(substream(inChart) + inChart);
+    const std::string chart =
+        substream(substream(inChart, substream::kChart) + inChart, substream::kChart);
     const std::string one = link(object(3, urlMoniker("one")));
     const std::string two = link(object(3, urlMoniker("two"), "A1"));
     const std::string other = test::record(record::kWsBool, "ab");

@@ -130,7 +130,10 @@ public:
     std::size_t propertyCount(bool custom) override { return mWork.properties[custom].size(); }
     std::string propertyText(bool custom, std::size_t i) override {
         const auto& value = mWork.properties[custom].at(i);
-        if (!value) throw Error::refused("The property has no value");
+        if (!value) {
+            throw Error(ErrorKind::NotFound, error_number::kApplicationDefined,
+                        "The property has no value");
+        }
         return *value;
     }
     void setPropertyText(bool custom, std::size_t i, std::string_view text) override {

@@ -30,8 +30,10 @@ inline std::string record(std::uint16_t id, const std::string& body) {
 }
 
 // BOF, content, EOF.
-inline std::string substream(const std::string& content) {
-    return record(workbook::xls::record::kBof, std::string(16, '\0')) + content +
+inline std::string substream(const std::string& content,
+                             std::uint16_t type = workbook::xls::substream::kWorksheet) {
+    const std::string bof = std::string(2, '\0') + littleEndian(type) + std::string(12, '\0');
+    return record(workbook::xls::record::kBof, bof) + content +
            record(workbook::xls::record::kEof, {});
 }
 
