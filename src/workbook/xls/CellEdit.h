@@ -18,7 +18,7 @@ namespace brindle::workbook::xls {
 struct CellContent {
     EnteredCell::Kind kind = EnteredCell::Kind::Blank;
     SharedText text;          // as the edit line shows it
-    StringItem item;          // Text
+    StringItem item;          // Text; of a kept edit without the text, which stands above
     CompiledFormula formula;  // Formula
     // Formula: of how many cells. A cell alone may have an array formula too.
     enum class Block : std::uint8_t { None, Shared, OneCellArray, Array, Table };
@@ -28,6 +28,13 @@ struct CellContent {
     double number = 0;
     bool boolean = false;
     std::uint16_t format = 0;
+
+    // Of a text, with what belongs to it.
+    StringItem string() const {
+        StringItem whole = item;
+        whole.text = text.str();
+        return whole;
+    }
 };
 
 struct CellEdit {
@@ -41,8 +48,10 @@ struct CellEdit {
 
     // For StringPlacement; in BIFF8 alone.
     bool isSharedText() const { return content.kind == EnteredCell::Kind::Text; }
-    const StringItem& item() const { return content.item; }
-    bool isLike(const CellEdit& other) const { return content.item == other.content.item; }
+    StringItem item() const { return content.string(); }
+    bool isLike(const CellEdit& other) const {
+        return content.text == other.content.text && content.item == other.content.item;
+    }
     bool keepsFormat() const { return content.format == cell.style; }
 };
 

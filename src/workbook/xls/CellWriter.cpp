@@ -122,7 +122,7 @@ private:
             appendRecord(out, record::kLabelSst, head);
             return;
         }
-        appendLabel(out, std::move(head), edit.content.item, mWorkbook.codec);
+        appendLabel(out, std::move(head), edit.item(), mWorkbook.codec);
     }
 
     // With no result yet and the wish to get one.

@@ -123,8 +123,8 @@ CellContent XlsWorksheet::enteredText(const CellContent& old, const CellMatch& m
     content.kind = Kind::Text;
     content.format = old.format;
     if (old.kind == Kind::Text) {
-        content.item = old.item.replaced(match.spans(old.text.str()), replacement,
-                                         mDocument.globals().codec());
+        content.item = old.string().replaced(match.spans(old.text.str()), replacement,
+                                             mDocument.globals().codec());
     } else {
         content.item.text = newText;
     }
@@ -145,6 +145,7 @@ void XlsWorksheet::keep(const Candidate& cell, const CellContent& old, CellConte
     const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
                         content.format == edit.cell.style;
     edit.content = std::move(content);
+    edit.content.item.text.clear();
     TextPool& pool = mDocument.editTexts();
     for (SharedText* text : {&edit.oldText, &edit.content.text}) pool.share(*text);
     mIndex->candidates().setMask(edit.cell, mask);
