@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <span>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -33,60 +32,64 @@ public:
     // `hasOtherSheets` tells that there are sheets whose cells are not known; they may use any
     // string. `elsewhere` are strings that known cells of other sheets use, one for each cell.
     void place(bool hasOtherSheets, std::span<const std::uint32_t> elsewhere = {}) {
+        std::vector<Edit*> edits;
+        for (const auto& sheet : mSheets) {
+            const Edits more = sheet->edits();
+            edits.insert(edits.end(), more.begin(), more.end());
+        }
         const bool areAllKnown =
             !hasOtherSheets && std::all_of(mSheets.begin(), mSheets.end(),
                                            [](const auto& sheet) { return sheet->isIndexed(); });
-        if (areAllKnown) placeInPlace(elsewhere);
-        for (const auto& sheet : mSheets) {
-            for (Edit* edit : sheet->edits()) {
-                if (!edit->isInPlace) add(*edit);
-            }
+        if (areAllKnown) placeInPlace(edits, elsewhere);
+        for (Edit* edit : edits) {
+            if (!edit->isInPlace) add(*edit);
         }
     }
 
 private:
-    struct Use {
-        std::vector<Edit*> edits;
-        std::size_t cells = 0;  // that have the string in the file
-    };
-
     static bool wasShared(const Edit& edit) {
         return edit.cell.sharedString != Candidate::kNoString;
     }
 
-    std::unordered_map<std::uint32_t, Use> usesOfChanged(
-        std::span<const std::uint32_t> elsewhere) const {
-        std::unordered_map<std::uint32_t, Use> uses;
-        for (const auto& sheet : mSheets) {
-            for (Edit* edit : sheet->edits()) {
-                if (wasShared(*edit)) uses[edit->cell.sharedString].edits.push_back(edit);
-            }
-        }
-        if (uses.empty()) return uses;
+    // How many cells have each string in the file.
+    std::vector<std::uint32_t> references(std::span<const std::uint32_t> elsewhere) const {
+        std::vector<std::uint32_t> counts(mStrings.size());
+        const auto count = [&](std::uint32_t index) {
+            if (index < counts.size()) ++counts[index];
+        };
         for (const auto& sheet : mSheets) {
             for (const Candidate& candidate : sheet->index().candidates().all()) {
-                const auto use = uses.find(candidate.sharedString);
-                if (use != uses.end()) ++use->second.cells;
+                count(candidate.sharedString);
             }
         }
-        for (const std::uint32_t index : elsewhere) {
-            const auto use = uses.find(index);
-            if (use != uses.end()) ++use->second.cells;
-        }
-        return uses;
+        for (const std::uint32_t index : elsewhere) count(index);
+        return counts;
     }
 
-    void placeInPlace(std::span<const std::uint32_t> elsewhere) {
-        for (const auto& [index, use] : usesOfChanged(elsewhere)) {
-            const Edit& first = *use.edits.front();
+    void placeInPlace(std::vector<Edit*> edits, std::span<const std::uint32_t> elsewhere) {
+        if (std::none_of(edits.begin(), edits.end(), [](Edit* edit) { return wasShared(*edit); })) {
+            return;
+        }
+        std::stable_sort(edits.begin(), edits.end(), [](const Edit* a, const Edit* b) {
+            return a->cell.sharedString < b->cell.sharedString;
+        });
+        const std::vector<std::uint32_t> cells = references(elsewhere);
+        for (auto first = edits.begin(); first != edits.end();) {
+            const std::uint32_t index = (*first)->cell.sharedString;
+            if (index >= cells.size()) break;  // none of the others has a string
+            const auto behind = std::find_if(first, edits.end(), [&](const Edit* edit) {
+                return edit->cell.sharedString != index;
+            });
             const bool isSame =
-                use.edits.size() == use.cells &&
-                std::all_of(use.edits.begin(), use.edits.end(), [&](Edit* edit) {
-                    return edit->isSharedText() && edit->keepsFormat() && edit->isLike(first);
+                behind - first == static_cast<std::ptrdiff_t>(cells[index]) &&
+                std::all_of(first, behind, [&](const Edit* edit) {
+                    return edit->isSharedText() && edit->keepsFormat() && edit->isLike(**first);
                 });
-            if (!isSame) continue;
-            mStrings.setItem(index, first.item());
-            for (Edit* edit : use.edits) edit->isInPlace = true;
+            if (isSame) {
+                mStrings.setItem(index, (*first)->item());
+                std::for_each(first, behind, [](Edit* edit) { edit->isInPlace = true; });
+            }
+            first = behind;
         }
     }
 

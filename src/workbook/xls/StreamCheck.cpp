@@ -21,10 +21,6 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 // The rows since the last DBCELL.
 class RowBlock {
 public:
-    // To be called for every record first.
-    void pass(std::size_t offset) {
-        if (!mRows.empty()) mRecords.push_back(offset);
-    }
     void takeCell(std::uint16_t row, std::size_t offset) {
         if (mCells.empty() || mCells.back().row != row) mCells.push_back({row, offset});
     }
@@ -33,26 +29,29 @@ public:
         if (mRows.empty()) mFirstRow = record.offset;
         mRows.push_back(getLittleEndian<std::uint16_t>(record.body.data()));
     }
-    // Whether a DBCELL tells where these rows are; those without cells may be at any record.
-    bool isToldBy(const Record& record) const {
+    // Whether a DBCELL in `stream` tells where these rows are; those without cells may be at any
+    // record.
+    bool isToldBy(std::string_view stream, const Record& record) const {
         ByteReader body(record.body);
         const bool fits = record.body.size() == sizeof(std::uint32_t) + 2 * mRows.size();
         if (mRows.empty() || !fits) return false;
         if (body.number<std::uint32_t>() != record.offset - mFirstRow) return false;
         std::vector<RowStart> starts = mCells;
         std::stable_sort(starts.begin(), starts.end(), isBefore);
+        RecordReader records(stream, mFirstRow);
         std::size_t at = recordEnd(mFirstRow);
         return std::all_of(mRows.begin(), mRows.end(), [&](std::uint16_t row) {
             at += body.number<std::uint16_t>();
             const auto cell =
                 std::lower_bound(starts.begin(), starts.end(), RowStart{row, 0}, isBefore);
             if (cell != starts.end() && cell->row == row) return cell->offset == at;
-            return at == record.offset || std::binary_search(mRecords.begin(), mRecords.end(), at);
+            for (Record passed; records.offset() < at && records.next(passed);) {
+            }
+            return records.offset() == at && at <= record.offset;
         });
     }
     void clear() {
         mRows.clear();
-        mRecords.clear();
         mCells.clear();
     }
 
@@ -66,8 +65,7 @@ private:
 
     std::size_t mFirstRow = 0;
     std::vector<std::uint16_t> mRows;
-    std::vector<std::size_t> mRecords;  // behind the first ROW
-    std::vector<RowStart> mCells;       // wherever another row begins
+    std::vector<RowStart> mCells;  // wherever another row begins
 };
 
 // Whether a change of a cell may take the record away, before BIFF5: the cell itself, its result
@@ -111,7 +109,6 @@ Outline outlineOf(std::string_view stream) {
     for (Record record; reader.next(record);) {
         if (isOld) outline.records.push_back(record.offset);
         if (reader.depth() == 0) continue;
-        block.pass(record.offset);
         if (const auto row = rowOfCell(record)) {
             block.takeCell(*row, record.offset);
             continue;
@@ -143,7 +140,7 @@ Outline outlineOf(std::string_view stream) {
                 break;
             case record::kDbCell:
                 sheet.dbCells.push_back(record.offset);
-                sheet.isDbCellRight.push_back(block.isToldBy(record));
+                sheet.isDbCellRight.push_back(block.isToldBy(stream, record));
                 block.clear();
                 break;
             case record::kDefColWidth:
