@@ -49,7 +49,7 @@ ANOTHER_SHEET = 'contains an error'  # the word is a part of the sheet's name, t
 REFUSALS = {
     'encrypted/60284.xls': PROTECTED,
     'xls-biff5/30templatebiff5.xls': 'longer than 255 characters',
-    'xls-biff5/test_files__phonetic_text.xls': 'does not end where its formats begin',
+    'xls-biff5/test_files__phonetic_text.xls': 'written in a form that cannot be changed',
     'xls/15556.xls': PROTECTED,
     'xls/bug66319.xls': 'too long for a document property',
     'xls/59858.xls': PROTECTED,
