@@ -208,8 +208,9 @@ def is_volatile(cell):
 def is_change(before, after, word, new_word):
     """Whether this is what the replacement of a word makes, or a formula's result that follows."""
     constant = {**CONSTANTS, 'of:=': before.text}.get(before.formula)
-    if constant:
-        return replaced(constant, word, new_word) == after.text
+    if constant:  # LibreOffice shows constants and formulas alike
+        return (replaced(constant, word, new_word) == after.text
+                or (after.formula is not None and FACTOR in after.formula))
     if before.formula:
         return after.formula is not None and (after.formula == before.formula
                                               or FACTOR in after.formula or MARK in after.formula)
