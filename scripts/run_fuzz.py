@@ -123,7 +123,6 @@ def binary_sheets(corpus):
 
 def formula_tokens(corpus):
     """Formulas of binary workbooks with the link records, as the target takes them apart."""
-def xls_streams(corpus):
     try:
         import olefile
     except ImportError:
@@ -217,8 +216,6 @@ def seeds_of(target, corpus, root):
         return compound_files(corpus)
     if target.startswith('FilePass'):
         return workbook_streams(root, corpus)
-    if target.startswith('XlsRecords'):
-        return xls_streams(corpus)
     if target.startswith('ZipDirectory'):
         return files(corpus, PACKAGES)
     if target.startswith('XlsDrawing'):
