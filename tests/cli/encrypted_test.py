@@ -28,7 +28,6 @@ try:
     import olefile
     import openpyxl
     import xlrd
-    import office_crypto
     import xls_crypto
     from office_crypto import Agile, Standard, compound, encrypted, file_of, opened
 except ImportError:

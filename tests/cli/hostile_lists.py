@@ -86,6 +86,8 @@ def entry_rows():
     yield Row("entry list: 10,000 entries for a workbook", one("b.xlsx", book()), **CHANGED,
               call=entry_list(thousands), memory=256)
     empty = HEAD + b",fig,0,False,False\r\n,,0,False,False\r\napple,fig,0,False,False\r\n"
+    yield Row("entry list: rows without a search text", one("a.csv", APPLES), **CHANGED,
+              call=entry_list(empty))
 
 
 def list_rows():
