@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "workbook/formula/CellReference.h"
 #include "workbook/xls/formula/BuiltInFunctions.h"
 #include "workbook/xls/formula/ConstantAreas.h"
 #include "workbook/xls/formula/FutureFunctions.h"
@@ -23,6 +24,13 @@ constexpr int kMaxFunctionDepth = 8;  // a function and seven levels within
 constexpr std::uint16_t kIfFunction = 1;
 constexpr std::uint16_t kSumFunction = 4;
 constexpr std::uint16_t kChooseFunction = 100;
+
+// A name such as RA1, which only the larger sheets of newer formats have as a cell.
+bool isBeyondSheet(const Node& node) {
+    constexpr std::int32_t kColumns = 256;
+    return node.kind == NodeKind::Cell && node.first.column.index > kColumns &&
+           !node.first.column.absolute && !node.first.row.absolute;
+}
 
 constexpr std::size_t longestTokens(Version version) {
     return version == Version::Biff2 ? 255 : 1800;
@@ -163,7 +171,7 @@ void TreeCompiler::compileOperand(const Node& node, Context context) {
         case NodeKind::Array:
             return mWriter.array(wantedClass(TokenClass::Array, context.wanted), node);
         case NodeKind::Name:
-            return compileName(node, tokenClass);
+            return compileName(node, node.text, tokenClass);
         case NodeKind::ErrorValue:
             if (!node.prefix) return mWriter.error(node.text);
             return compileReference(node, tokenClass);
@@ -178,6 +186,11 @@ void TreeCompiler::compileOperand(const Node& node, Context context) {
 }
 
 void TreeCompiler::compileReference(const Node& node, TokenClass tokenClass) {
+    if (isBeyondSheet(node)) {
+        std::string name;
+        formula::appendCell(name, node.first);
+        return compileName(node, name, tokenClass);
+    }
     std::optional<SheetLink> sheets;
     if (node.prefix) {
         sheets = mLinks.sheetLink(*node.prefix);
@@ -193,9 +206,8 @@ void TreeCompiler::compileReference(const Node& node, TokenClass tokenClass) {
     }
 }
 
-void TreeCompiler::compileName(const Node& node, TokenClass tokenClass) {
-    const auto link =
-        node.prefix ? mLinks.name(*node.prefix, node.text) : mLinks.name(node.text, mSheet);
+void TreeCompiler::compileName(const Node& node, std::string_view name, TokenClass tokenClass) {
+    const auto link = node.prefix ? mLinks.name(*node.prefix, name) : mLinks.name(name, mSheet);
     if (!link) refuseFormula();
     mWriter.name(tokenClass, *link);
 }

@@ -40,7 +40,7 @@ private:
     void compileOperator(const Node& node);
     void compileOperand(const Node& node, Context context);
     void compileReference(const Node& node, TokenClass tokenClass);
-    void compileName(const Node& node, TokenClass tokenClass);
+    void compileName(const Node& node, std::string_view name, TokenClass tokenClass);
     void compileParentheses(const Node& node, Context context);
 
     void compileCall(const Node& node, Wanted wanted);
