@@ -3,7 +3,6 @@
 // streams, before that the bare stream.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,7 +57,6 @@ public:
                 const std::vector<Stream>& others) const;
 
 private:
-    void readFile();
     void findStream();
 
     std::unique_ptr<InputFile> mFile;

@@ -2,7 +2,6 @@
 // Workbooks in the binary formats .xls, .xlt and .xl.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
