@@ -2,8 +2,10 @@
 
 PACKAGES_BUILD="g++ cmake ninja-build pkg-config ccache
   libzip-dev libdeflate-dev libisal-dev zlib1g-dev libicu-dev nettle-dev libfmt-dev libcli11-dev nlohmann-json3-dev"
+PACKAGES_DESKTOP="qt6-base-dev libqt6svg6 qt6-qpa-plugins qt6-translations-l10n shared-mime-info"
 PACKAGES_TEST="libgtest-dev libgmock-dev libexpat1-dev strace acl attr python3 python3-openpyxl python3-olefile
-  python3-cryptography python3-xlsxwriter python3-xlrd python3-xlwt"
+  python3-cryptography python3-xlsxwriter python3-xlrd python3-xlwt
+  xvfb xauth desktop-file-utils appstream fonts-dejavu-core fonts-noto-cjk"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
