@@ -16,10 +16,10 @@ class QWidget;
 namespace brindle {
 
 struct WindowTexts {
-    std::string section;            // of the language file
-    bool toolTips = false;          // whether the file has those of this window
-    int tabs = 0;                   // so many tabs of "SSTab1", from the first, are in the file
-    std::vector<std::string> kept;  // names of controls whose text the program writes itself
+    std::string section;    // of the language file
+    bool toolTips = false;  // whether the file has those of this window
+    int tabs = 0;           // so many tabs of "SSTab1", from the first, are in the file
+    std::vector<std::string> kept = {};  // names of controls whose text the program writes itself
 };
 
 // Captions of buttons, labels, option buttons, check boxes, menu items and tabs; tooltips; then

@@ -24,6 +24,7 @@ frmMain::frmMain(Services& services)
     connectOptions();
     connectHelpLine();
     connectMenus();
+    connectLanguage();
     connectImportExport();
     connectRun();
 }

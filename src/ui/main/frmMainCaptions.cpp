@@ -2,7 +2,9 @@
 #include "ui/main/frmMain.h"
 
 #include "lang/Captions.h"
+#include "lang/frmChangeLanguage.h"
 #include "lang/modINI.h"
+#include "lang/StandardTexts.h"
 #include "ui/common/QtText.h"
 #include "ui_frmMain.h"
 
@@ -14,7 +16,8 @@ void frmMain::LoadLng() {
         // A project that has a file is called after it.
         if (mCurrentFile.empty() || mCurrentFile.find(mProjectName) == std::string::npos)
             mProjectName = GetLngString("global msg", "1016");
-        loadCaptions(*this, {"frmMain", true, 2, {}});
+        loadStandardTexts();
+        loadCaptions(*this, {"frmMain", true, 2});
         for (int column = 0; column < 5; ++column) {
             const std::string key = "vsflex.TextMatrix(0," + std::to_string(column) + ")";
             ui->vsflex->setTextMatrix(0, column, toQt(GetLngString("frmMain", key)));
@@ -31,7 +34,19 @@ void frmMain::nameToolbarButtons() {
     ui->Toolbar1_Help->setText(withoutMnemonic(ui->mnuHelp1->text()));
 }
 
-void frmMain::mnuChangeLanguage_Click() {}
+void frmMain::connectLanguage() {
+    connect(ui->mnuChangeLanguage, &QAction::triggered, this, &frmMain::mnuChangeLanguage_Click);
+}
+
+void frmMain::mnuChangeLanguage_Click() {
+    run("mnuChangeLanguage_Click", [&] {
+        frmChangeLanguage dialog(mServices);
+        connect(&dialog, &frmChangeLanguage::LanguageChanged, this,
+                &frmMain::mfrmChangeLanguage_LanguageChanged);
+        dialog.exec();
+    });
+}
+
 void frmMain::mfrmChangeLanguage_LanguageChanged() {
     run("mfrmChangeLanguage_LanguageChanged", [&] { LoadLng(); });
 }
