@@ -21,11 +21,14 @@
 #include "project/Application.h"
 #include "ui/common/Services.h"
 
+class QLineEdit;
+
 namespace brindle {
 
 class frmChangeLanguage;
 class frmHelp;
 class frmProcessingDocuments;
+class HelpLine;
 class RecentFiles;
 
 namespace Ui {
@@ -61,6 +64,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -106,8 +110,11 @@ private:
 
     // frmMainOptions.cpp
     void connectOptions();
+    void connectUnsavedMarks();
+    void connectTabKeys();
     void optLoad_Click(int Index);
     void optFileProcess_Click(int Index);
+    void browseForFile(const char* filter, const char* types, QLineEdit& target);
     void cmdBrowse1_Click();
     void cmdBrowse2_Click();
     void cmdBrowse3_Click();
@@ -117,6 +124,8 @@ private:
 
     // frmMainHelpLine.cpp
     void connectHelpLine();
+    void nameControls();
+    void showHelpOf(QWidget* control);
     bool helpLineEvent(QObject* watched, QEvent* event);
 
     // frmMainLayout.cpp
@@ -140,6 +149,10 @@ private:
 
     // frmMainValidation.cpp
     bool ValidateEntries();
+    bool validateEntrySource();
+    bool validateDocumentSource();
+    bool refuseRun(const char* message, const std::string& path, QWidget* mend,
+                   QLineEdit* wrong = nullptr);
 
     // frmMainImportExport.cpp
     void connectImportExport();
@@ -178,6 +191,7 @@ private:
     bool SyncingOptions = false;
     int HoverRow = 0;  // the data row that is underlined; -1 or 0: none
     QTimer Timer1;
+    HelpLine* mHelpLine = nullptr;  // the first panel of StatusBar1
 
     std::atomic<bool> mStopProcessing{false};
     RunFlags mFlags{mStopProcessing};
