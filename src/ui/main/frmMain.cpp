@@ -28,6 +28,7 @@ frmMain::frmMain(Services& services)
     ui->optFileProcess_1->setObjectName("optFileProcess(1)");
     connectGrid();
     connectOptions();
+    connectDrop();
     connectHelpLine();
     connectMenus();
     connectImportExport();
@@ -108,7 +109,8 @@ QString frmMain::GetOptions() const {
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    return helpLineEvent(watched, event) || QMainWindow::eventFilter(watched, event);
+    return dropOnTextBox(watched, event) || helpLineEvent(watched, event) ||
+           QMainWindow::eventFilter(watched, event);
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {

@@ -122,6 +122,12 @@ private:
     void txtPassword_Change();
     void SSTab1_Click();
 
+    // frmMainDrop.cpp
+    void connectDrop();
+    bool dropOnTextBox(QObject* watched, QEvent* event);
+    void takeDrag(QDropEvent& event);
+    void startFrom(const std::string& folder);
+
     // frmMainHelpLine.cpp
     void connectHelpLine();
     bool helpLineEvent(QObject* watched, QEvent* event);

@@ -22,6 +22,15 @@ bool isThere(const std::string& path) {
     return std::filesystem::status(path, failure).type() != std::filesystem::file_type::not_found;
 }
 
+// The next end of the program writes its own state over the default project, so what could not be
+// read of it is put aside. Where that is refused, the writing will be as well.
+void keepDamaged(const std::string& path) {
+    try {
+        copyFile(path, path + ".damaged");
+    } catch (const Error&) {
+    }
+}
+
 // Nothing is painted while rows come and go, whatever ends that.
 class GridAtRest {
 public:
@@ -38,8 +47,9 @@ private:
 
 void frmMain::LoadProject(const std::string& path) {
     const std::string source = path.empty() ? defaultProjectPath() : path;
+    if (!isThere(source)) return;
+    bool isWhole = false;
     run("LoadProject", [&] {
-        if (!isThere(source)) return;
         const PropertyBag bag = readProjectFile(source);
         for (const ProjectOption& option : projectOptions()) {
             readProjectOption(bag, option, mApplication.CurrentProject);
@@ -47,7 +57,9 @@ void frmMain::LoadProject(const std::string& path) {
         }
         loadEntries(bag);
         setIsModified(false);
+        isWhole = mApplication.Items->Count() == bag.ReadProperty("Count").toInt32();
     });
+    if (!isWhole && path.empty()) keepDamaged(source);
 }
 
 // The counter starts anew together with the list: keys of entries that stay must not come again.
