@@ -29,6 +29,7 @@ class frmChangeLanguage;
 class frmHelp;
 class frmProcessingDocuments;
 class HelpLine;
+class PropertyBag;
 class RecentFiles;
 
 namespace Ui {
@@ -81,12 +82,18 @@ private:
     QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
+    // Closes every window of the program and so ends it; nothing is asked or saved.
+    void endProgram();
+    void closeOtherWindows();
 
     // frmMainProject.cpp
+    void loadEntries(const PropertyBag& bag);
+    void takeNameOfFile();
     void copyControlsToProject();
-    void showProjectOption(const char* name);
+    void showProjectOption(const std::string& name);
 
     // frmMainRecent.cpp
+    void rememberFile(const std::string& path);
     void showRecentFiles();
     void mnuDefRF_Click(int Index);
 
@@ -121,6 +128,12 @@ private:
     void chkIncludesubfolders_Click();
     void txtPassword_Change();
     void SSTab1_Click();
+
+    // frmMainDrop.cpp
+    void connectDrop();
+    bool dropOnTextBox(QObject* watched, QEvent* event);
+    void takeDrag(QDropEvent& event);
+    void startFrom(const std::string& folder);
 
     // frmMainHelpLine.cpp
     void connectHelpLine();
@@ -185,6 +198,7 @@ private:
     std::string mCurrentFile;  // path of the project file; empty for a project without one
     std::int32_t mEntryKeyCounter = 0;
     bool mIsModified = false;
+    bool mIsEnding = false;  // past all questions: windows close without any
     std::unique_ptr<RecentFiles> mRecentFiles;
 
     // While the option controls are set from an entry: their handlers write nothing back.
