@@ -31,6 +31,7 @@ frmMain::frmMain(Services& services)
     connectDrop();
     connectHelpLine();
     connectMenus();
+    connectLanguage();
     connectImportExport();
     connectRun();
 }

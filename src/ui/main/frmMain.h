@@ -21,11 +21,14 @@
 #include "project/Application.h"
 #include "ui/common/Services.h"
 
+class QLineEdit;
+
 namespace brindle {
 
 class frmChangeLanguage;
 class frmHelp;
 class frmProcessingDocuments;
+class HelpLine;
 class PropertyBag;
 class RecentFiles;
 
@@ -58,10 +61,14 @@ public:
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
 
+    // Ends the program without saving or asking; in a run, after the document in work.
+    void endProgram();
+
     const Application& project() const { return mApplication; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -113,8 +120,11 @@ private:
 
     // frmMainOptions.cpp
     void connectOptions();
+    void connectUnsavedMarks();
+    void connectTabKeys();
     void optLoad_Click(int Index);
     void optFileProcess_Click(int Index);
+    void browseForFile(const char* filter, const char* types, QLineEdit& target);
     void cmdBrowse1_Click();
     void cmdBrowse2_Click();
     void cmdBrowse3_Click();
@@ -130,6 +140,8 @@ private:
 
     // frmMainHelpLine.cpp
     void connectHelpLine();
+    void nameControls();
+    void showHelpOf(QWidget* control);
     bool helpLineEvent(QObject* watched, QEvent* event);
 
     // frmMainLayout.cpp
@@ -146,11 +158,17 @@ private:
     void showHelp(const std::string& page);
 
     // frmMainCaptions.cpp
+    void connectLanguage();
+    void nameToolbarButtons();
     void mnuChangeLanguage_Click();
     void mfrmChangeLanguage_LanguageChanged();
 
     // frmMainValidation.cpp
     bool ValidateEntries();
+    bool validateEntrySource();
+    bool validateDocumentSource();
+    bool refuseRun(const char* message, const std::string& path, QWidget* mend,
+                   QLineEdit* wrong = nullptr);
 
     // frmMainImportExport.cpp
     void connectImportExport();
@@ -190,6 +208,7 @@ private:
     bool SyncingOptions = false;
     int HoverRow = 0;  // the data row that is underlined; -1 or 0: none
     QTimer Timer1;
+    HelpLine* mHelpLine = nullptr;  // the first panel of StatusBar1
 
     std::atomic<bool> mStopProcessing{false};
     RunFlags mFlags{mStopProcessing};
