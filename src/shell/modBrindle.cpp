@@ -65,7 +65,11 @@ std::unique_ptr<excel::Application> createExcel(const ExcelFactory& factory) {
 
 int runMainWindow(Services& services, const std::string& commandLine) {
     frmMain window(services);
-    const EndSignals signals([&] { window.endProgram(); });
+    // A session that ends may say so by a signal only, so the state is kept.
+    const EndSignals signals([&] {
+        window.SaveProject();
+        window.endProgram();
+    });
     window.Form_Load(commandLine);
     window.show();
     return QApplication::exec();

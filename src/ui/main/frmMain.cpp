@@ -115,18 +115,17 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {
-    if (mIsEnding) return;
-    event->ignore();
-    if (isRunning()) {
+    if (!mIsEnding && isRunning()) {
+        event->ignore();
         leave([this] { close(); });
         return;
     }
     bool Cancel = false;
-    Form_QueryUnload(Cancel);
-    if (Cancel) return;
-    mIsEnding = true;
-    closeOtherWindows();
-    event->accept();
+    if (!mIsEnding) Form_QueryUnload(Cancel);
+    // The program may have been told to end while the question stood.
+    mIsEnding = mIsEnding || !Cancel;
+    event->setAccepted(mIsEnding);
+    if (mIsEnding) closeOtherWindows();
 }
 
 void frmMain::Form_QueryUnload(bool& Cancel) {
@@ -141,9 +140,11 @@ void frmMain::Form_QueryUnload(bool& Cancel) {
 }
 
 void frmMain::endProgram() {
-    mIsEnding = true;
-    closeOtherWindows();
-    close();
+    leave([this] {
+        mIsEnding = true;
+        closeOtherWindows();
+        close();
+    });
 }
 
 void frmMain::closeOtherWindows() {

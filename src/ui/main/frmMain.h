@@ -61,7 +61,8 @@ public:
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
 
-    // Ends the program without saving or asking; in a run, after the document in work.
+    // Ends the program, by closing every window of it, without saving or asking; in a run, after
+    // the document in work.
     void endProgram();
 
     const Application& project() const { return mApplication; }
@@ -85,8 +86,6 @@ private:
     QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
-    // Closes every window of the program and so ends it; nothing is asked or saved.
-    void endProgram();
     void closeOtherWindows();
 
     // frmMainProject.cpp

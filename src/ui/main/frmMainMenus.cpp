@@ -3,8 +3,6 @@
 
 #include <cstring>
 
-#include <QApplication>
-
 #include "shell/frmAbout.h"
 #include "ui/common/Icons.h"
 #include "ui/help/frmHelp.h"
@@ -101,11 +99,6 @@ void frmMain::mnuAbout_Click() {
 
 void frmMain::mnuExit_Click() {
     run("mnuExit_Click", [&] { endProgram(); });
-}
-
-void frmMain::endProgram() {
-    // QApplication::quit would close the windows first, which saves and asks.
-    leave([] { QApplication::exit(); });
 }
 
 void frmMain::showHelp(const std::string& page) {
