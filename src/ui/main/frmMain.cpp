@@ -31,7 +31,6 @@ frmMain::frmMain(Services& services)
     connectDrop();
     connectHelpLine();
     connectMenus();
-    connectLanguage();
     connectImportExport();
     connectRun();
 }

@@ -157,8 +157,6 @@ private:
     void showHelp(const std::string& page);
 
     // frmMainCaptions.cpp
-    void connectLanguage();
-    void nameToolbarButtons();
     void mnuChangeLanguage_Click();
     void mfrmChangeLanguage_LanguageChanged();
 
