@@ -65,6 +65,9 @@ public:
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
 
+    // Ends the program without saving or asking; in a run, after the document in work.
+    void endProgram();
+
     const Application& project() const { return mApplication; }
 
 protected:
