@@ -93,7 +93,7 @@ public:
         std::filesystem::create_directories(folder.path("app"));
         for (const char* shipped : {"Languages", "Help"})
             std::filesystem::create_directory_symlink(
-                std::filesystem::path(__FILE__).parent_path() / "../../data" / shipped,
+                std::filesystem::path(BRINDLE_SOURCE_DIR) / "data" / shipped,
                 std::filesystem::path(folder.path("app")) / shipped);
     }
 
