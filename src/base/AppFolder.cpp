@@ -21,8 +21,7 @@ std::string environmentVariable(const char* name) {
 }
 
 fs::path executableFolder() {
-    std::error_code ignored;
-    return fs::read_symlink("/proc/self/exe", ignored).parent_path();
+    return fs::path(executablePath()).parent_path();
 }
 
 std::string homeFolder() {
@@ -53,7 +52,7 @@ fs::path chosenFolder() {
     if (!home.empty()) return home;
     const fs::path beside = executableFolder();
     if (isPortable(beside)) return beside;
-    return baseFolder("XDG_DATA_HOME", ".local/share") / "Brindle";
+    return fs::path(dataFolder()) / "Brindle";
 }
 
 std::string withoutEndingSeparator(std::string path) {
@@ -83,6 +82,15 @@ std::string languagesFolder() {
 
 std::string configFolder() {
     return withoutEndingSeparator(baseFolder("XDG_CONFIG_HOME", ".config").string());
+}
+
+std::string dataFolder() {
+    return withoutEndingSeparator(baseFolder("XDG_DATA_HOME", ".local/share").string());
+}
+
+std::string executablePath() {
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/exe", ignored).string();
 }
 
 }  // namespace brindle

@@ -23,4 +23,10 @@ std::string languagesFolder();
 // The user's folder for settings: $XDG_CONFIG_HOME, by default ~/.config.
 std::string configFolder();
 
+// The user's folder for data: $XDG_DATA_HOME, by default ~/.local/share.
+std::string dataFolder();
+
+// The running program; empty when the system does not tell.
+std::string executablePath();
+
 }  // namespace brindle

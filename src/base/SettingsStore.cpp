@@ -9,12 +9,14 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "base/AppFolder.h"
 #include "base/Error.h"
 #include "base/FileIo.h"
+#include "base/Text.h"
 
 namespace brindle {
 
@@ -71,9 +73,11 @@ std::string lineStart(const std::string& key) {
     return escaped(key, "=[;") + "=";
 }
 
-class Lines {
+}  // namespace
+
+class SettingsLines {
 public:
-    explicit Lines(std::string_view text) {
+    explicit SettingsLines(std::string_view text) {
         while (!text.empty()) {
             const std::size_t end = std::min(text.find('\n'), text.size());
             std::string_view line = text.substr(0, end);
@@ -99,6 +103,33 @@ public:
         mLines.insert(endOf(head), start + value);
     }
 
+    std::vector<std::string> list(const std::string& head) const {
+        std::unordered_map<std::string_view, std::string_view> values;
+        for (std::size_t i = behind(head); i < mLines.size() && !mLines[i].starts_with('['); ++i) {
+            const std::string_view line = mLines[i];
+            const std::size_t sign = line.find('=');
+            if (sign != line.npos) values.emplace(line.substr(0, sign), line.substr(sign + 1));
+        }
+        std::vector<std::string> list;
+        for (;;) {
+            const auto found = values.find(std::to_string(list.size()));
+            if (found == values.end()) return list;
+            std::string value = unescaped(found->second);
+            if (text::trimBlanks(value).empty()) return list;
+            list.push_back(std::move(value));
+        }
+    }
+
+    void setList(const std::string& head, const std::vector<std::string>& list) {
+        const std::vector<std::string> old = this->list(head);
+        for (std::size_t i = 0; i < list.size(); ++i)
+            if (i >= old.size() || list[i] != old[i])
+                set(head, lineStart(std::to_string(i)), escaped(list[i], ""));
+        for (std::size_t i = list.size(); i < old.size(); ++i)
+            mLines.erase(mLines.begin() +
+                         (find(head, lineStart(std::to_string(i))) - mLines.data()));
+    }
+
     std::string text() const {
         std::string text;
         for (const std::string& line : mLines) text += line + '\n';
@@ -119,6 +150,8 @@ private:
 
     std::vector<std::string> mLines;
 };
+
+namespace {
 
 std::string readOrEmpty(const std::string& path) {
     try {
@@ -159,7 +192,7 @@ SettingsStore::SettingsStore(std::string file) : mFile(std::move(file)) {}
 std::string SettingsStore::get(const std::string& application, const std::string& section,
                                const std::string& key, const std::string& absent) const {
     try {
-        Lines lines(readOrEmpty(mFile));
+        SettingsLines lines(readOrEmpty(mFile));
         const std::string start = lineStart(key);
         const std::string* line = lines.find(headOf(application, section), start);
         return line == nullptr ? absent : unescaped(line->substr(start.size()));
@@ -170,10 +203,35 @@ std::string SettingsStore::get(const std::string& application, const std::string
 
 void SettingsStore::set(const std::string& application, const std::string& section,
                         const std::string& key, const std::string& value) {
+    rewrite([&](SettingsLines& lines) {
+        lines.set(headOf(application, section), lineStart(key), escaped(value, ""));
+    });
+}
+
+std::vector<std::string> SettingsStore::list(const std::string& application,
+                                             const std::string& section) const {
+    try {
+        return SettingsLines(readOrEmpty(mFile)).list(headOf(application, section));
+    } catch (const Error&) {
+        return {};
+    }
+}
+
+void SettingsStore::changeList(const std::string& application, const std::string& section,
+                               const std::function<void(std::vector<std::string>&)>& change) {
+    rewrite([&](SettingsLines& lines) {
+        const std::string head = headOf(application, section);
+        std::vector<std::string> list = lines.list(head);
+        change(list);
+        lines.setList(head, list);
+    });
+}
+
+void SettingsStore::rewrite(const std::function<void(SettingsLines&)>& change) {
     makeFolderOf(mFile);
     const StoreLock lock(mFile);
-    Lines lines(readOrEmpty(mFile));
-    lines.set(headOf(application, section), lineStart(key), escaped(value, ""));
+    SettingsLines lines(readOrEmpty(mFile));
+    change(lines);
     ReplaceOptions options;
     options.newFileMode = 0600;
     const std::string text = lines.text();

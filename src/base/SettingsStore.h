@@ -6,9 +6,13 @@
 // so are kept as they are.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace brindle {
+
+class SettingsLines;
 
 class SettingsStore {
 public:
@@ -26,7 +30,17 @@ public:
     void set(const std::string& application, const std::string& section, const std::string& key,
              const std::string& value);
 
+    // The values of a section whose keys are "0", "1", ..., up to the first that is missing or
+    // has nothing but blanks. Empty when the file cannot be read.
+    std::vector<std::string> list(const std::string& application, const std::string& section) const;
+    // Changes such a list in one step, against which no other program comes between; throws as
+    // set does, and then nothing is changed.
+    void changeList(const std::string& application, const std::string& section,
+                    const std::function<void(std::vector<std::string>&)>& change);
+
 private:
+    void rewrite(const std::function<void(SettingsLines&)>& change);
+
     std::string mFile;
 };
 

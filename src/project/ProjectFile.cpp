@@ -134,7 +134,8 @@ void writeProjectFile(const std::string& path, const PropertyBag& bag) {
     ReplaceOptions options;
     options.newFileMode = 0600;
     options.allowInPlace = true;  // a project that cannot be saved is the greater loss
-    if (old) options.expected = &old->status();
+    // Nothing is expected of the old file: of two programs that save at once the later one wins,
+    // and the end that stays of another record means nothing.
     replaceFile(path, options, [&](OutputFile& file) {
         file.write(header);
         file.write(content);

@@ -35,7 +35,8 @@ PropertyBag readProjectFile(const std::string& path);
 
 // The path holds the whole old or the whole new project at every instant, but for a file with
 // several names (hard links), which is written where it stands. A file that is made new belongs to
-// its user alone, because it may hold a password. Throws Error 6 for more than 256 MiB of content,
+// its user alone, because it may hold a password. Of two programs that write at once the later
+// one wins. Throws Error 6 for more than 256 MiB of content,
 // which would not be read back.
 void writeProjectFile(const std::string& path, const PropertyBag& bag);
 

@@ -77,7 +77,7 @@ public:
     std::optional<std::string> clipboard;
 };
 
-// A user of the program with an application folder and settings of his own; the language files
+// A user of the program with an application folder and settings of his own; languages and help
 // are those that are shipped.
 class FakeUser {
 public:
@@ -91,9 +91,10 @@ public:
 
     FakeUser() {
         std::filesystem::create_directories(folder.path("app"));
-        std::filesystem::create_directory_symlink(
-            std::filesystem::path(__FILE__).parent_path() / "../../data/Languages",
-            folder.path("app/Languages"));
+        for (const char* shipped : {"Languages", "Help"})
+            std::filesystem::create_directory_symlink(
+                std::filesystem::path(BRINDLE_SOURCE_DIR) / "data" / shipped,
+                std::filesystem::path(folder.path("app")) / shipped);
     }
 
     std::string errorLog() const { return folder.read("app/Errors.Log"); }

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "ui/main/frmMain.h"
 
+#include <QApplication>
+#include <QCloseEvent>
+
+#include <filesystem>
+
 #include "lang/modINI.h"
+#include "project/modMRU.h"
 #include "shell/ErrorLog.h"
+#include "ui/common/QtText.h"
 #include "ui/help/frmHelp.h"
-#include "ui/main/RecentFiles.h"
 #include "ui/processing/frmProcessingDocuments.h"
 #include "ui_frmMain.h"
 
@@ -22,8 +28,10 @@ frmMain::frmMain(Services& services)
     ui->optFileProcess_1->setObjectName("optFileProcess(1)");
     connectGrid();
     connectOptions();
+    connectDrop();
     connectHelpLine();
     connectMenus();
+    connectLanguage();
     connectImportExport();
     connectRun();
 }
@@ -39,21 +47,109 @@ MessageAnswer frmMain::ask(const char* message, MessageIcon icon, MessageButtons
         this, {GetLngString("global msg", message), icon, buttons, mAppTitle, {}});
 }
 
-void frmMain::Form_Load(const std::string&) {}
+void frmMain::Form_Load(const std::string& commandLine) {
+    // The session may end at any time, also without a chance to close the window.
+    connect(
+        qApp, &QGuiApplication::commitDataRequest, this, [this] { SaveProject(); },
+        Qt::DirectConnection);
+    run("Form_Load", [&] {
+        mEntryKeyCounter = 0;
+        mAppTitle = "Tarvello for Excel";
+        mProjectName = GetLngString("global msg", "1016");
+        SetCaption();
+        prepareControls();
+        LoadProject();
+        mRecentFiles->GetMRUFileList();
+        showRecentFiles();
+        LoadLng();
+        // Made absolute, because the recent files outlive the current folder.
+        if (!commandLine.empty()) OpenProject(std::filesystem::absolute(commandLine).string());
+    });
+}
+
+// The handlers of the controls take what is set here for changes of the user's.
+void frmMain::prepareControls() {
+    constexpr const char* kHeaders[] = {"N", "Find what", "Replace with", "Look in", "Options"};
+    constexpr int kWidths[] = {53, 333, 200, 67, 67};
+    for (int column = 0; column < 5; ++column) {
+        ui->vsflex->setColWidth(column, kWidths[column]);
+        ui->vsflex->setTextMatrix(0, column, kHeaders[column]);
+    }
+    ui->SSTab1->setCurrentIndex(0);
+    ui->cboLookIn->setCurrentIndex(0);
+    ui->cboSpreadsheetType->setCurrentIndex(0);
+    ui->optLoad_0->setChecked(true);
+    ui->optFileProcess_0->setChecked(true);
+    setIsModified(false);
+}
+
 void frmMain::setIsModified(bool value) {
-    mIsModified = value;
+    run("IsModified", [&] {
+        mIsModified = value;
+        SetCaption();
+    });
 }
-void frmMain::closeEvent(QCloseEvent* event) {
-    QMainWindow::closeEvent(event);
+
+void frmMain::SetCaption() {
+    run("SetCaption", [&] {
+        const std::string marker = mIsModified ? GetLngString("global msg", "1017") : "";
+        // Qt takes "[*]" for a place of its own unless it stands twice.
+        setWindowTitle(toQt(mProjectName + marker + " - " + mAppTitle).replace("[*]", "[*][*]"));
+    });
 }
-bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    return helpLineEvent(watched, event) || QMainWindow::eventFilter(watched, event);
-}
-void frmMain::SetCaption() {}
+
 QString frmMain::GetOptions() const {
-    return {};
+    QString options;
+    run("GetOptions", [&] {
+        if (ui->chkMatchCase->isChecked()) options = "Match Case";
+        if (!ui->chkWholeWord->isChecked()) return;
+        if (!options.isEmpty()) options += ",";
+        options += "Match entire cell contents";
+    });
+    return options;
 }
-void frmMain::prepareControls() {}
-void frmMain::Form_QueryUnload(bool&) {}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event) {
+    return dropOnTextBox(watched, event) || helpLineEvent(watched, event) ||
+           QMainWindow::eventFilter(watched, event);
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    if (mIsEnding) return;
+    event->ignore();
+    if (isRunning()) {
+        leave([this] { close(); });
+        return;
+    }
+    bool Cancel = false;
+    Form_QueryUnload(Cancel);
+    if (Cancel) return;
+    mIsEnding = true;
+    closeOtherWindows();
+    event->accept();
+}
+
+void frmMain::Form_QueryUnload(bool& Cancel) {
+    run("Form_QueryUnload", [&] {
+        SaveProject();
+        if (!mIsModified) return;
+        const MessageAnswer answer =
+            ask("1004", MessageIcon::Question, MessageButtons::YesNoCancel);
+        Cancel = answer == MessageAnswer::Cancel;
+        if (answer == MessageAnswer::Yes) Save(false);
+    });
+}
+
+void frmMain::endProgram() {
+    mIsEnding = true;
+    closeOtherWindows();
+    close();
+}
+
+void frmMain::closeOtherWindows() {
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget* window : windows)
+        if (window != this && window->isVisible()) window->close();
+}
 
 }  // namespace brindle

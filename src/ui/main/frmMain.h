@@ -21,11 +21,15 @@
 #include "project/Application.h"
 #include "ui/common/Services.h"
 
+class QLineEdit;
+
 namespace brindle {
 
 class frmChangeLanguage;
 class frmHelp;
 class frmProcessingDocuments;
+class HelpLine;
+class PropertyBag;
 class RecentFiles;
 
 namespace Ui {
@@ -57,10 +61,14 @@ public:
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
 
+    // Ends the program without saving or asking; in a run, after the document in work.
+    void endProgram();
+
     const Application& project() const { return mApplication; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -77,12 +85,18 @@ private:
     QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
+    // Closes every window of the program and so ends it; nothing is asked or saved.
+    void endProgram();
+    void closeOtherWindows();
 
     // frmMainProject.cpp
+    void loadEntries(const PropertyBag& bag);
+    void takeNameOfFile();
     void copyControlsToProject();
-    void showProjectOption(const char* name);
+    void showProjectOption(const std::string& name);
 
     // frmMainRecent.cpp
+    void rememberFile(const std::string& path);
     void showRecentFiles();
     void mnuDefRF_Click(int Index);
 
@@ -106,8 +120,11 @@ private:
 
     // frmMainOptions.cpp
     void connectOptions();
+    void connectUnsavedMarks();
+    void connectTabKeys();
     void optLoad_Click(int Index);
     void optFileProcess_Click(int Index);
+    void browseForFile(const char* filter, const char* types, QLineEdit& target);
     void cmdBrowse1_Click();
     void cmdBrowse2_Click();
     void cmdBrowse3_Click();
@@ -115,8 +132,16 @@ private:
     void txtPassword_Change();
     void SSTab1_Click();
 
+    // frmMainDrop.cpp
+    void connectDrop();
+    bool dropOnTextBox(QObject* watched, QEvent* event);
+    void takeDrag(QDropEvent& event);
+    void startFrom(const std::string& folder);
+
     // frmMainHelpLine.cpp
     void connectHelpLine();
+    void nameControls();
+    void showHelpOf(QWidget* control);
     bool helpLineEvent(QObject* watched, QEvent* event);
 
     // frmMainLayout.cpp
@@ -133,11 +158,17 @@ private:
     void showHelp(const std::string& page);
 
     // frmMainCaptions.cpp
+    void connectLanguage();
+    void nameToolbarButtons();
     void mnuChangeLanguage_Click();
     void mfrmChangeLanguage_LanguageChanged();
 
     // frmMainValidation.cpp
     bool ValidateEntries();
+    bool validateEntrySource();
+    bool validateDocumentSource();
+    bool refuseRun(const char* message, const std::string& path, QWidget* mend,
+                   QLineEdit* wrong = nullptr);
 
     // frmMainImportExport.cpp
     void connectImportExport();
@@ -170,12 +201,14 @@ private:
     std::string mCurrentFile;  // path of the project file; empty for a project without one
     std::int32_t mEntryKeyCounter = 0;
     bool mIsModified = false;
+    bool mIsEnding = false;  // past all questions: windows close without any
     std::unique_ptr<RecentFiles> mRecentFiles;
 
     // While the option controls are set from an entry: their handlers write nothing back.
     bool SyncingOptions = false;
     int HoverRow = 0;  // the data row that is underlined; -1 or 0: none
     QTimer Timer1;
+    HelpLine* mHelpLine = nullptr;  // the first panel of StatusBar1
 
     std::atomic<bool> mStopProcessing{false};
     RunFlags mFlags{mStopProcessing};

@@ -68,6 +68,19 @@ TEST_F(Settings, LinesOfOthersStay) {
               "; mine\n[Brindle/INIFILE]\nnot a value\nPATH=c\n\n[Else]\nPATH=b\n");
 }
 
+TEST_F(Settings, AListEndsAtTheFirstKeyWithoutAValue) {
+    mDir.write("config home/Brindle/settings.ini",
+               "[A/S]\n1= b\nother=x\n0=a%41\n2=c\n3=  \n4=e\n0=again\n[A/T]\n0=t\n");
+    EXPECT_EQ(mStore.list("A", "S"), (std::vector<std::string>{"aA", " b", "c"}));
+    EXPECT_TRUE(mStore.list("A", "none").empty());
+    mStore.changeList("A", "S", [](auto& list) { list = {"aA", "B\n", "c", "d"}; });
+    EXPECT_EQ(mStore.list("A", "S"), (std::vector<std::string>{"aA", "B\n", "c", "d", "e"}));
+    mStore.changeList("A", "S", [](auto& list) { list.resize(1); });
+    mStore.changeList("A", "new", [](auto& list) { list.push_back("n"); });
+    EXPECT_EQ(mDir.read("config home/Brindle/settings.ini"),
+              "[A/S]\nother=x\n0=a%41\n0=again\n[A/T]\n0=t\n[A/new]\n0=n\n");
+}
+
 TEST_F(Settings, AreForTheUserAlone) {
     mStore.set("A", "S", "K", "V");
     struct stat status {};
@@ -92,7 +105,10 @@ TEST(SettingsStore, LiesInTheUsersFolder) {
 TEST_F(Settings, TwoProgramsLoseNothing) {
     constexpr int kKeys = 60;
     const auto writeAll = [&](const std::string& prefix) {
-        for (int i = 0; i < kKeys; ++i) mStore.set("A", "S", prefix + std::to_string(i), prefix);
+        for (int i = 0; i < kKeys; ++i) {
+            mStore.set("A", "S", prefix + std::to_string(i), prefix);
+            mStore.changeList("A", "list", [&](auto& list) { list.push_back(prefix); });
+        }
     };
     const pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -107,6 +123,7 @@ TEST_F(Settings, TwoProgramsLoseNothing) {
     for (const std::string prefix : {"child", "parent"})
         for (int i = 0; i < kKeys; ++i)
             EXPECT_EQ(mStore.get("A", "S", prefix + std::to_string(i)), prefix) << i;
+    EXPECT_EQ(mStore.list("A", "list").size(), 2U * kKeys);
 }
 
 }  // namespace

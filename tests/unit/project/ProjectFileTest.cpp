@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <functional>
@@ -157,6 +159,25 @@ TEST_F(ProjectFile, IsNewForItsUserAloneAndKeepsAnOldMode) {
     writeProjectFile(path(), PropertyBag());
     ASSERT_EQ(stat(path().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0640U);
+}
+
+TEST_F(ProjectFile, TwoProgramsMayWriteAtOnce) {
+    const auto writeMany = [&](const std::string& folder) {
+        PropertyBag bag;
+        bag.WriteProperty("StartFolder", folder);
+        for (int i = 0; i < 200; ++i) writeProjectFile(path(), bag);
+    };
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        _exit(numberOf([&] { writeMany("/child"); }));
+    }
+    EXPECT_EQ(numberOf([&] { writeMany("/parents"); }), 0);
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    const std::string last = readProjectFile(path()).ReadProperty("StartFolder").toText();
+    EXPECT_TRUE(last == "/child" || last == "/parents") << last;
 }
 
 TEST_F(ProjectFile, EveryTruncationIsRefused) {
