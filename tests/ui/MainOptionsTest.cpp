@@ -68,6 +68,7 @@ TEST_F(MainOptions, ThreeSettingsAreWrittenAtOnce) {
     click("chkIncludesubfolders");
     EXPECT_TRUE(project.IncludeSubFolders);
     QTest::keyClicks(&control("txtPassword"), "s3");
+    EXPECT_EQ(control<QLineEdit>("txtPassword").displayText(), "**");
     EXPECT_EQ(project.Password, "s3");
     control<QLineEdit>("txtPassword").setText(toQt("k\xFFy"));
     EXPECT_EQ(project.Password, "k\xFFy");
@@ -167,6 +168,7 @@ TEST_F(MainOptions, DoubleClickOpensTheStartFolder) {
                                     user.folder.write("a.txt", ""), user.folder.path(".")}) {
         box.setText(toQt(path));
         QTest::mouseDClick(&box, Qt::LeftButton);
+        QTest::mouseRelease(&box, Qt::LeftButton);
     }
     EXPECT_THAT(user.desktop.documents, ElementsAre(user.folder.path(".")));
 }
