@@ -109,8 +109,8 @@ QString frmMain::GetOptions() const {
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    return dropOnTextBox(watched, event) || helpLineEvent(watched, event) ||
-           QMainWindow::eventFilter(watched, event);
+    return dropOnTextBox(watched, event) || optionsEvent(watched, event) ||
+           helpLineEvent(watched, event) || QMainWindow::eventFilter(watched, event);
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {

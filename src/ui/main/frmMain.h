@@ -57,6 +57,10 @@ public:
     void OpenProject(const std::string& path = {});
     void Save(bool SaveAs);
 
+    // Whether a run has something to look for and somewhere to look. Tells the user what is
+    // missing and leaves him at the control where he can say it.
+    bool ValidateEntries();
+
     bool IsModified() const { return mIsModified; }
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
@@ -121,6 +125,7 @@ private:
     void connectOptions();
     void connectUnsavedMarks();
     void connectTabKeys();
+    bool optionsEvent(QObject* watched, QEvent* event);
     void optLoad_Click(int Index);
     void optFileProcess_Click(int Index);
     void browseForFile(const char* filter, const char* types, QLineEdit& target);
@@ -129,6 +134,7 @@ private:
     void cmdBrowse3_Click();
     void chkIncludesubfolders_Click();
     void txtPassword_Change();
+    void txtStartFolder_DblClick();
     void SSTab1_Click();
 
     // frmMainDrop.cpp
@@ -139,7 +145,6 @@ private:
 
     // frmMainHelpLine.cpp
     void connectHelpLine();
-    void nameControls();
     void showHelpOf(QWidget* control);
     bool helpLineEvent(QObject* watched, QEvent* event);
 
@@ -161,7 +166,6 @@ private:
     void mfrmChangeLanguage_LanguageChanged();
 
     // frmMainValidation.cpp
-    bool ValidateEntries();
     bool validateEntrySource();
     bool validateDocumentSource();
     bool refuseRun(const char* message, const std::string& path, QWidget* mend,
