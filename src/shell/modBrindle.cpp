@@ -65,9 +65,9 @@ std::unique_ptr<excel::Application> createExcel(const ExcelFactory& factory) {
 
 int runMainWindow(Services& services, const std::string& commandLine) {
     frmMain window(services);
-    const EndSignals signals([&] { window.endProgram(); });
     window.Form_Load(commandLine);
     window.show();
+    const EndSignals signals([&] { window.endProgram(); });
     return QApplication::exec();
 }
 

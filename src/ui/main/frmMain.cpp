@@ -141,9 +141,11 @@ void frmMain::Form_QueryUnload(bool& Cancel) {
 }
 
 void frmMain::endProgram() {
-    mIsEnding = true;
-    closeOtherWindows();
-    close();
+    leave([this] {
+        mIsEnding = true;
+        closeOtherWindows();
+        close();
+    });
 }
 
 void frmMain::closeOtherWindows() {

@@ -85,8 +85,6 @@ private:
     QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
-    // Closes every window of the program and so ends it; nothing is asked or saved.
-    void endProgram();
     void closeOtherWindows();
 
     // frmMainProject.cpp

@@ -3,8 +3,6 @@
 
 #include <cstring>
 
-#include <QApplication>
-
 #include "shell/frmAbout.h"
 #include "ui/common/Icons.h"
 #include "ui/help/frmHelp.h"
@@ -15,26 +13,6 @@ namespace brindle {
 namespace {
 
 constexpr const char* kHomePage = "https://tarvello.example/";
-
-// Languages give a separator the caption "-", which some styles would draw beside the line.
-void keepAsSeparator(QAction* action) {
-    const auto clear = [action] {
-        action->setSeparator(true);
-        if (action->text() == "-") action->setText({});
-    };
-    QObject::connect(action, &QAction::changed, action, clear);
-    clear();
-}
-
-// A button has no text of its own in a language: it is called as its menu item is.
-void nameAfter(QAction* button, const QAction* item) {
-    const auto take = [button, item] {
-        QString name = item->text().remove('&');
-        if (!name.isEmpty()) button->setText(name);
-    };
-    QObject::connect(item, &QAction::changed, button, take);
-    take();
-}
 
 void draw(const char* icon, std::initializer_list<QAction*> actions) {
     for (QAction* action : actions) action->setIcon(ownIcon(icon));
@@ -47,10 +25,6 @@ void frmMain::connectMenus() {
     draw("save", {ui->menuSave, ui->Toolbar1_Save});
     draw("help", {ui->mnuHelp1, ui->Toolbar1_Help});
     draw("Brindle", {ui->mnuAbout});
-    for (QAction* separator : {ui->mnuSep1, ui->mnuSep2, ui->mnuSep3}) keepAsSeparator(separator);
-    nameAfter(ui->Toolbar1_Open, ui->mnuOpen);
-    nameAfter(ui->Toolbar1_Save, ui->menuSave);
-    nameAfter(ui->Toolbar1_Help, ui->mnuHelp1);
     // The menu that Qt offers on bars could hide the toolbar, and nothing would bring it back.
     setContextMenuPolicy(Qt::NoContextMenu);
 
@@ -64,7 +38,6 @@ void frmMain::connectMenus() {
         if (ui->cmdStartReplacing->isEnabled()) cmdStartReplacing_Click();
     });
     connect(ui->mnuExit, &QAction::triggered, this, &frmMain::mnuExit_Click);
-    connect(ui->mnuChangeLanguage, &QAction::triggered, this, &frmMain::mnuChangeLanguage_Click);
     connect(ui->mnuHelp1, &QAction::triggered, this, &frmMain::mnuHelp1_Click);
     connect(ui->mnuHomePage, &QAction::triggered, this, &frmMain::mnuHomePage_Click);
     connect(ui->mnuAbout, &QAction::triggered, this, &frmMain::mnuAbout_Click);
@@ -101,11 +74,6 @@ void frmMain::mnuAbout_Click() {
 
 void frmMain::mnuExit_Click() {
     run("mnuExit_Click", [&] { endProgram(); });
-}
-
-void frmMain::endProgram() {
-    // QApplication::quit would close the windows first, which saves and asks.
-    leave([] { QApplication::exit(); });
 }
 
 void frmMain::showHelp(const std::string& page) {
