@@ -28,7 +28,7 @@ frmAbout::~frmAbout() = default;
 
 void frmAbout::LoadLng() {
     setWindowTitle(captionOf("frmAbout", "frmAbout"));
-    loadCaptions(*this, {"frmAbout", false, 0, {"lblProduct"}});
+    loadCaptions(*this, {.section = "frmAbout", .kept = {"lblProduct"}});
     ui->lblVersion->setText(ui->lblVersion->text().replace("%s", BRINDLE_VERSION));
 }
 

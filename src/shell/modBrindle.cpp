@@ -67,7 +67,12 @@ int runMainWindow(Services& services, const std::string& commandLine) {
     frmMain window(services);
     window.Form_Load(commandLine);
     window.show();
-    const EndSignals signals([&] { window.endProgram(); });
+    // A session that ends may say so by a signal only, so the state is kept. Before the window has
+    // taken over the last state, there is nothing to keep.
+    const EndSignals signals([&] {
+        window.SaveProject();
+        window.endProgram();
+    });
     return QApplication::exec();
 }
 

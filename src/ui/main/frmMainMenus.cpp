@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "lang/Captions.h"
 #include "shell/frmAbout.h"
 #include "ui/common/Icons.h"
 #include "ui/help/frmHelp.h"
@@ -13,6 +14,16 @@ namespace brindle {
 namespace {
 
 constexpr const char* kHomePage = "https://tarvello.example/";
+
+// A button has no text of its own in a language: it is called as its menu item is.
+void nameAfter(QAction* button, const QAction* item) {
+    const auto take = [button, item] {
+        const QString name = withoutMnemonic(item->text());
+        if (!name.isEmpty()) button->setText(name);
+    };
+    QObject::connect(item, &QAction::changed, button, take);
+    take();
+}
 
 void draw(const char* icon, std::initializer_list<QAction*> actions) {
     for (QAction* action : actions) action->setIcon(ownIcon(icon));
@@ -25,6 +36,9 @@ void frmMain::connectMenus() {
     draw("save", {ui->menuSave, ui->Toolbar1_Save});
     draw("help", {ui->mnuHelp1, ui->Toolbar1_Help});
     draw("Brindle", {ui->mnuAbout});
+    nameAfter(ui->Toolbar1_Open, ui->mnuOpen);
+    nameAfter(ui->Toolbar1_Save, ui->menuSave);
+    nameAfter(ui->Toolbar1_Help, ui->mnuHelp1);
     // The menu that Qt offers on bars could hide the toolbar, and nothing would bring it back.
     setContextMenuPolicy(Qt::NoContextMenu);
 
@@ -38,6 +52,7 @@ void frmMain::connectMenus() {
         if (ui->cmdStartReplacing->isEnabled()) cmdStartReplacing_Click();
     });
     connect(ui->mnuExit, &QAction::triggered, this, &frmMain::mnuExit_Click);
+    connect(ui->mnuChangeLanguage, &QAction::triggered, this, &frmMain::mnuChangeLanguage_Click);
     connect(ui->mnuHelp1, &QAction::triggered, this, &frmMain::mnuHelp1_Click);
     connect(ui->mnuHomePage, &QAction::triggered, this, &frmMain::mnuHomePage_Click);
     connect(ui->mnuAbout, &QAction::triggered, this, &frmMain::mnuAbout_Click);

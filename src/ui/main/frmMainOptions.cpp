@@ -36,6 +36,7 @@ void frmMain::connectOptions() {
             [this] { chkIncludesubfolders_Click(); });
     connect(ui->txtPassword, &QLineEdit::textChanged, this, [this] { txtPassword_Change(); });
     connect(ui->SSTab1, &QTabWidget::currentChanged, this, [this] { SSTab1_Click(); });
+    ui->txtStartFolder->installEventFilter(this);
     connectUnsavedMarks();
     connectTabKeys();
 }
@@ -138,6 +139,22 @@ void frmMain::txtPassword_Change() {
         mApplication.CurrentProject.Password = fromQt(ui->txtPassword->text());
         setIsModified(true);
     });
+}
+
+// As its tooltip promises.
+void frmMain::txtStartFolder_DblClick() {
+    run("txtStartFolder_DblClick", [&] {
+        const std::filesystem::path folder = fromQt(ui->txtStartFolder->text());
+        std::error_code ignored;
+        if (std::filesystem::is_directory(folder, ignored))
+            mServices.desktop.openDocument(std::filesystem::absolute(folder).string());
+    });
+}
+
+bool frmMain::optionsEvent(QObject* watched, QEvent* event) {
+    if (watched == ui->txtStartFolder && event->type() == QEvent::MouseButtonDblClick)
+        txtStartFolder_DblClick();
+    return false;
 }
 
 // The tab control itself shows one panel and hides the other; what remains is the help for a
