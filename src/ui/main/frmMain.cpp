@@ -98,17 +98,6 @@ void frmMain::SetCaption() {
     });
 }
 
-QString frmMain::GetOptions() const {
-    QString options;
-    run("GetOptions", [&] {
-        if (ui->chkMatchCase->isChecked()) options = "Match Case";
-        if (!ui->chkWholeWord->isChecked()) return;
-        if (!options.isEmpty()) options += ",";
-        options += "Match entire cell contents";
-    });
-    return options;
-}
-
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     return dropOnTextBox(watched, event) || helpLineEvent(watched, event) ||
            QMainWindow::eventFilter(watched, event);
@@ -141,9 +130,11 @@ void frmMain::Form_QueryUnload(bool& Cancel) {
 }
 
 void frmMain::endProgram() {
-    mIsEnding = true;
-    closeOtherWindows();
-    close();
+    leave([this] {
+        mIsEnding = true;
+        closeOtherWindows();
+        close();
+    });
 }
 
 void frmMain::closeOtherWindows() {

@@ -82,11 +82,8 @@ private:
 
     // frmMain.cpp
     void SetCaption();
-    QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
-    // Closes every window of the program and so ends it; nothing is asked or saved.
-    void endProgram();
     void closeOtherWindows();
 
     // frmMainProject.cpp
@@ -102,6 +99,11 @@ private:
 
     // frmMainGrid.cpp
     void connectGrid();
+    QString GetOptions() const;
+    Entry* entryOfRow(int row) const;
+    int rowOfOptions() const;
+    void showOptions(const Entry& entry);
+    void clearBackColors();
     void SetItemInGrid(const Entry& entry);
     void cmdAdd_Click();
     void cmdDelete_Click();

@@ -103,11 +103,6 @@ void frmMain::mnuExit_Click() {
     run("mnuExit_Click", [&] { endProgram(); });
 }
 
-void frmMain::endProgram() {
-    // QApplication::quit would close the windows first, which saves and asks.
-    leave([] { QApplication::exit(); });
-}
-
 void frmMain::showHelp(const std::string& page) {
     if (!mHelp) mHelp = new frmHelp(this);
     mHelp->showPage(page);

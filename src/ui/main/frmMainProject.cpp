@@ -31,18 +31,6 @@ void keepDamaged(const std::string& path) {
     }
 }
 
-// Nothing is painted while rows come and go, whatever ends that.
-class GridAtRest {
-public:
-    explicit GridAtRest(EntryGrid& grid) : mGrid(grid) { mGrid.setRedraw(false); }
-    ~GridAtRest() { mGrid.setRedraw(true); }
-    GridAtRest(const GridAtRest&) = delete;
-    GridAtRest& operator=(const GridAtRest&) = delete;
-
-private:
-    EntryGrid& mGrid;
-};
-
 }  // namespace
 
 void frmMain::LoadProject(const std::string& path) {
@@ -117,6 +105,7 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
+    ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();
     project.GetFilenamesFromTextFile = fromQt(ui->txtGetFileName->text());
