@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Pulse.h"
+
 namespace brindle {
 
 class ByteSource {
@@ -24,6 +26,8 @@ public:
     virtual std::optional<std::string_view> inMemory() const { return std::nullopt; }
     // Of the file behind; -1 when there is none.
     virtual int descriptor() const { return -1; }
+    // Of who waits for the work on these bytes; long work over them beats it.
+    virtual Pulse pulse() const { return {}; }
 };
 
 // Whether these bytes stand at `offset`. Throws Error (Damaged, number 62) when the source ends
@@ -33,13 +37,16 @@ bool holdsAt(const ByteSource& source, std::uint64_t offset, std::string_view by
 // Borrowed bytes.
 class MemorySource final : public ByteSource {
 public:
-    explicit MemorySource(std::string_view bytes) : mBytes(bytes) {}
+    explicit MemorySource(std::string_view bytes, Pulse pulse = {})
+        : mBytes(bytes), mPulse(pulse) {}
     std::uint64_t size() const override { return mBytes.size(); }
     void readAt(std::uint64_t offset, std::span<std::byte> into) const override;
     std::optional<std::string_view> inMemory() const override { return mBytes; }
+    Pulse pulse() const override { return mPulse; }
 
 private:
     std::string_view mBytes;
+    Pulse mPulse;
 };
 
 class ByteSink {

@@ -13,7 +13,8 @@
 namespace brindle {
 namespace {
 
-constexpr std::size_t kMostPerCall = std::size_t{1} << 30;  // Linux transfers a little under 2 GiB
+// Little enough to be through in no time on a slow disk, and enough to keep the calls few.
+constexpr std::size_t kMostPerCall = std::size_t{8} << 20;
 
 // Looks before it opens: opening a device can already have an effect.
 void requireOrdinaryFile(const struct stat& status, const std::string& path) {
@@ -49,7 +50,7 @@ bool isCopyUnsupported(int errnoValue) {
 
 // Bytes copied inside the kernel; less than `length` when it cannot do (the rest).
 std::uint64_t copyInKernel(const ByteSource& source, std::uint64_t offset, std::uint64_t length,
-                           int to, const std::string& pathForErrors) {
+                           int to, const std::string& pathForErrors, Pulse pulse) {
     auto from = static_cast<off64_t>(offset);
     std::uint64_t done = 0;
     while (done < length) {
@@ -58,6 +59,7 @@ std::uint64_t copyInKernel(const ByteSource& source, std::uint64_t offset, std::
         if (count == 0) break;
         if (count > 0) {
             done += static_cast<std::uint64_t>(count);
+            pulse.beat();
         } else if (isCopyUnsupported(errno)) {
             break;
         } else if (errno != EINTR) {
@@ -89,7 +91,7 @@ void FileDescriptor::close(const std::string& pathForErrors) {
     }
 }
 
-InputFile::InputFile(const std::string& path) : mPath(path) {
+InputFile::InputFile(const std::string& path, Pulse pulse) : mPath(path), mPulse(pulse) {
     const PathInFolder place(path);
     if (::fstatat(place.folder(), place.name().c_str(), &mStatus, 0) != 0) {
         throw Error::system(errno, "open '" + path + "'");
@@ -109,6 +111,7 @@ void InputFile::readAt(std::uint64_t offset, std::span<std::byte> into) const {
         if (count == 0) throwTooShort(mPath, offset);
         into = into.subspan(static_cast<std::size_t>(count));
         offset += static_cast<std::uint64_t>(count);
+        mPulse.beat();
     }
 }
 
@@ -133,12 +136,15 @@ void OutputFile::write(std::span<const std::byte> bytes) {
         if (count <= 0) throw Error::system(count == 0 ? EIO : errno, "write '" + mPath + "'");
         bytes = bytes.subspan(static_cast<std::size_t>(count));
         mPosition += static_cast<std::uint64_t>(count);
+        mPulse.beat();
     }
 }
 
 void OutputFile::copyFrom(const ByteSource& source, std::uint64_t offset, std::uint64_t length) {
     std::uint64_t done = 0;
-    if (source.descriptor() >= 0) done = copyInKernel(source, offset, length, mFd, mPath);
+    if (source.descriptor() >= 0) {
+        done = copyInKernel(source, offset, length, mFd, mPath, mPulse);
+    }
     mPosition += done;
     ByteSink::copyFrom(source, offset + done, length - done);
 }

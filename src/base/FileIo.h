@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/ByteStreams.h"
+#include "base/Pulse.h"
 
 namespace brindle {
 
@@ -37,15 +38,16 @@ private:
 };
 
 // A regular file opened for reading, with what stat said at that moment. Devices, FIFOs,
-// sockets and folders are refused without being opened for data.
+// sockets and folders are refused without being opened for data. Reading beats the pulse.
 class InputFile final : public ByteSource {
 public:
-    explicit InputFile(const std::string& path);
+    explicit InputFile(const std::string& path, Pulse pulse = {});
 
     const std::string& path() const { return mPath; }
     const struct stat& status() const { return mStatus; }
     std::uint64_t size() const override { return static_cast<std::uint64_t>(mStatus.st_size); }
     int descriptor() const override { return mFd.get(); }
+    Pulse pulse() const override { return mPulse; }
 
     // Fills the whole span from `offset`; a short file is an Error (Damaged, number 62).
     void readAt(std::uint64_t offset, std::span<std::byte> into) const override;
@@ -54,15 +56,17 @@ private:
     std::string mPath;
     FileDescriptor mFd;
     struct stat mStatus {};
+    Pulse mPulse;
 };
 
 // The bytes of a regular file; more than `limit` bytes is an Error (TooLarge).
 std::string readWholeFile(const std::string& path, std::uint64_t limit = UINT64_MAX);
 
-// Where the new bytes of a file are written. Every return code is checked.
+// Where the new bytes of a file are written. Every return code is checked. Writing beats the pulse.
 class OutputFile final : public ByteSink {
 public:
-    OutputFile(int descriptor, std::string path) : mFd(descriptor), mPath(std::move(path)) {}
+    OutputFile(int descriptor, std::string path, Pulse pulse = {})
+        : mFd(descriptor), mPath(std::move(path)), mPulse(pulse) {}
     using ByteSink::write;
     void write(std::span<const std::byte> bytes) override;
     // Copies a range of another file without bringing it into memory where the system can.
@@ -73,6 +77,7 @@ public:
 private:
     int mFd;
     std::string mPath;
+    Pulse mPulse;
     std::uint64_t mPosition = 0;
 };
 
@@ -85,6 +90,7 @@ struct ReplaceOptions {
     bool allowInPlace = false;
     // Permission bits of a file that does not exist yet.
     mode_t newFileMode = 0666;
+    Pulse pulse = {};
 };
 
 // Replaces the content of `path`, so that at every instant the path holds the complete old or
@@ -109,7 +115,7 @@ void replaceFile(const std::string& path, const ReplaceOptions& options,
 // keep the old content. A folder, link or device of that name is an Error, and so is the source
 // itself. Mode, owner, access control lists, extended attributes and modification time are
 // those of the source; a source that changes during the copy is an Error (number 70).
-void copyFile(const std::string& from, const std::string& to);
+void copyFile(const std::string& from, const std::string& to, Pulse pulse = {});
 
 // Removes temporaries that a crashed run of ours left in `folder` (their process is dead).
 // Never throws.

@@ -19,9 +19,15 @@ public:
     virtual MessageAnswer showMessage(const std::string& text, MessageIcon icon,
                                       MessageButtons buttons) = 0;
 
-    // Lets pending user-interface events run. Called between documents and folders, and now
-    // and then inside a large document.
+    // Lets pending user-interface events run. Called between documents and folders.
     virtual void processEvents() = 0;
+
+    // The same while a document is in work, for a host that is watched. May do no more than paint
+    // and take the wish to stop: the document may be in the middle of a change. What it throws is
+    // lost.
+    virtual void processEventsInDocument() {}
+    // Whether somebody looks at a window meanwhile. Where nobody does, nothing is spent on it.
+    virtual bool isWatched() const { return false; }
 };
 
 }  // namespace brindle

@@ -41,10 +41,12 @@ void requireWritable(const PathInFolder& target) {
     }
 }
 
-void flushFile(int fd, const std::string& path) {
-    while (::fsync(fd) != 0) {
-        if (errno != EINTR) throw Error::system(errno, "flush '" + path + "'");
-    }
+void flushFile(int fd, const std::string& path, Pulse pulse) {
+    pulse.during([&] {
+        while (::fsync(fd) != 0) {
+            if (errno != EINTR) throw Error::system(errno, "flush '" + path + "'");
+        }
+    });
 }
 
 // Makes the names in the folder permanent. A folder that we may enter but not read, and one on
@@ -139,16 +141,16 @@ void reserveRoom(int fd, std::uint64_t size, const std::string& path) {
 
 void overwrite(const PathInFolder& target, const Temporary& temporary,
                const ReplaceOptions& options) {
-    const InputFile source(temporary.path());
+    const InputFile source(temporary.path(), options.pulse);
     FileDescriptor original = target.open(O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
     requireUnchanged(target, target.name(), options);
     reserveRoom(original.get(), source.size(), target.path());
-    OutputFile output(original.get(), target.path());
+    OutputFile output(original.get(), target.path(), options.pulse);
     output.copyFrom(source, 0, source.size());
     if (::ftruncate(original.get(), static_cast<off_t>(source.size())) != 0) {
         throw Error::system(errno, "write '" + target.path() + "'");
     }
-    flushFile(original.get(), target.path());
+    flushFile(original.get(), target.path(), options.pulse);
     original.close(target.path());
 }
 
@@ -174,7 +176,7 @@ void replaceExisting(const PathInFolder& target, const struct stat& status,
                      const ReplaceOptions& options, Temporary& temporary) {
     requireUnchanged(target, target.name(), options);
     if (status.st_nlink > 1) {
-        flushFile(temporary.descriptor(), temporary.path());
+        flushFile(temporary.descriptor(), temporary.path(), options.pulse);
         overwrite(target, temporary, options);
         return;
     }
@@ -182,14 +184,14 @@ void replaceExisting(const PathInFolder& target, const struct stat& status,
         const FileDescriptor original = target.open(O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
         copyMetadata(original.get(), status, temporary.descriptor(), target.path());
     }
-    flushFile(temporary.descriptor(), temporary.path());
+    flushFile(temporary.descriptor(), temporary.path(), options.pulse);
     temporary.close();
     requireUnchanged(target, target.name(), options);
     takePlace(temporary, target, options);
 }
 
-void createNew(const PathInFolder& target, Temporary& temporary) {
-    flushFile(temporary.descriptor(), temporary.path());
+void createNew(const PathInFolder& target, const ReplaceOptions& options, Temporary& temporary) {
+    flushFile(temporary.descriptor(), temporary.path(), options.pulse);
     temporary.close();
     takeNewName(temporary, target);
 }
@@ -222,7 +224,7 @@ void requireCopyTarget(const InputFile& source, const struct stat& existing,
 }
 
 void copyContent(const InputFile& source, Temporary& temporary) {
-    OutputFile output(temporary.descriptor(), temporary.path());
+    OutputFile output(temporary.descriptor(), temporary.path(), source.pulse());
     output.copyFrom(source, 0, source.size());
     struct stat after {};
     if (::fstat(source.descriptor(), &after) != 0 || !isSameState(source.status(), after)) {
@@ -247,19 +249,19 @@ void replaceFile(const std::string& path, const ReplaceOptions& options,
     if (status) requireReplaceable(target, *status, options);
     if (!status && options.expected != nullptr) throwChanged(target.path());
     withTemporary(target, status ? kPrivate : options.newFileMode, [&](Temporary& temporary) {
-        OutputFile output(temporary.descriptor(), temporary.path());
+        OutputFile output(temporary.descriptor(), temporary.path(), options.pulse);
         write(output);
         if (verify) verify(temporary.path());
         if (status) {
             replaceExisting(target, *status, options, temporary);
         } else {
-            createNew(target, temporary);
+            createNew(target, options, temporary);
         }
     });
 }
 
-void copyFile(const std::string& from, const std::string& to) {
-    const InputFile source(from);
+void copyFile(const std::string& from, const std::string& to, Pulse pulse) {
+    const InputFile source(from, pulse);
     const PathInFolder target(to);
     const std::optional<struct stat> existing = target.status();
     if (existing) requireCopyTarget(source, *existing, to);
@@ -267,7 +269,7 @@ void copyFile(const std::string& from, const std::string& to) {
         copyContent(source, temporary);
         copyMetadata(source.descriptor(), source.status(), temporary.descriptor(), to);
         setModificationTime(source.status(), temporary);
-        flushFile(temporary.descriptor(), temporary.path());
+        flushFile(temporary.descriptor(), temporary.path(), pulse);
         temporary.close();
         if (existing) {
             takePlace(temporary, target, {});

@@ -13,6 +13,7 @@
 #include "base/SettingsStore.h"
 #include "cli/FormatList.h"
 #include "cli/Jobs.h"
+#include "cli/LanguageReport.h"
 #include "cli/Options.h"
 #include "cli/PathSource.h"
 #include "cli/ProjectRun.h"
@@ -132,6 +133,8 @@ ExitCode carryOut(const Options& options, ConsoleHost& console) {
             return print("tarvello " BRINDLE_VERSION "\n");
         case Command::Formats:
             return print(options.json ? formatListJson() : formatListText());
+        case Command::CheckLanguage:
+            return reportLanguage(options);
         case Command::Run:
             return runOfProject(options, console);
         case Command::Search:

@@ -21,6 +21,7 @@ constexpr unsigned kSearch = 1;
 constexpr unsigned kReplace = 2;
 constexpr unsigned kRun = 4;
 constexpr unsigned kFormats = 8;
+constexpr unsigned kCheckLanguage = 16;
 constexpr unsigned kWorking = kSearch | kReplace | kRun;
 constexpr unsigned kDirect = kSearch | kReplace;
 constexpr unsigned kMaxJobs = 256;
@@ -33,7 +34,7 @@ struct CommandRow {
     const char* summary;
 };
 
-constexpr std::array<CommandRow, 4> kCommands{{
+constexpr std::array<CommandRow, 5> kCommands{{
     {Command::Search, kSearch, "search", "ENTRIES DOCUMENTS [OPTIONS]",
      "Counts what the entries find. Nothing is written."},
     {Command::Replace, kReplace, "replace", "ENTRIES DOCUMENTS [OPTIONS]",
@@ -42,6 +43,8 @@ constexpr std::array<CommandRow, 4> kCommands{{
      "Does what the desktop program would do with this project."},
     {Command::Formats, kFormats, "formats", "[--json]",
      "Lists the file formats, and what each can hold."},
+    {Command::CheckLanguage, kCheckLanguage, "check-language", "FILE [--reference FILE] [--json]",
+     "Says what is wrong with a language file."},
 }};
 
 const CommandRow& rowOf(Command command) {
@@ -110,7 +113,7 @@ struct OptionRow {
     void (*apply)(Options&, const std::string&);
 };
 
-const std::array<OptionRow, 21> kOptions{{
+const std::array<OptionRow, 22> kOptions{{
     {"--find", "TEXT", "Entries", kDirect, false,
      "What to find. In cells, ? stands for any one character and * for any number of them; "
      "~?, ~* and ~~ stand for the characters themselves.",
@@ -145,6 +148,9 @@ const std::array<OptionRow, 21> kOptions{{
     {"--search-only", nullptr, "Documents", kRun, false,
      "Counts only, whatever the project would replace.",
      [](Options& o, const std::string&) { o.searchOnly = true; }},
+    {"--reference", "FILE", "Options", kCheckLanguage, false,
+     "The language file whose texts must all be there (the English one unless said otherwise).",
+     [](Options& o, const std::string& v) { o.referenceFile = needed("--reference", v); }},
     {"--password-file", "FILE", "Options", kWorking, false,
      "Opens protected documents with the password in the first line of FILE.",
      [](Options& o, const std::string& v) { o.passwordFile = needed("--password-file", v); }},
@@ -166,7 +172,7 @@ const std::array<OptionRow, 21> kOptions{{
      "Works on N documents at once (one a processor core unless said otherwise). The results "
      "and their order are the same.",
      setJobs},
-    {"--json", nullptr, "Options", kWorking | kFormats, false,
+    {"--json", nullptr, "Options", kWorking | kFormats | kCheckLanguage, false,
      "Prints one JSON object a line in place of text.",
      [](Options& o, const std::string&) { o.json = true; }},
     {"--quiet", nullptr, "Options", kWorking, false,
@@ -175,7 +181,7 @@ const std::array<OptionRow, 21> kOptions{{
     {"--progress", nullptr, "Options", kWorking, false,
      "Shows how far the run is, when standard error is a terminal.",
      [](Options& o, const std::string&) { o.progress = true; }},
-    {"--help", nullptr, "Options", kWorking | kFormats, false, "Shows this help.",
+    {"--help", nullptr, "Options", kWorking | kFormats | kCheckLanguage, false, "Shows this help.",
      [](Options& o, const std::string&) {
          o.helpAbout = o.command;
          o.command = Command::Help;
@@ -296,12 +302,11 @@ void checkDocuments(const Options& options) {
     if (options.listEndsWithNul && !options.listFile) wrongCall("-0 belongs to --list");
 }
 
-void takeProject(Options& options) {
-    if (options.paths.size() != 1 || options.paths.front().empty()) {
-        wrongCall("run needs the name of one project file");
-    }
-    options.project = options.paths.front();
+std::string takeOnlyPath(Options& options, const char* complaint) {
+    if (options.paths.size() != 1 || options.paths.front().empty()) wrongCall(complaint);
+    std::string path = std::move(options.paths.front());
     options.paths.clear();
+    return path;
 }
 
 void check(Options& options) {
@@ -310,7 +315,10 @@ void check(Options& options) {
         checkDocuments(options);
         if (options.scopes.empty()) options.scopes.push_back(0);
     } else if (options.command == Command::Run) {
-        takeProject(options);
+        options.project = takeOnlyPath(options, "run needs the name of one project file");
+    } else if (options.command == Command::CheckLanguage) {
+        options.languageFile =
+            takeOnlyPath(options, "check-language needs the name of one language file");
     } else if (!options.paths.empty()) {
         wrongCall(fmt::format("formats takes no \"{}\"", options.paths.front()));
     }
@@ -371,6 +379,16 @@ constexpr const char* kExitHelp =
     "\nExit status: 0 something was found or changed; 1 nothing was; 2 a document failed,\n"
     "a replacement was refused, or the call was wrong; 130 after an interrupt, which ends\n"
     "the run after the current document (a second one ends it at once).\n";
+
+constexpr const char* kCheckExitHelp =
+    "\nPrints FILE:LINE: and what is wrong there, a line for each finding.\n\n"
+    "Exit status: 0 nothing is wrong; 1 there are warnings only; 2 there are faults, a file\n"
+    "could not be read, or the call was wrong.\n";
+
+const char* exitHelp(Command about) {
+    if (about == Command::Formats) return "";
+    return about == Command::CheckLanguage ? kCheckExitHelp : kExitHelp;
+}
 
 std::string programHelp() {
     std::string out = "Finds and replaces text in many workbooks.\n\n";
@@ -437,7 +455,7 @@ std::string helpText(Command about) {
             "DOCUMENTS are PATH... (a folder is scanned, a file is taken) or --list FILE;\n"
             "-- ends the options, for names that begin with a dash.\n";
     }
-    return out + optionsHelp(row.bit) + (about == Command::Formats ? "" : kExitHelp);
+    return out + optionsHelp(row.bit) + exitHelp(about);
 }
 
 }  // namespace brindle::cli

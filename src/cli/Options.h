@@ -10,7 +10,7 @@
 
 namespace brindle::cli {
 
-enum class Command { Help, Version, Search, Replace, Run, Formats };
+enum class Command { Help, Version, Search, Replace, Run, Formats, CheckLanguage };
 
 // A call that makes sense. Paths are bytes as they were given; texts are UTF-8.
 struct Options {
@@ -31,7 +31,9 @@ struct Options {
     bool listEndsWithNul = false;
     std::optional<std::string> types;  // holds at least one ";"
     bool subfolders = false;
-    std::string project;  // of the run command
+    std::string project;                       // of the run command
+    std::string languageFile;                  // of the check-language command
+    std::optional<std::string> referenceFile;  // likewise
 
     std::optional<std::string> passwordFile;
     std::optional<std::string> password;

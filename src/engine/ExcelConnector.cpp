@@ -42,11 +42,11 @@ std::string folderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-void makeBackup(const std::string& path) {
+void makeBackup(const std::string& path, Pulse pulse) {
     const std::string backup = backupPath(path);
     if (backup.empty()) return;
     try {
-        copyFile(path, backup);
+        copyFile(path, backup, pulse);
     } catch (const Error&) {
         // A document without a backup is processed all the same.
     }
@@ -76,6 +76,7 @@ ExcelConnector::ExcelConnector(Host& host, RunFlags& flags, RunOptions options,
                                ExcelFactory factory)
     : mHost(host), mFlags(flags), mOptions(std::move(options)), mFactory(std::move(factory)) {
     if (!mFactory) mFactory = [] { return std::make_unique<excel::Application>(); };
+    mLetEventsRun = [this] { letEventsRun(); };
 }
 
 ExcelConnector::~ExcelConnector() = default;
@@ -88,7 +89,7 @@ bool ExcelConnector::begin(Entries& entries) {
     }
     if (!mExcel) return false;
     mCurrentYear = localYear(SystemClock().now());
-    mLastEvents = std::chrono::steady_clock::now();
+    mPulse = mHost.isWatched() ? Pulse(mLetEventsRun) : Pulse();
     collectPatterns(entries);
     return true;
 }
@@ -201,7 +202,7 @@ void ExcelConnector::tidyFolderOf(const std::string& path) {
 void ExcelConnector::convertDocument(const std::string& path, Application& app, Entries& entries) {
     // Before the backup, for which the document is read: that is an access, too.
     const FileDateTimes times = GetFileDateTime(path);
-    if (app.CurrentProject.BackupMode) makeBackup(path);
+    if (app.CurrentProject.BackupMode) makeBackup(path, mPulse);
     // An empty file is an empty sheet, whatever its name: there is nothing to open.
     if (isEmptyFile(path)) return;
     openWorkbook(path, app);
@@ -230,6 +231,7 @@ void ExcelConnector::openWorkbook(const std::string& path, Application& app) {
     options.allowInPlace = mOptions.allowInPlace;
     options.ansiCodePage = mOptions.ansiCodePage.empty() ? ansiCodePage() : mOptions.ansiCodePage;
     options.expectedPatterns = &mExpectedPatterns;
+    options.pulse = mPulse;
     mWorkbook = &mExcel->Workbooks().Open(path, options);
 }
 
@@ -270,10 +272,14 @@ void ExcelConnector::closeObjects() {
 
 // Inside a document: often enough that a window never seems to hang, not so often that it
 // costs anything.
-void ExcelConnector::letEventsRun() {
+void ExcelConnector::letEventsRun() noexcept {
     const auto now = std::chrono::steady_clock::now();
     if (now - mLastEvents < kEventInterval) return;
-    mHost.processEvents();
+    try {
+        mHost.processEventsInDocument();
+    } catch (...) {
+        // A window that cannot be painted is no reason to leave a document half done.
+    }
     mLastEvents = std::chrono::steady_clock::now();
 }
 

@@ -14,6 +14,7 @@
 
 #include "base/Error.h"
 #include "base/Host.h"
+#include "base/Pulse.h"
 #include "base/Text.h"
 #include "engine/DocumentSource.h"
 #include "engine/RunFlags.h"
@@ -113,7 +114,7 @@ private:
     void applyEntry(Entry& entry);
     void closeWorkbook();
     void failDocument(const Error& error);
-    void letEventsRun();
+    void letEventsRun() noexcept;
 
     // What all scopes share (ExcelConnectorScopes.cpp). Each scope runs in runScope, which
     // decides what a failure means for the document. `attempt` is the same for one step whose
@@ -170,6 +171,8 @@ private:
     std::unordered_map<const Entry*, workbook::CellMatch> mMatches;
     std::vector<workbook::CellMatch> mExpectedPatterns;
     std::unordered_set<std::string> mTidiedFolders;
+    std::function<void()> mLetEventsRun;
+    Pulse mPulse;  // calls that; none when nobody watches
     std::chrono::steady_clock::time_point mLastEvents;
 
     std::optional<Error> mDocumentError;

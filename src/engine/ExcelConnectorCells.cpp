@@ -69,7 +69,7 @@ void ExcelConnector::replaceOnSheet(Entry& entry, const workbook::CellMatch& mat
         if (!mFlags.isSearchOnly) found->Replace(match, entry.ReplaceWith);
         clsCounts::increment(entry.counts.CellCounter);
         if (found->Row() == firstRow && found->Column() == firstColumn) break;
-        letEventsRun();
+        mPulse.beat();
     }
 }
 

@@ -119,7 +119,7 @@ void ExcelConnector::forEachWorksheet(const Steps& steps) {
         mPlace = {};
         mPlace.isOnSheet = true;
         steps();
-        letEventsRun();
+        mPulse.beat();
     }
 }
 

@@ -55,6 +55,13 @@ QList<Kind*> ownChildren(const QWidget& window) {
     return own;
 }
 
+// Null when the window has none.
+QTabWidget* tabsOf(const QWidget& window) {
+    for (QTabWidget* tabs : ownChildren<QTabWidget>(window))
+        if (tabs->objectName() == "SSTab1") return tabs;
+    return nullptr;
+}
+
 // Qt breaks the lines of a tooltip only where the text says so, unless it is rich text.
 class ToolTipWrapper : public QObject {
 public:
@@ -122,7 +129,7 @@ void loadMenus(const QWidget& window, const std::string& section) {
 }
 
 void loadTabs(const QWidget& window, const WindowTexts& texts) {
-    auto* tabs = window.findChild<QTabWidget*>("SSTab1");
+    QTabWidget* tabs = tabsOf(window);
     for (int i = 0; tabs != nullptr && i < std::min(texts.tabs, tabs->count()); ++i) {
         const std::string key = "SSTab1.TabCaption(" + std::to_string(i) + ")";
         tabs->setTabText(i, toQt(GetLngString(texts.section, key)));
@@ -150,7 +157,7 @@ QString buddyCaption(const QWidget& control, const QWidget& window) {
 }
 
 QString tabCaption(const QWidget& control, const QWidget& window) {
-    const auto* tabs = window.findChild<QTabWidget*>("SSTab1");
+    const QTabWidget* tabs = tabsOf(window);
     for (int i = 0; tabs != nullptr && i < tabs->count(); ++i)
         if (tabs->widget(i)->isAncestorOf(&control)) return withoutMnemonic(tabs->tabText(i));
     return {};

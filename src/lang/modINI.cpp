@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "lang/modINI.h"
 
-#include <optional>
-
 #include "base/AppFolder.h"
 #include "base/CodePages.h"
 #include "base/Error.h"
 #include "base/FileIo.h"
 #include "base/Text.h"
 #include "lang/IniFile.h"
+#include "lang/LanguageEncoding.h"
 #include "shell/ErrorLog.h"
 
 namespace brindle {
@@ -17,26 +16,7 @@ std::string gLanguageFile = "English.lng";
 
 namespace {
 
-constexpr std::size_t kMostCharacters = 4095;
 constexpr std::uint64_t kMostBytes = 16U << 20;
-
-struct ByteOrderMark {
-    std::string_view bytes;
-    const char* codePage;
-};
-
-constexpr ByteOrderMark kMarks[] = {
-    {"\xEF\xBB\xBF", "UTF-8"},
-    {"\xFF\xFE", "UTF-16LE"},
-    {"\xFE\xFF", "UTF-16BE"},
-};
-
-std::optional<std::string> decodedByMark(std::string_view bytes) {
-    for (const ByteOrderMark& mark : kMarks)
-        if (bytes.starts_with(mark.bytes))
-            return CodePage(mark.codePage).decode(bytes.substr(mark.bytes.size()));
-    return std::nullopt;
-}
 
 CodePage codePageOf(const IniFile& file) {
     const std::string own = file.value("language", "codepage").value_or("");
@@ -50,7 +30,7 @@ CodePage codePageOf(const IniFile& file) {
 
 std::string cut(const std::string& text) {
     std::size_t at = 0;
-    for (std::size_t i = 0; i < kMostCharacters && at < text.size(); ++i)
+    for (std::size_t i = 0; i < kLongestText && at < text.size(); ++i)
         text::nextCodePoint(text, at);
     return text.substr(0, at);
 }
@@ -70,8 +50,8 @@ std::string readOrEmpty(const std::string& folder, const std::string& name) {
 
 std::string languageText(std::string_view fileBytes, const std::string& section,
                          const std::string& key) {
-    if (const auto text = decodedByMark(fileBytes))
-        return cut(IniFile(*text).value(section, key).value_or(""));
+    if (const ByteOrderMark* mark = byteOrderMarkOf(fileBytes))
+        return cut(IniFile(decodedBehind(*mark, fileBytes)).value(section, key).value_or(""));
     const IniFile file{std::string(fileBytes)};
     const std::string value = file.value(section, key).value_or("");
     // Most values are ASCII, and most files are asked a few hundred times in a row.

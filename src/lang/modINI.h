@@ -2,16 +2,20 @@
 // The texts that the user sees, from the language file in use.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace brindle {
 
+// In characters; the rest of a longer text is not shown.
+inline constexpr std::size_t kLongestText = 4095;
+
 // File name, without folder, of the language file in use: "English.lng" until start-up or the
 // user's choice says otherwise.
 extern std::string gLanguageFile;
 
-// The text of a key as UTF-8, cut to 4095 characters; placeholders stand as they are. Empty
+// The text of a key as UTF-8, cut to the longest there is; placeholders stand as they are. Empty
 // when the file, the section or the key is missing. Reads the file anew each time. A failure
 // goes to the error log and gives the empty text.
 std::string GetLngString(const std::string& Section, const std::string& Key);

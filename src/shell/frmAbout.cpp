@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "shell/frmAbout.h"
 
-#include "lang/modINI.h"
+#include "lang/Captions.h"
 #include "ui/common/Icons.h"
 #include "ui/common/QtText.h"
 #include "ui_frmAbout.h"
@@ -11,10 +11,6 @@ namespace brindle {
 namespace {
 
 constexpr int kIconSize = 64;
-
-QString caption(const std::string& control) {
-    return toQt(GetLngString("frmAbout", control + ".caption"));
-}
 
 }  // namespace
 
@@ -31,12 +27,9 @@ frmAbout::frmAbout(QWidget* owner) : QDialog(owner), ui(std::make_unique<Ui::frm
 frmAbout::~frmAbout() = default;
 
 void frmAbout::LoadLng() {
-    setWindowTitle(caption("frmAbout"));
-    ui->lblVersion->setText(caption("lblVersion").replace("%s", BRINDLE_VERSION));
-    ui->lblDescription->setText(caption("lblDescription"));
-    ui->lblLicences->setText(caption("lblLicences"));
-    ui->txtLicences->setAccessibleName(ui->lblLicences->text().remove('&'));
-    ui->cmdQuit->setText(caption("cmdQuit"));
+    setWindowTitle(captionOf("frmAbout", "frmAbout"));
+    loadCaptions(*this, {.section = "frmAbout", .kept = {"lblProduct"}});
+    ui->lblVersion->setText(ui->lblVersion->text().replace("%s", BRINDLE_VERSION));
 }
 
 }  // namespace brindle

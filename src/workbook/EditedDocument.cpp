@@ -56,6 +56,7 @@ void EditedDocument::save() {
     ReplaceOptions replace;
     replace.expected = &file().status();
     replace.allowInPlace = mOptions.allowInPlace;
+    replace.pulse = mOptions.pulse;
     writeEdits(replace);
     mIsSaved = true;
 }

@@ -103,7 +103,7 @@ std::span<const FormatRow> formatTable() {
 }
 
 std::unique_ptr<Document> openDocument(const std::string& path, const OpenOptions& options) {
-    auto file = std::make_unique<InputFile>(path);
+    auto file = std::make_unique<InputFile>(path, options.pulse);
     try {
         char bytes[kHeadSize];
         const auto size =

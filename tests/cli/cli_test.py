@@ -147,6 +147,27 @@ class JsonOutput(CliTest):
                                         "headers", "shapes", "properties", "password"})
             self.assertIn(row["name"], self.call("formats").out.decode())
 
+    def test_findings_in_a_language_file(self):
+        english = b"[language]\ncodepage=UTF-8\n[m]\ncmdA.caption=&A\n1=%s\n"
+        self.write("Languages/English.lng", english)
+        os.rename(self.path("Languages"), os.path.join(self.home, "Languages"))
+        rows = [
+            (english, 0, b""),
+            (english + b"2=x\n", 1, b"own.lng:6: warning: [m] 2: nothing reads this key\n"),
+            (english.replace(b"%s", b"%d"), 2, b"own.lng:5: [m] 1: has %s 0 times, not 1\n"
+             b"own.lng:5: [m] 1: has %d 1 times, not 0\n"),
+        ]
+        for text, code, out in rows:
+            self.write("own.lng", text)
+            result = self.call("check-language", "own.lng")
+            self.assertEqual((result.code, result.out, result.err), (code, out, b""))
+        self.write("other.lng", english.replace(b"%s", b"%d"))
+        self.assertEqual(self.call("check-language", "own.lng", "--reference", "other.lng").code, 0)
+        finding = self.call("check-language", "own.lng", "--json").objects[0]
+        self.assertEqual(finding, {"type": "finding", "line": 5, "severity": "fault",
+                                   "section": "m", "key": "1", "text": "has %s 0 times, not 1"})
+        self.assertEqual(self.call("check-language", "gone.lng").code, 2)
+
 
 class Entries(CliTest):
     def test_scopes_of_a_workbook_are_those_that_its_format_promises(self):

@@ -29,10 +29,19 @@ public:
         if (onEvents) onEvents();
     }
 
+    void processEventsInDocument() override {
+        ++documentRounds;
+        if (onDocumentEvents) onDocumentEvents();
+    }
+    bool isWatched() const override { return watched; }
+
     MessageAnswer answer = MessageAnswer::Ok;
     std::vector<Message> messages;
     int eventRounds = 0;
+    int documentRounds = 0;
+    bool watched = false;
     std::function<void()> onEvents;
+    std::function<void()> onDocumentEvents;
     std::function<void()> onMessage;
 };
 

@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path helpFolder() {
-    return fs::path(__FILE__).parent_path() / "../../data/Help";
+    return fs::path(BRINDLE_SOURCE_DIR) / "data/Help";
 }
 
 std::string contentOf(const fs::path& file) {

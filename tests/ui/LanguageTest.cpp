@@ -167,7 +167,7 @@ TEST_F(LanguageTest, ControlsWithoutWordsAreAccessibleByThoseNextToThem) {
         "cmdAdd.caption=&Add\ncmdAdd.ToolTipText=tip\nSSTab1.TabCaption(0)=&Entries\n");
     EXPECT_EQ(control<QWidget>("txtPassword")->accessibleName(), "Password");
     EXPECT_EQ(control<QWidget>("cmdBrowse1")->accessibleName(), "Pick a file");
-    EXPECT_EQ(control<QWidget>("vsflex")->accessibleName(), "Entries");
+    EXPECT_EQ(control<QWidget>("cboLookIn")->accessibleName(), "Entries");
     EXPECT_EQ(control<QWidget>("cmdAdd")->accessibleName(), "") << "its caption says it";
 }
 
@@ -198,6 +198,7 @@ TEST_F(LanguageTest, ChosenLanguageIsStoredAndShownAtOnce) {
           "[frmMain]\nfrmMain.caption=Tarvello\ncmdAdd.caption=&Neu\n"
           "[global msg]\n1016=Unbenannt\n[language]\nlocale=de_AT\n");
     window.LoadLng();
+    EXPECT_EQ(window.windowTitle(), "Untitled - T");
     changeLanguage([&](QWidget& dialog) {
         dialog.findChild<QComboBox*>("cboLanguage")->setCurrentText("German");
         click(dialog, "cmdOK");
@@ -206,8 +207,17 @@ TEST_F(LanguageTest, ChosenLanguageIsStoredAndShownAtOnce) {
     });
     EXPECT_EQ(gLanguageFile, "German.lng");
     EXPECT_EQ(stored(), "German.lng");
+    EXPECT_EQ(window.windowTitle(), "Unbenannt - Tarvello");
     QMessageBox box(QMessageBox::NoIcon, "", "", QMessageBox::Cancel);
     EXPECT_EQ(box.button(QMessageBox::Cancel)->text(), "Abbrechen");
+}
+
+TEST_F(LanguageTest, AProjectWithAFileKeepsItsName) {
+    user.dialogs.paths = {user.folder.path("Sheets.tvl")};
+    window.Save(true);
+    write("Test.lng", "[frmMain]\nfrmMain.caption=T\n[global msg]\n1016=Untitled\n");
+    window.LoadLng();
+    EXPECT_EQ(window.windowTitle(), "Sheets.tvl - T");
 }
 
 TEST_F(LanguageTest, WithoutAFolderNoLanguageIsChosen) {

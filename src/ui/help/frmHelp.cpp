@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include "base/AppFolder.h"
+#include "lang/Captions.h"
 #include "lang/modINI.h"
 #include "shell/ErrorLog.h"
 #include "ui/common/QtText.h"
@@ -22,10 +23,6 @@ constexpr const char* kFirstPage = "contents";
 
 QString pagePath(const QString& name) {
     return toQt(shippedPath("Help")) + "/" + name + ".html";
-}
-
-QString text(const char* key) {
-    return toQt(GetLngString("frmHelp", key));
 }
 
 struct ContentsLine {
@@ -72,12 +69,9 @@ frmHelp::~frmHelp() = default;
 
 void frmHelp::LoadLng() {
     guarded({"LoadLng", ModuleKind::Form, "frmHelp"}, [this] {
-        setWindowTitle(text("frmHelp.caption"));
-        ui->cmdBack->setText(text("cmdBack.caption"));
-        ui->cmdForward->setText(text("cmdForward.caption"));
-        ui->cmdContents->setText(text("cmdContents.caption"));
-        ui->trvContents->setAccessibleName(ui->cmdContents->text().remove('&'));
-        ui->txtPage->setAccessibleName(windowTitle());
+        setWindowTitle(captionOf("frmHelp", "frmHelp"));
+        loadCaptions(*this, {"frmHelp"});
+        ui->trvContents->setAccessibleName(withoutMnemonic(ui->cmdContents->text()));
     });
 }
 

@@ -1,14 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "ui/main/HelpLine.h"
 
+#include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QToolTip>
 
 namespace brindle {
+
+namespace {
+
+constexpr int kMargin = 4;
+
+}  // namespace
 
 HelpLine::HelpLine(QWidget* parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    setContentsMargins(kMargin, 0, kMargin, 0);
 }
 
 void HelpLine::setHelp(QString help) {
@@ -28,6 +37,14 @@ QString HelpLine::shownText() const {
 
 void HelpLine::updateToolTip() {
     setToolTip(shownText() == text() ? QString() : text());
+}
+
+// Only rich text is broken into lines.
+bool HelpLine::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip || toolTip().isEmpty()) return QLabel::event(event);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       "<qt>" + toolTip().toHtmlEscaped() + "</qt>", this);
+    return true;
 }
 
 void HelpLine::paintEvent(QPaintEvent*) {

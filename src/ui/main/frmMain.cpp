@@ -31,7 +31,6 @@ frmMain::frmMain(Services& services)
     connectDrop();
     connectHelpLine();
     connectMenus();
-    connectLanguage();
     connectImportExport();
     connectRun();
 }
@@ -99,23 +98,22 @@ void frmMain::SetCaption() {
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    return dropOnTextBox(watched, event) || helpLineEvent(watched, event) ||
-           QMainWindow::eventFilter(watched, event);
+    return dropOnTextBox(watched, event) || optionsEvent(watched, event) ||
+           helpLineEvent(watched, event) || QMainWindow::eventFilter(watched, event);
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {
-    if (mIsEnding) return;
-    event->ignore();
-    if (isRunning()) {
+    if (!mIsEnding && isRunning()) {
+        event->ignore();
         leave([this] { close(); });
         return;
     }
     bool Cancel = false;
-    Form_QueryUnload(Cancel);
-    if (Cancel) return;
-    mIsEnding = true;
-    closeOtherWindows();
-    event->accept();
+    if (!mIsEnding) Form_QueryUnload(Cancel);
+    // The program may have been told to end while the question stood.
+    mIsEnding = mIsEnding || !Cancel;
+    event->setAccepted(mIsEnding);
+    if (mIsEnding) closeOtherWindows();
 }
 
 void frmMain::Form_QueryUnload(bool& Cancel) {

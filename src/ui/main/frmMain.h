@@ -57,11 +57,16 @@ public:
     void OpenProject(const std::string& path = {});
     void Save(bool SaveAs);
 
+    // Whether a run has something to look for and somewhere to look. Tells the user what is
+    // missing and leaves him at the control where he can say it.
+    bool ValidateEntries();
+
     bool IsModified() const { return mIsModified; }
     // Redraws the title, also when nothing changes.
     void setIsModified(bool value);
 
-    // Ends the program without saving or asking; in a run, after the document in work.
+    // Ends the program, by closing every window of it, without saving or asking; in a run, after
+    // the document in work.
     void endProgram();
 
     const Application& project() const { return mApplication; }
@@ -124,6 +129,7 @@ private:
     void connectOptions();
     void connectUnsavedMarks();
     void connectTabKeys();
+    bool optionsEvent(QObject* watched, QEvent* event);
     void optLoad_Click(int Index);
     void optFileProcess_Click(int Index);
     void browseForFile(const char* filter, const char* types, QLineEdit& target);
@@ -132,6 +138,7 @@ private:
     void cmdBrowse3_Click();
     void chkIncludesubfolders_Click();
     void txtPassword_Change();
+    void txtStartFolder_DblClick();
     void SSTab1_Click();
 
     // frmMainDrop.cpp
@@ -142,7 +149,6 @@ private:
 
     // frmMainHelpLine.cpp
     void connectHelpLine();
-    void nameControls();
     void showHelpOf(QWidget* control);
     bool helpLineEvent(QObject* watched, QEvent* event);
 
@@ -160,13 +166,10 @@ private:
     void showHelp(const std::string& page);
 
     // frmMainCaptions.cpp
-    void connectLanguage();
-    void nameToolbarButtons();
     void mnuChangeLanguage_Click();
     void mfrmChangeLanguage_LanguageChanged();
 
     // frmMainValidation.cpp
-    bool ValidateEntries();
     bool validateEntrySource();
     bool validateDocumentSource();
     bool refuseRun(const char* message, const std::string& path, QWidget* mend,

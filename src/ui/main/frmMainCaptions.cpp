@@ -22,20 +22,8 @@ void frmMain::LoadLng() {
             const std::string key = "vsflex.TextMatrix(0," + std::to_string(column) + ")";
             ui->vsflex->setTextMatrix(0, column, toQt(GetLngString("frmMain", key)));
         }
-        nameToolbarButtons();
         SetCaption();
     });
-}
-
-// The toolbar has no keys; its buttons are pictures, called what their menu items are called.
-void frmMain::nameToolbarButtons() {
-    ui->Toolbar1_Open->setText(withoutMnemonic(ui->mnuOpen->text()));
-    ui->Toolbar1_Save->setText(withoutMnemonic(ui->menuSave->text()));
-    ui->Toolbar1_Help->setText(withoutMnemonic(ui->mnuHelp1->text()));
-}
-
-void frmMain::connectLanguage() {
-    connect(ui->mnuChangeLanguage, &QAction::triggered, this, &frmMain::mnuChangeLanguage_Click);
 }
 
 void frmMain::mnuChangeLanguage_Click() {

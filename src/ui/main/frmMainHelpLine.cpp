@@ -62,10 +62,6 @@ bool isKeyboard(Qt::FocusReason reason) {
            reason == Qt::ShortcutFocusReason;
 }
 
-QString withoutMnemonic(QString caption) {
-    return caption.remove('&');
-}
-
 }  // namespace
 
 void frmMain::connectHelpLine() {
@@ -76,17 +72,6 @@ void frmMain::connectHelpLine() {
         control->setMouseTracking(true);
         control->installEventFilter(this);
     }
-    nameControls();
-}
-
-// Controls without a caption are called by the text that explains them. Texts are loaded caption
-// first and tooltip second, so the change of a tooltip finds both.
-void frmMain::nameControls() {
-    ui->txtLoadsearch->setAccessibleName(withoutMnemonic(ui->optLoad_0->text()));
-    ui->vsflex->setAccessibleName(withoutMnemonic(ui->optLoad_1->text()));
-    ui->txtGetFileName->setAccessibleName(withoutMnemonic(ui->optFileProcess_1->text()));
-    for (QPushButton* browse : {ui->cmdBrowse1, ui->cmdBrowse2, ui->cmdBrowse3})
-        browse->setAccessibleName(browse->toolTip());
 }
 
 void frmMain::showHelpOf(QWidget* control) {
@@ -111,7 +96,8 @@ bool frmMain::helpLineEvent(QObject* watched, QEvent* event) {
             if (isKeyboard(static_cast<QFocusEvent*>(event)->reason())) showHelpOf(control);
             break;
         case QEvent::ToolTipChange:
-            nameControls();
+            // The texts of another language.
+            mHelpLine->setHelp({});
             break;
         default:
             break;

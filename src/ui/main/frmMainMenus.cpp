@@ -3,8 +3,7 @@
 
 #include <cstring>
 
-#include <QApplication>
-
+#include "lang/Captions.h"
 #include "shell/frmAbout.h"
 #include "ui/common/Icons.h"
 #include "ui/help/frmHelp.h"
@@ -16,20 +15,10 @@ namespace {
 
 constexpr const char* kHomePage = "https://tarvello.example/";
 
-// Languages give a separator the caption "-", which some styles would draw beside the line.
-void keepAsSeparator(QAction* action) {
-    const auto clear = [action] {
-        action->setSeparator(true);
-        if (action->text() == "-") action->setText({});
-    };
-    QObject::connect(action, &QAction::changed, action, clear);
-    clear();
-}
-
 // A button has no text of its own in a language: it is called as its menu item is.
 void nameAfter(QAction* button, const QAction* item) {
     const auto take = [button, item] {
-        QString name = item->text().remove('&');
+        const QString name = withoutMnemonic(item->text());
         if (!name.isEmpty()) button->setText(name);
     };
     QObject::connect(item, &QAction::changed, button, take);
@@ -47,7 +36,6 @@ void frmMain::connectMenus() {
     draw("save", {ui->menuSave, ui->Toolbar1_Save});
     draw("help", {ui->mnuHelp1, ui->Toolbar1_Help});
     draw("Brindle", {ui->mnuAbout});
-    for (QAction* separator : {ui->mnuSep1, ui->mnuSep2, ui->mnuSep3}) keepAsSeparator(separator);
     nameAfter(ui->Toolbar1_Open, ui->mnuOpen);
     nameAfter(ui->Toolbar1_Save, ui->menuSave);
     nameAfter(ui->Toolbar1_Help, ui->mnuHelp1);

@@ -17,6 +17,9 @@ void frmMain::connectOptions() {
     // Completion would turn a typed list of types into one that the box offers.
     ui->cboSpreadsheetType->setCompleter(nullptr);
 
+    // Not in the form: a text box that moves to another parent forgets it.
+    ui->txtPassword->setStyleSheet("lineedit-password-character: 42");
+
     connect(ui->optLoad_0, &QRadioButton::toggled, this, [this](bool on) {
         if (on) optLoad_Click(0);
     });
@@ -36,6 +39,7 @@ void frmMain::connectOptions() {
             [this] { chkIncludesubfolders_Click(); });
     connect(ui->txtPassword, &QLineEdit::textChanged, this, [this] { txtPassword_Change(); });
     connect(ui->SSTab1, &QTabWidget::currentChanged, this, [this] { SSTab1_Click(); });
+    ui->txtStartFolder->installEventFilter(this);
     connectUnsavedMarks();
     connectTabKeys();
 }
@@ -138,6 +142,22 @@ void frmMain::txtPassword_Change() {
         mApplication.CurrentProject.Password = fromQt(ui->txtPassword->text());
         setIsModified(true);
     });
+}
+
+// As its tooltip promises.
+void frmMain::txtStartFolder_DblClick() {
+    run("txtStartFolder_DblClick", [&] {
+        const std::filesystem::path folder = fromQt(ui->txtStartFolder->text());
+        std::error_code ignored;
+        if (std::filesystem::is_directory(folder, ignored))
+            mServices.desktop.openDocument(std::filesystem::absolute(folder).string());
+    });
+}
+
+bool frmMain::optionsEvent(QObject* watched, QEvent* event) {
+    if (watched == ui->txtStartFolder && event->type() == QEvent::MouseButtonDblClick)
+        txtStartFolder_DblClick();
+    return false;
 }
 
 // The tab control itself shows one panel and hides the other; what remains is the help for a

@@ -49,7 +49,12 @@ OoxmlDocument::OoxmlDocument(std::unique_ptr<InputFile> file, const OpenOptions&
 }
 
 bool OoxmlDocument::isReservedByPassword() const {
-    return !mWorkbook.reservation.allows(options().writeResPassword, options().ansiCodePage);
+    bool isAllowed = false;
+    mPackage.pulse().during([&] {
+        isAllowed =
+            mWorkbook.reservation.allows(options().writeResPassword, options().ansiCodePage);
+    });
+    return !isAllowed;
 }
 
 void OoxmlDocument::lookThroughStrings(const PatternSet& patterns) {

@@ -257,7 +257,7 @@ void OoxmlWorksheet::changePart(Package& package) {
         splice.end = frame().inPart(splice.end, text.size());
     }
     if (!written.empty()) {
-        for (Splice& splice : changedCells(text, *mTexts, written)) {
+        for (Splice& splice : changedCells(text, *mTexts, written, package.pulse())) {
             splices.push_back(std::move(splice));
         }
     }

@@ -207,8 +207,7 @@ bool Package::isTooLong(std::size_t member, const Change& change) const {
     return change.compressed.size() > old.compressedSize + longer + tolerance;
 }
 
-void Package::replacePart(std::string_view partName, std::string_view text, Content content) {
-    const std::size_t member = memberOf(partName);
+Package::Change Package::packed(std::size_t member, std::string_view text, Content content) const {
     Change change;
     change.content = content;
     change.size = text.size();
@@ -217,7 +216,25 @@ void Package::replacePart(std::string_view partName, std::string_view text, Cont
     if (text.size() <= kHighLevelLimit && isTooLong(member, change)) {
         change.compressed = package::deflateWhole(text, kHighLevel);
     }
-    mChanges[member] = std::move(change);
+    return change;
+}
+
+void Package::replacePart(std::string_view partName, std::string_view text, Content content) {
+    const std::size_t member = memberOf(partName);
+    pulse().during(text.size(), [&] { mChanges[member] = packed(member, text, content); });
+}
+
+// Nothing when packing everything is better.
+std::optional<Package::Change> Package::repacked(std::string_view stored, std::string_view old,
+                                                 const std::vector<Splice>& splices) {
+    std::vector<package::TextChange> changes;
+    for (const Splice& splice : splices) {
+        changes.push_back({splice.begin, splice.end, splice.text});
+    }
+    auto packed = package::repacked(stored, old, changes, kLevel);
+    if (!packed) return std::nullopt;
+    return Change{
+        .compressed = std::move(packed->compressed), .size = packed->size, .crc = packed->crc};
 }
 
 void Package::changePart(std::string_view partName, const PartText& old,
@@ -225,22 +242,14 @@ void Package::changePart(std::string_view partName, const PartText& old,
     const std::size_t member = memberOf(partName);
     const bool mayKeepBlocks = mArchive->members()[member].method == kDeflated &&
                                !old.isConverted() && old.view().size() >= kSeveralBlocks;
+    const package::Buffer stored = mayKeepBlocks ? mArchive->rawBytes(member) : package::Buffer();
     sortSplices(splices);
-    if (mayKeepBlocks) {
-        std::vector<package::TextChange> changes;
-        for (const Splice& splice : splices) {
-            changes.push_back({splice.begin, splice.end, splice.text});
-        }
-        auto packed =
-            package::repacked(mArchive->rawBytes(member).view(), old.view(), changes, kLevel);
-        if (packed) {
-            mChanges[member] = {.compressed = std::move(packed->compressed),
-                                .size = packed->size,
-                                .crc = packed->crc};
-            return;
-        }
-    }
-    replacePart(partName, spliced(old.view(), splices).view());
+    pulse().during(old.view().size(), [&] {
+        std::optional<Change> change;
+        if (mayKeepBlocks) change = repacked(stored.view(), old.view(), splices);
+        if (!change) change = packed(member, spliced(old.view(), splices).view(), Content::Xml);
+        mChanges[member] = std::move(*change);
+    });
 }
 
 std::string Package::currentText(std::string_view partName) const {
@@ -325,8 +334,10 @@ void Package::verify(const std::string& path, const PartReader& read) const {
             if (!read(archive, kept)) {
                 const PartText text(archive.read(kept));
                 XmlScanner scanner(text.view());
+                RoundPulse rounds(pulse());
                 while (change->second.content == Content::Xml &&
                        scanner.next() != XmlToken::EndOfInput) {
+                    rounds.round();
                 }
             }
         }

@@ -50,6 +50,7 @@ public:
 
     const package::ZipArchive& archive() const { return *mArchive; }
     const InputFile& file() const { return mFile.file(); }
+    Pulse pulse() const { return file().pulse(); }
 
     bool hasPart(std::string_view partName) const { return mArchive->find(partName).has_value(); }
     // Index of a part in the archive. Throws Error (Damaged) when it is missing.
@@ -89,6 +90,9 @@ private:
         std::uint32_t crc = 0;
     };
     bool isTooLong(std::size_t member, const Change& change) const;
+    Change packed(std::size_t member, std::string_view text, Content content) const;
+    static std::optional<Change> repacked(std::string_view stored, std::string_view old,
+                                          const std::vector<Splice>& splices);
     void removeRelationship(std::string_view owner, std::string_view partName);
     void removeContentType(std::string_view partName);
     std::string currentText(std::string_view partName) const;

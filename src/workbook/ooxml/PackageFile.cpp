@@ -81,14 +81,18 @@ PackageFile::PackageFile(std::unique_ptr<InputFile> file, const std::string& pas
 
 void PackageFile::unlock(const std::string& password) {
     Envelope& envelope = *mEnvelope;
-    envelope.password = fittingPassword(password, [&envelope](const std::string& candidate) {
-        const auto key = envelope.info->unlock(candidate);
+    envelope.password = fittingPassword(password, [&](const std::string& candidate) {
+        std::optional<std::string> key;
+        mFile->pulse().during([&] { key = envelope.info->unlock(candidate); });
         if (key) envelope.key = *key;
         return key.has_value();
     });
     envelope.stream = readStream(envelope.compound, kPackageStream);
-    envelope.package = MemorySource(envelope.info->decrypt(
-        envelope.key, std::span(envelope.stream.data(), envelope.stream.size())));
+    const std::span<char> stream(envelope.stream.data(), envelope.stream.size());
+    std::string_view package;
+    mFile->pulse().during(stream.size(),
+                          [&] { package = envelope.info->decrypt(envelope.key, stream); });
+    envelope.package = MemorySource(package, mFile->pulse());
 }
 
 const ByteSource& PackageFile::package() const {
@@ -106,7 +110,9 @@ void PackageFile::write(OutputFile& out, const std::function<void(ByteSink&)>& w
     stream.reserve(stream.size() + mEnvelope->package.size() + mEnvelope->package.size() / 16);
     MemorySink sink(stream);
     writePackage(sink);
-    const std::string info = mEnvelope->info->encrypt(mEnvelope->password, mEnvelope->key, stream);
+    std::string info;
+    mFile->pulse().during(
+        [&] { info = mEnvelope->info->encrypt(mEnvelope->password, mEnvelope->key, stream); });
     package::StreamEdit infoEdit;
     infoEdit.path = kInfoStream;
     infoEdit.bytes = info;
@@ -118,7 +124,7 @@ void PackageFile::write(OutputFile& out, const std::function<void(ByteSink&)>& w
 }
 
 std::unique_ptr<PackageFile> PackageFile::reopened(const std::string& path) const {
-    auto written = std::make_unique<PackageFile>(std::make_unique<InputFile>(path),
+    auto written = std::make_unique<PackageFile>(std::make_unique<InputFile>(path, mFile->pulse()),
                                                  mEnvelope ? mEnvelope->password : "");
     if (mEnvelope) requireSameSurroundings(mEnvelope->compound, written->mEnvelope->compound);
     return written;

@@ -179,7 +179,9 @@ void SharedStrings::look(const PatternSet& patterns) {
     }
     mMasks.clear();
     load();
+    RoundPulse rounds(mPackage.pulse());
     for (std::uint32_t i = 0; i < mItems.size(); ++i) {
+        rounds.round();
         mMasks.push_back(patterns.matching(item(i).text()));
     }
 }
@@ -187,7 +189,7 @@ void SharedStrings::look(const PatternSet& patterns) {
 std::optional<std::vector<SharedStrings::ItemRange>> SharedStrings::plainItems(
     std::string_view text) {
     std::vector<ItemRange> items;
-    PartWindow window(text);
+    PartWindow window(text, mPackage.pulse());
     try {
         const bool isPlain =
             keepContext(walkPlainPart(window, [&](const FragmentContext& context,
@@ -215,8 +217,10 @@ void SharedStrings::load() {
 
 std::vector<SharedStrings::ItemRange> SharedStrings::scannedItems(std::string_view text) {
     std::vector<ItemRange> items;
+    RoundPulse rounds(mPackage.pulse());
     XmlScanner scanner(text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
+        rounds.round();
         const bool isStart = token == XmlToken::StartElement;
         if (isStart && scanner.depth() == 1) {
             mContext = FragmentContext(scanner);

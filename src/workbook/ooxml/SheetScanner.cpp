@@ -53,8 +53,8 @@ bool readReference(std::string_view raw, CellPosition& position) {
 // The general reader: any prefix, comments, CDATA, unknown elements.
 class WholeSheetReader {
 public:
-    WholeSheetReader(std::string_view text, CellSink& sink)
-        : mText(text), mScanner(text), mSink(sink) {}
+    WholeSheetReader(std::string_view text, CellSink& sink, Pulse pulse)
+        : mText(text), mScanner(text), mSink(sink), mPulse(pulse) {}
 
     SheetFrame read();
 
@@ -71,6 +71,7 @@ private:
     std::string_view mText;
     XmlScanner mScanner;
     CellSink& mSink;
+    RoundPulse mPulse;
     ScannedCell mCell;
     std::int32_t mRow = 0;
     std::int32_t mColumn = 0;
@@ -159,6 +160,7 @@ std::string_view WholeSheetReader::elementText(std::string& scratch) {
 }
 
 void WholeSheetReader::readCell() {
+    mPulse.round();
     mCell = ScannedCell();
     mCell.begin = mScanner.begin();
     readCellAttributes();
@@ -190,8 +192,8 @@ void WholeSheetReader::readCell() {
 
 }  // namespace
 
-SheetFrame scanSheetText(std::string_view text, CellSink& sink) {
-    return WholeSheetReader(text, sink).read();
+SheetFrame scanSheetText(std::string_view text, CellSink& sink, Pulse pulse) {
+    return WholeSheetReader(text, sink, pulse).read();
 }
 
 namespace {
@@ -225,7 +227,7 @@ SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, Cel
         if (frame) return std::move(*frame);
         restart();
         const PartText text(archive.read(member));
-        return scanSheetText(text.view(), sink);
+        return scanSheetText(text.view(), sink, archive.pulse());
     } catch (Error& error) {
         throw error.inMember(archive.members()[member].name);
     }
@@ -236,7 +238,7 @@ SheetFrame readSheetFrame(const package::ZipArchive& archive, std::size_t member
         if (auto frame = tryStream(archive, member, streamFrame)) return std::move(*frame);
         NoCells sink;
         const PartText text(archive.read(member));
-        return scanSheetText(text.view(), sink);
+        return scanSheetText(text.view(), sink, archive.pulse());
     } catch (Error& error) {
         throw error.inMember(archive.members()[member].name);
     }

@@ -71,7 +71,7 @@ SheetFrame scanSheet(const package::ZipArchive& archive, std::size_t member, Cel
 SheetFrame readSheetFrame(const package::ZipArchive& archive, std::size_t member);
 
 // The cells of a part in memory (UTF-8), or of a piece of one.
-SheetFrame scanSheetText(std::string_view text, CellSink& sink);
+SheetFrame scanSheetText(std::string_view text, CellSink& sink, Pulse pulse = {});
 
 // Attribute of a start tag by its raw text, as in formulaAttributes; empty when absent.
 std::string_view rawAttribute(std::string_view attributes, std::string_view name);

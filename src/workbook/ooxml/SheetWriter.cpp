@@ -80,7 +80,7 @@ std::string promoted(const FragmentContext& context, std::string_view raw, const
 }
 
 std::vector<Splice> promotions(std::string_view part, const CellTexts& texts,
-                               const std::vector<const CellEdit*>& edits) {
+                               const std::vector<const CellEdit*>& edits, Pulse pulse) {
     std::set<std::uint32_t> lost;
     for (const CellEdit* edit : edits) {
         if (edit->wasSharedMaster) lost.insert(*edit->oldSharedFormula);
@@ -90,7 +90,7 @@ std::vector<Splice> promotions(std::string_view part, const CellTexts& texts,
     std::set<CellPosition> edited;
     for (const CellEdit* edit : edits) edited.insert(edit->cell.position);
     OrphanCollector collector(lost, edited);
-    scanSheetText(part, collector);
+    scanSheetText(part, collector, pulse);
     for (const auto& [index, family] : collector.families()) {
         const auto formula = texts.sharedFormulaAt(index, family.first);
         if (!formula) continue;
@@ -104,8 +104,8 @@ std::vector<Splice> promotions(std::string_view part, const CellTexts& texts,
 }  // namespace
 
 std::vector<Splice> changedCells(std::string_view part, const CellTexts& texts,
-                                 const std::vector<const CellEdit*>& edits) {
-    std::vector<Splice> splices = promotions(part, texts, edits);
+                                 const std::vector<const CellEdit*>& edits, Pulse pulse) {
+    std::vector<Splice> splices = promotions(part, texts, edits, pulse);
     for (const CellEdit* edit : edits) {
         const std::string_view raw = part.substr(edit->cell.begin, edit->cell.length);
         splices.push_back({edit->cell.begin, edit->cell.begin + edit->cell.length,

@@ -16,6 +16,8 @@ namespace {
 
 // Large enough to keep the calls few, small enough to stay in the second-level cache.
 constexpr std::size_t kWindow = 256 * 1024;
+// Of a window that had to grow.
+constexpr std::size_t kPiece = 4 * 1024 * 1024;
 
 // First byte in [at, end) that is not printable ASCII; `end` when there is none.
 const char* findUnusual(const char* at, const char* end) {
@@ -36,14 +38,14 @@ const char* findUnusual(const char* at, const char* end) {
 }  // namespace
 
 PartWindow::PartWindow(const ZipArchive& archive, std::size_t member)
-    : mStream(std::in_place, archive, member) {
+    : mPulse(archive.pulse()), mStream(std::in_place, archive, member) {
     // One byte more than a small part has, so that the first reading meets its end.
     const std::uint64_t size = archive.members()[member].size;
     grow(static_cast<std::size_t>(std::min<std::uint64_t>(size + 1, kWindow)));
     advance(begin());
 }
 
-PartWindow::PartWindow(std::string_view text) : mText(text) {
+PartWindow::PartWindow(std::string_view text, Pulse pulse) : mPulse(pulse), mText(text) {
     grow(std::min(text.size() + 1, kWindow));
     advance(begin());
 }
@@ -69,20 +71,26 @@ bool PartWindow::advance(const char* keepFrom) {
     mEnd = kept;
     if (mEnd > mCapacity / 2) grow(mCapacity * 2);
 
-    const std::size_t room = mCapacity - mEnd;
+    const std::size_t before = mEnd;
+    while (!mIsAtEnd && mEnd < mCapacity) readPiece(std::min(mCapacity - mEnd, kPiece));
+    std::memset(mBytes.get() + mEnd, 0, kPadding);
+    checkCharacters();
+    return mEnd > before;
+}
+
+// Between two pieces somebody else has his turn.
+void PartWindow::readPiece(std::size_t size) {
+    mPulse.beat();
     std::size_t got = 0;
     if (mStream) {
-        got = mStream->read(mBytes.get() + mEnd, room);
+        got = mStream->read(mBytes.get() + mEnd, size);
     } else {
-        got = std::min(room, mText.size());
+        got = std::min(size, mText.size());
         if (got > 0) std::memcpy(mBytes.get() + mEnd, mText.data(), got);
         mText.remove_prefix(got);
     }
     mEnd += got;
-    mIsAtEnd = got < room;
-    std::memset(mBytes.get() + mEnd, 0, kPadding);
-    checkCharacters();
-    return got > 0;
+    mIsAtEnd = got < size;
 }
 
 void PartWindow::checkCharacters() {

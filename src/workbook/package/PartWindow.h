@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A large XML part seen through a window that moves forward, so that it never stands in
 // memory as a whole. The bytes are checked to be characters that XML allows; everything else
-// about well-formedness is the reader's business.
+// about well-formedness is the reader's business. Moving on beats the pulse, the archive's for a
+// member of it.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +20,7 @@ class PartWindow {
 public:
     PartWindow(const ZipArchive& archive, std::size_t member);
     // Over a text that is in memory already; borrowed.
-    explicit PartWindow(std::string_view text);
+    explicit PartWindow(std::string_view text, Pulse pulse = {});
 
     // NULs behind the window: a reader may look so far ahead without asking for the end.
     static constexpr std::size_t kPadding = 16;
@@ -40,8 +41,10 @@ public:
 
 private:
     void grow(std::size_t capacity);
+    void readPiece(std::size_t size);
     void checkCharacters();
 
+    Pulse mPulse;
     std::optional<MemberStream> mStream;
     std::string_view mText;          // what the second constructor was given, not yet in the window
     std::unique_ptr<char[]> mBytes;  // not cleared: most of it is overwritten at once

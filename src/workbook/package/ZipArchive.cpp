@@ -141,6 +141,10 @@ const std::vector<ZipMember>& ZipArchive::members() const {
     return mContents->directory.members;
 }
 
+Pulse ZipArchive::pulse() const {
+    return mContents->bytes.pulse();
+}
+
 void ZipArchive::indexNames() {
     mByName.resize(members().size());
     std::iota(mByName.begin(), mByName.end(), 0u);
@@ -229,9 +233,12 @@ Buffer ZipArchive::read(std::size_t index) const {
     try {
         Buffer scratch;
         const std::string_view stored = readableBytes(index, scratch);
-        Buffer unpacked = member.method == zip::kStored ? owned(stored, scratch)
-                                                        : inflateWhole(stored, member.size);
-        if (crc32(unpacked.view()) != member.crc) failCrc();
+        Buffer unpacked;
+        pulse().during(member.size, [&] {
+            unpacked = member.method == zip::kStored ? owned(stored, scratch)
+                                                     : inflateWhole(stored, member.size);
+            if (crc32(unpacked.view()) != member.crc) failCrc();
+        });
         return unpacked;
     } catch (Error& error) {
         error.inMember(member.name);

@@ -77,6 +77,8 @@ public:
 
     // In the directory's order.
     const std::vector<ZipMember>& members() const;
+    // Of the source.
+    Pulse pulse() const;
     // By name: ASCII case ignored, "\" equal to "/", no leading "/". Among names that differ in
     // nothing else the exact spelling decides; Error (Damaged) when it is none of theirs.
     std::optional<std::size_t> find(std::string_view name) const;

@@ -21,6 +21,7 @@ public:
     explicit FileBytes(const ByteSource& source);
 
     std::uint64_t size() const { return mSource.size(); }
+    Pulse pulse() const { return mSource.pulse(); }
     // A range that lies in the file, in memory or else read into `scratch`.
     std::string_view at(std::uint64_t offset, std::uint64_t length, Buffer& scratch) const;
     // Appends the range to `out`.

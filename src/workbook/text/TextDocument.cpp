@@ -54,16 +54,19 @@ void TextDocument::save() {
     ReplaceOptions options;
     options.expected = &mFile->status();
     options.allowInPlace = mOptions.allowInPlace;
+    options.pulse = mOptions.pulse;
     replaceFile(
         path, options, [this](OutputFile& output) { mSheet.writeTo(output); },
-        [this](const std::string& temporary) { mSheet.verify(InputFile(temporary)); });
+        [this](const std::string& temporary) {
+            mSheet.verify(InputFile(temporary, mOptions.pulse));
+        });
     // The new file is in place; nothing that could fail may follow. It is read when it is asked
     // for.
     mIsSaved = true;
 }
 
 void TextDocument::reopen() {
-    mFile = std::make_unique<InputFile>(mFile->path());
+    mFile = std::make_unique<InputFile>(mFile->path(), mOptions.pulse);
     mDialect = dialectOf(*mFile, mOptions);
     mSheet = TextSheet(*mFile, mDialect, mOptions);
     mIsSaved = false;

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Pulse.h"
 #include "workbook/DocumentModel.h"
 #include "workbook/xls/CellFormats.h"
 #include "workbook/xls/CellRecord.h"
@@ -24,6 +25,7 @@ struct WorkbookTexts {
     CellFormats& formats;
     SharedStrings& strings;
     bool date1904 = false;
+    Pulse pulse;
 };
 
 // How a formula stands in its cell.

@@ -42,7 +42,9 @@ void SheetIndex::look(std::size_t sheetOffset) {
     SheetRecords records(mWorkbook.stream, sheetOffset);
     Record record;
     std::uint64_t behind = 0;  // the cells so far
+    RoundPulse rounds(mWorkbook.pulse);
     while (records.next(record)) {
+        rounds.round();
         const CellShape shape = cellShape(record.id, mVersion);
         if (shape == CellShape::None) continue;
         if (record.body.size() < cellHeaderSize(mVersion)) {

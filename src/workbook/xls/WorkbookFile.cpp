@@ -64,7 +64,7 @@ WorkbookFile::WorkbookFile(std::unique_ptr<InputFile> file, const std::string& p
                            const std::string& ansiCodePage)
     : mFile(std::move(file)),
       mBytes(readAll(*mFile)),
-      mSource(std::string_view(mBytes.data(), mBytes.size())) {
+      mSource(std::string_view(mBytes.data(), mBytes.size()), mFile->pulse()) {
     findStream();
     const auto version = versionOf(mStream);
     if (!version) throw Error::damaged("The workbook does not begin as one");
@@ -75,7 +75,9 @@ WorkbookFile::WorkbookFile(std::unique_ptr<InputFile> file, const std::string& p
         mOwnStream = package::Buffer(mStream.size());
         std::memcpy(mOwnStream.data(), mStream.data(), mStream.size());
     }
-    mCipher->decrypt(std::span(mOwnStream.data(), mOwnStream.size()));
+    mFile->pulse().during(mOwnStream.size(), [&] {
+        mCipher->decrypt(std::span(mOwnStream.data(), mOwnStream.size()));
+    });
     mStream = mOwnStream.view();
 }
 
@@ -113,7 +115,10 @@ bool WorkbookFile::isSigned() const {
 
 void WorkbookFile::write(OutputFile& out, std::string& stream,
                          const std::vector<Stream>& others) const {
-    if (mCipher) mCipher->encrypt(std::span(stream.data(), stream.size()));
+    if (mCipher) {
+        mFile->pulse().during(stream.size(),
+                              [&] { mCipher->encrypt(std::span(stream.data(), stream.size())); });
+    }
     if (!mCompound) {
         out.write(stream);
         return;

@@ -37,7 +37,8 @@ XlsDocument::XlsDocument(std::unique_ptr<InputFile> file, const OpenOptions& opt
       mFile(std::move(file), options.password, options.ansiCodePage),
       mGlobals(mFile.stream(), mFile.version(), nameOfFile(mFile.file().path())),
       mStrings(mFile.stream(), mGlobals.sharedStrings()),
-      mTexts{mFile.stream(), mGlobals.codec(), mGlobals.formats(), mStrings, mGlobals.date1904()} {
+      mTexts{mFile.stream(), mGlobals.codec(),    mGlobals.formats(),
+             mStrings,       mGlobals.date1904(), options.pulse} {
     for (std::size_t i = 0; i < mGlobals.sheets().size(); ++i) {
         const SheetEntry& sheet = mGlobals.sheets()[i];
         if (!sheet.isWorksheet) continue;
@@ -152,13 +153,19 @@ std::string XlsDocument::changedStream() {
             .place(!elsewhere, elsewhere.value_or(std::vector<std::uint32_t>()));
     }
     std::vector<RecordSplice> splices;
-    for (const auto& sheet : mWorksheets) sheet->appendSplices(splices);
+    for (const auto& sheet : mWorksheets) {
+        options().pulse.beat();
+        sheet->appendSplices(splices);
+    }
     mGlobals.formats().appendSplices(splices);
     for (RecordSplice& splice : mGlobals.links().splices()) splices.push_back(std::move(splice));
     appendRecalculation(splices);
     mStrings.appendSplices(splices);
-    std::string stream = splicedStream(mFile.stream(), std::move(splices));
-    checkChangedStream(stream, mFile.stream());
+    std::string stream;
+    options().pulse.during(mFile.stream().size(), [&] {
+        stream = splicedStream(mFile.stream(), std::move(splices));
+        checkChangedStream(stream, mFile.stream());
+    });
     return stream;
 }
 

@@ -104,6 +104,14 @@ TEST(Options, RunTakesOneProject) {
     EXPECT_EQ(parseOptions({"search", "--find", "a", "p", "--types", "*.dbf"}).types, "*.dbf;");
 }
 
+TEST(Options, CheckLanguageTakesOneFile) {
+    const Options options = parseOptions({"check-language", "a b.lng", "--reference", "c.lng"});
+    EXPECT_EQ(options.command, Command::CheckLanguage);
+    EXPECT_EQ(options.languageFile, "a b.lng");
+    EXPECT_EQ(options.referenceFile, "c.lng");
+    EXPECT_FALSE(parseOptions({"check-language", "a.lng"}).referenceFile);
+}
+
 TEST(Options, WrongCallsSayWhatIsWrong) {
     struct Row {
         Words arguments;
@@ -113,6 +121,10 @@ TEST(Options, WrongCallsSayWhatIsWrong) {
         {{}, "no command"},
         {{"find"}, R"(unknown command "find")"},
         {{"--json"}, "unknown command"},
+        {{"check-language"}, "the name of one language file"},
+        {{"check-language", "a.lng", "b.lng"}, "the name of one language file"},
+        {{"check-language", "a.lng", "--reference", ""}, "--reference needs the name"},
+        {{"check-language", "a.lng", "--quiet"}, "unknown option --quiet"},
         {{"search", "p"}, "one of --find and --entries"},
         {{"search", "--find", "", "p"}, "--find needs a text"},
         {{"search", "--find"}, "--find needs a value"},

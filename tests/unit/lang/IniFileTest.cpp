@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+
 namespace brindle {
 namespace {
 
@@ -46,6 +48,29 @@ TEST(IniFile, IsReadByTheRulesOfPrivateProfiles) {
 
 TEST(IniFile, FindsKeysOutsideAscii) {
     EXPECT_EQ(IniFile("[Größe]\nÄ=1\n").value("GRÖßE", "ä"), "1");
+}
+
+TEST(IniFile, ListsItsLines) {
+    const auto lines = IniFile("a=0\r\n; c=1\r\n\r\n[ S ]\n b = '2' \rrest\n[s]\nb=3").lines();
+    const struct {
+        IniLine::Kind kind;
+        int number;
+        const char* section;
+        const char* key;
+        const char* text;
+    } expected[] = {
+        {IniLine::Kind::Value, 1, "", "a", "0"},     {IniLine::Kind::Section, 4, "S", "", "[ S ]"},
+        {IniLine::Kind::Value, 5, "S", "b", "2"},    {IniLine::Kind::Other, 6, "S", "", "rest"},
+        {IniLine::Kind::Section, 7, "s", "", "[s]"}, {IniLine::Kind::Value, 8, "s", "b", "3"},
+    };
+    ASSERT_EQ(lines.size(), std::size(expected));
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].kind, expected[i].kind) << i;
+        EXPECT_EQ(lines[i].number, expected[i].number) << i;
+        EXPECT_EQ(lines[i].section, expected[i].section) << i;
+        EXPECT_EQ(lines[i].key, expected[i].key) << i;
+        EXPECT_EQ(lines[i].text, expected[i].text) << i;
+    }
 }
 
 }  // namespace

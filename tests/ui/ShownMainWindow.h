@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// The main window as a user without any project sees it.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include <QTest>
+
+#include "FakeServices.h"
+#include "ui/common/QtText.h"
+#include "ui/main/frmMain.h"
+
+namespace brindle::test {
+
+struct ShownMainWindow {
+    FakeUser user;
+    frmMain window{user.services};
+
+    ShownMainWindow() {
+        window.Form_Load({});
+        window.show();
+        window.activateWindow();
+        QCoreApplication::processEvents();
+    }
+
+    template <class Kind = QWidget>
+    Kind& control(const std::string& name) {
+        auto* found = window.findChild<Kind*>(QString::fromStdString(name));
+        if (!found) throw std::runtime_error("no control " + name);
+        return *found;
+    }
+    void click(const std::string& name) {
+        QTest::mouseClick(&control(name), Qt::LeftButton, {}, {8, control(name).height() / 2});
+    }
+};
+
+}  // namespace brindle::test
