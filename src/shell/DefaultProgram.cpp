@@ -88,7 +88,8 @@ void makeDefaultProgram(const std::string& mimeType, const std::string& entry) {
     if (fs::exists(path)) old.emplace(path);
     const std::string list =
         withLine(old ? readWholeFile(path) : "", mimeType + "=" + entry + "\n");
-    const ReplaceOptions options{.expected = old ? &old->status() : nullptr};
+    ReplaceOptions options;
+    if (old) options.expected = &old->status();
     replaceFile(path, options, [&](OutputFile& file) { file.write(list); });
 }
 
