@@ -87,6 +87,18 @@ TEST_F(Menus, ABrowserThatDoesNotStartIsOnlyLogged) {
                       HasSubstr(" of Form frmMain- ")));
 }
 
+TEST_F(Menus, StartProcessingIsTheButtonForReplacing) {
+    auto& button = control<QPushButton>("cmdStartReplacing");
+    button.setEnabled(false);
+    choose("mnuStartProcessing");
+    EXPECT_TRUE(user.dialogs.messages.empty());
+    button.setEnabled(true);
+    choose("mnuStartProcessing");
+    click("cmdStartReplacing");
+    ASSERT_EQ(user.dialogs.messages.size(), 2U);
+    EXPECT_EQ(user.dialogs.messages[0].text, user.dialogs.messages[1].text);
+}
+
 TEST_F(Menus, AboutTellsVersionAndLicences) {
     bool closed = false;
     QTimer::singleShot(0, &window, [&] {
