@@ -88,7 +88,6 @@ private:
 
     // frmMain.cpp
     void SetCaption();
-    QString GetOptions() const;
     void prepareControls();
     void Form_QueryUnload(bool& Cancel);
     void closeOtherWindows();
@@ -106,6 +105,11 @@ private:
 
     // frmMainGrid.cpp
     void connectGrid();
+    QString GetOptions() const;
+    Entry* entryOfRow(int row) const;
+    int rowOfOptions() const;
+    void showOptions(const Entry& entry);
+    void clearBackColors();
     void SetItemInGrid(const Entry& entry);
     void cmdAdd_Click();
     void cmdDelete_Click();

@@ -106,6 +106,7 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
+    ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();
     project.GetFilenamesFromTextFile = fromQt(ui->txtGetFileName->text());
