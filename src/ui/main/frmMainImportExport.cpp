@@ -6,6 +6,7 @@
 #include "base/CodePages.h"
 #include "base/PathLookup.h"
 #include "ui/main/EntryListFile.h"
+#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {
