@@ -91,8 +91,7 @@ int frmMain::rowOfOptions() const {
 
 void frmMain::showOptions(const Entry& entry) {
     if (entry.Look_In < 0 || entry.Look_In >= ui->cboLookIn->count())
-        throw Error(ErrorKind::Argument, kInvalidPropertyValue,
-                    "Invalid property value");
+        throw Error(ErrorKind::Argument, kInvalidPropertyValue, "Invalid property value");
     const QScopedValueRollback syncing(SyncingOptions, true);
     ui->cboLookIn->setCurrentIndex(entry.Look_In);
     ui->chkMatchCase->setChecked(entry.MatchCase);
