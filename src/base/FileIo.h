@@ -90,7 +90,7 @@ struct ReplaceOptions {
     bool allowInPlace = false;
     // Permission bits of a file that does not exist yet.
     mode_t newFileMode = 0666;
-    Pulse pulse;
+    Pulse pulse = {};
 };
 
 // Replaces the content of `path`, so that at every instant the path holds the complete old or

@@ -10,9 +10,10 @@ namespace brindle {
 
 namespace {
 
+// The converters know many spellings of a name, also some with bytes that nobody meant.
 CodePage codePageOrUtf8(const std::string& name) {
     try {
-        return CodePage(name);
+        return CodePage(text::isAscii(name) ? name : "");
     } catch (const Error&) {
         return CodePage("UTF-8");
     }

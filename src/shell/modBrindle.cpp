@@ -65,13 +65,14 @@ std::unique_ptr<excel::Application> createExcel(const ExcelFactory& factory) {
 
 int runMainWindow(Services& services, const std::string& commandLine) {
     frmMain window(services);
-    // A session that ends may say so by a signal only, so the state is kept.
+    window.Form_Load(commandLine);
+    window.show();
+    // A session that ends may say so by a signal only, so the state is kept. Before the window has
+    // taken over the last state, there is nothing to keep.
     const EndSignals signals([&] {
         window.SaveProject();
         window.endProgram();
     });
-    window.Form_Load(commandLine);
-    window.show();
     return QApplication::exec();
 }
 

@@ -167,7 +167,7 @@ TEST_F(LanguageTest, ControlsWithoutWordsAreAccessibleByThoseNextToThem) {
         "cmdAdd.caption=&Add\ncmdAdd.ToolTipText=tip\nSSTab1.TabCaption(0)=&Entries\n");
     EXPECT_EQ(control<QWidget>("txtPassword")->accessibleName(), "Password");
     EXPECT_EQ(control<QWidget>("cmdBrowse1")->accessibleName(), "Pick a file");
-    EXPECT_EQ(control<QWidget>("vsflex")->accessibleName(), "Entries");
+    EXPECT_EQ(control<QWidget>("cboLookIn")->accessibleName(), "Entries");
     EXPECT_EQ(control<QWidget>("cmdAdd")->accessibleName(), "") << "its caption says it";
 }
 

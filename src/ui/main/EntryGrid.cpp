@@ -100,11 +100,7 @@ QString EntryGrid::TextMatrix(int row, int column) const {
 
 void EntryGrid::setTextMatrix(int row, int column, const QString& text) {
     mState->model.setText(row, column, text);
-    if (row != 0) return;
-    QStringList names;
-    for (int each = 0; each < Cols(); ++each) names << TextMatrix(0, each);
-    setAccessibleName(names.join(QLatin1String(", ")));
-    applyWidths();
+    if (row == 0) applyWidths();
 }
 
 QString EntryGrid::RowData(int row) const {

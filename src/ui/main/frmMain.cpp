@@ -97,17 +97,6 @@ void frmMain::SetCaption() {
     });
 }
 
-QString frmMain::GetOptions() const {
-    QString options;
-    run("GetOptions", [&] {
-        if (ui->chkMatchCase->isChecked()) options = "Match Case";
-        if (!ui->chkWholeWord->isChecked()) return;
-        if (!options.isEmpty()) options += ",";
-        options += "Match entire cell contents";
-    });
-    return options;
-}
-
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     return dropOnTextBox(watched, event) || optionsEvent(watched, event) ||
            helpLineEvent(watched, event) || QMainWindow::eventFilter(watched, event);

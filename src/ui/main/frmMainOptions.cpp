@@ -17,6 +17,9 @@ void frmMain::connectOptions() {
     // Completion would turn a typed list of types into one that the box offers.
     ui->cboSpreadsheetType->setCompleter(nullptr);
 
+    // Not in the form: a text box that moves to another parent forgets it.
+    ui->txtPassword->setStyleSheet("lineedit-password-character: 42");
+
     connect(ui->optLoad_0, &QRadioButton::toggled, this, [this](bool on) {
         if (on) optLoad_Click(0);
     });

@@ -8,6 +8,7 @@
 #include "base/FileIo.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
+#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {
@@ -30,18 +31,6 @@ void keepDamaged(const std::string& path) {
     } catch (const Error&) {
     }
 }
-
-// Nothing is painted while rows come and go, whatever ends that.
-class GridAtRest {
-public:
-    explicit GridAtRest(EntryGrid& grid) : mGrid(grid) { mGrid.setRedraw(false); }
-    ~GridAtRest() { mGrid.setRedraw(true); }
-    GridAtRest(const GridAtRest&) = delete;
-    GridAtRest& operator=(const GridAtRest&) = delete;
-
-private:
-    EntryGrid& mGrid;
-};
 
 }  // namespace
 
@@ -117,6 +106,9 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
+    ui->vsflex->finishEdit();
+    // A key or a toolbar button takes no focus from the editor that is open.
+    ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();
     project.GetFilenamesFromTextFile = fromQt(ui->txtGetFileName->text());
