@@ -8,7 +8,6 @@
 #include "base/FileIo.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
-#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {
