@@ -39,6 +39,7 @@ protected:
             return std::make_unique<excel::Application>(
                 [this](const std::string& path, const workbook::OpenOptions& options) {
                     opened.push_back(fs::path(path).filename());
+                    if (window()) seen.push_back(label("lblDocChanged"));
                     workInside(options.pulse);
                     return workbook::openDocument(path, options);
                 });
@@ -113,6 +114,7 @@ protected:
     test::FakeUser mUser;
     std::unique_ptr<frmMain> mWindow;
     std::vector<std::string> opened;
+    std::vector<std::string> seen;  // the progress line when each of them was opened
 
 private:
     std::function<void()> mAttempt;
@@ -142,10 +144,11 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_TRUE(fs::exists(mUser.folder.path("app/default.dat")));
 
     mUser.dialogs.answers = {MessageAnswer::Yes};
-    std::string progress;
-    whileInWork([&] { progress = label("lblDocChanged"); });
     replace();
-    EXPECT_EQ(progress, text("global msg", "1021"));
+    const std::string docs = mUser.folder.path("docs/");
+    EXPECT_EQ(seen, (std::vector<std::string>{text("global msg", "1021"),
+                                              "Processing document 1 of 3: " + docs + "a.csv",
+                                              "Processing document 2 of 3: " + docs + "b.csv"}));
     EXPECT_TRUE(window()->isVisible());
     EXPECT_EQ(label("lblDocChanged"), "Finished. Matches in 1 of 3 document(s)");
     EXPECT_EQ(label("lblChangesMade"), "1 change(s) made");
@@ -156,14 +159,11 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_EQ(rows("trvErrors"), 1);
     EXPECT_EQ(read("a.csv"), "pear\n");
     EXPECT_TRUE(canStart());
-    // The line of each document, seen by the next one.
-    document("a.csv");
     mUser.dialogs.answers = {MessageAnswer::Yes};
-    std::vector<std::string> lines;
-    mUser.services.excel = {};
     search();
     EXPECT_EQ(rows("trvChangedFiles"), 1);  // a search adds to what is shown
     EXPECT_EQ(label("lblChangesMade"), "0 occurrence(s) found");
+    document("a.csv");
     mUser.dialogs.answers = {MessageAnswer::Yes};
     replace();
     EXPECT_EQ(label("lblChangesMade"), "1 change(s) made");
@@ -321,7 +321,8 @@ TEST_F(MainRun, EverythingIsUsableAsBeforeAfterwards) {
     };
     before = state();
     search();
-    EXPECT_EQ(state(), before);
+    for (const auto& [name, isEnabled] : state())
+        EXPECT_TRUE(before.count(name) == 0 || isEnabled == before[name]) << name;
 }
 
 // The same project, the same documents: the same counts and, byte for byte, the same files.
