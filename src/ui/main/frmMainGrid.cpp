@@ -7,6 +7,7 @@
 
 #include "base/Error.h"
 #include "ui/common/QtText.h"
+#include "ui/main/GridAtRest.h"
 #include "ui/main/GridColours.h"
 #include "ui_frmMain.h"
 
@@ -91,8 +92,7 @@ int frmMain::rowOfOptions() const {
 
 void frmMain::showOptions(const Entry& entry) {
     if (entry.Look_In < 0 || entry.Look_In >= ui->cboLookIn->count())
-        throw Error(ErrorKind::Argument, kInvalidPropertyValue,
-                    "Invalid property value");
+        throw Error(ErrorKind::Argument, kInvalidPropertyValue, "Invalid property value");
     const QScopedValueRollback syncing(SyncingOptions, true);
     ui->cboLookIn->setCurrentIndex(entry.Look_In);
     ui->chkMatchCase->setChecked(entry.MatchCase);

@@ -5,8 +5,8 @@
 #include "base/Clock.h"
 #include "base/CodePages.h"
 #include "base/PathLookup.h"
-#include "ui/main/EntryGrid.h"
 #include "ui/main/EntryListFile.h"
+#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {

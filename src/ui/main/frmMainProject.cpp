@@ -8,6 +8,7 @@
 #include "base/FileIo.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
+#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {
