@@ -15,11 +15,14 @@
 #include <QTimer>
 #include <QUrl>
 
+#include "Controls.h"
+#include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
 #include "ui/main/EntryGrid.h"
 #include "ui/main/frmMain.h"
+#include "workbook/FormatTable.h"
 
 namespace brindle {
 namespace {
@@ -38,9 +41,7 @@ protected:
     }
     template <typename Control>
     Control& control(const std::string& name) const {
-        Control* found = mWindow->findChild<Control*>(QString::fromStdString(name));
-        if (found == nullptr) throw std::runtime_error("no control " + name);
-        return *found;
+        return test::controlOf<Control>(*mWindow, name);
     }
     std::string textOf(const char* name) const { return fromQt(control<QLineEdit>(name).text()); }
     std::string title() const { return fromQt(mWindow->windowTitle()); }
@@ -239,6 +240,14 @@ TEST_F(MainProject, ARunPutsTheEndOff) {
     app.CurrentProject.IsScanFolder = true;
     app.CurrentProject.StartFolder = path("docs/");
     write("app/default.dat", bagOf(app));
+    // Events run between documents only when the one before took some time.
+    mUser.services.excel = [] {
+        return std::make_unique<excel::Application>(
+            [](const std::string& path, const workbook::OpenOptions& options) {
+                QTest::qSleep(30);
+                return workbook::openDocument(path, options);
+            });
+    };
     start();
     mUser.dialogs.answers = {MessageAnswer::Yes};
     QTimer whenWorking;
