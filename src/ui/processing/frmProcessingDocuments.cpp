@@ -76,6 +76,11 @@ bool frmProcessingDocuments::run(const char* procedure, const std::function<void
     return !guarded({procedure, ModuleKind::Form, kSection}, body);
 }
 
+MessageAnswer frmProcessingDocuments::tell(const std::string& text, MessageIcon icon,
+                                           MessageButtons buttons) {
+    return mServices.dialogs.show(this, {text, icon, buttons, {}, {}});
+}
+
 void frmProcessingDocuments::connectTree(ResultsTree& tree, ResultsModel& model,
                                          const char* dblClick, const char* keyDown) {
     model.setRemarkIcon(warningIcon(*this));
@@ -221,22 +226,15 @@ void frmProcessingDocuments::cmdSaveLog_Click() {
     const std::optional<Error> error =
         guarded({"cmdSaveLog_Click", ModuleKind::Form, kSection}, [&] { saveReport(); });
     if (!error || error->kind() == ErrorKind::Cancelled) return;
-    mServices.dialogs.show(this,
-                           {filledIn(GetLngString(kMessages, "1030"), "%s", error->description()),
-                            MessageIcon::Exclamation,
-                            MessageButtons::Ok,
-                            {},
-                            {}});
+    tell(filledIn(GetLngString(kMessages, "1030"), "%s", error->description()),
+         MessageIcon::Exclamation);
 }
 
 void frmProcessingDocuments::saveReport() {
     const std::string path = mServices.dialogs.saveFile(
         this, {fromQt(withoutMnemonic(captionOf(kSection, "cmdSaveLog"))), "(*.txt)|*.txt"});
-    if (fileExists(path) && mServices.dialogs.show(this, {GetLngString(kMessages, "1005"),
-                                                          MessageIcon::Question,
-                                                          MessageButtons::YesNo,
-                                                          {},
-                                                          {}}) != MessageAnswer::Yes)
+    if (fileExists(path) && tell(GetLngString(kMessages, "1005"), MessageIcon::Question,
+                                 MessageButtons::YesNo) != MessageAnswer::Yes)
         return;
     const std::string report = mReport.fullText();
     replaceFile(path, {}, [&](OutputFile& out) { out.write(std::as_bytes(std::span(report))); });
@@ -250,8 +248,7 @@ void frmProcessingDocuments::open(const std::string& path) {
     if (path.empty()) return;
     std::string ErrorText;
     OpenDoc(mServices.desktop, path, ErrorText);
-    if (ErrorText.empty()) return;
-    mServices.dialogs.show(this, {ErrorText, MessageIcon::Exclamation, MessageButtons::Ok, {}, {}});
+    if (!ErrorText.empty()) tell(ErrorText, MessageIcon::Exclamation);
 }
 
 void frmProcessingDocuments::showMenu(const QModelIndex& node, const QPoint& at) {

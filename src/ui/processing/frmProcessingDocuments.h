@@ -63,6 +63,8 @@ protected:
 
 private:
     bool run(const char* procedure, const std::function<void()>& body) const;
+    MessageAnswer tell(const std::string& text, MessageIcon icon,
+                       MessageButtons buttons = MessageButtons::Ok);
     void connectTree(ResultsTree& tree, ResultsModel& model, const char* dblClick,
                      const char* keyDown);
     void Form_Load();
