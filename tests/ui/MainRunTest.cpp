@@ -141,6 +141,7 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_FALSE(window()->isVisible());
     EXPECT_EQ(fromQt(inWindow<QPushButton>("cmdOK").text()), text("global msg", "1019"));
     EXPECT_TRUE(canStart());
+    EXPECT_EQ(mWindow->focusWidget(), &control<QWidget>("cmdStartReplacing"));
     EXPECT_TRUE(opened.empty());
     EXPECT_TRUE(fs::exists(mUser.folder.path("app/default.dat")));
 
@@ -160,6 +161,7 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_EQ(rows("trvErrors"), 1);
     EXPECT_EQ(read("a.csv"), "pear\n");
     EXPECT_TRUE(canStart());
+    EXPECT_EQ(mWindow->focusWidget(), &control<QWidget>("cmdStartReplacing"));
     mUser.dialogs.answers = {MessageAnswer::Yes};
     search();
     EXPECT_EQ(rows("trvChangedFiles"), 1);  // a search adds to what is shown

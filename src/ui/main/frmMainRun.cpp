@@ -86,14 +86,18 @@ void frmMain::cmdStartReplacing_Click() {
 void frmMain::startRun(bool isSearchOnly) {
     if (isRunning()) return;
     mFlags.StopProcessing = false;
+    const QPointer<QWidget> focus = focusWidget();
     ui->cmdStartSearching->setEnabled(false);
     ui->cmdStartReplacing->setEnabled(false);
+    // A button that cannot be used any more passes the focus on.
+    const QWidget* const passedTo = focusWidget();
     mFlags.isSearchOnly = isSearchOnly;
     if (!isSearchOnly) processing().report().changedFileCount = 0;
     if (ValidateEntries() && isRunConfirmed()) carryOutRun();
     processing().setButtonText(GetLngString(kMessages, "1019"));
     ui->cmdStartSearching->setEnabled(true);
     ui->cmdStartReplacing->setEnabled(true);
+    if (focus && focusWidget() == passedTo) focus->setFocus();
 }
 
 bool frmMain::isRunConfirmed() {
