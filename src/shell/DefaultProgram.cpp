@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "shell/DefaultProgram.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
