@@ -9,17 +9,8 @@
 
 namespace brindle::cli {
 
-namespace {
-
-std::string placeOf(const Refusal& refusal) {
-    if (refusal.sheet.empty()) return refusal.place;
-    return refusal.place.empty() ? refusal.sheet : refusal.sheet + "!" + refusal.place;
-}
-
-}  // namespace
-
 std::string refusalLine(const Refusal& refusal) {
-    const std::string place = placeOf(refusal);
+    const std::string place = placeText(refusal);
     return fmt::format("refused: {} ({}){}{}: {}", refusal.find, scopeWord(refusal.lookIn),
                        place.empty() ? "" : " at ", place, refusal.description);
 }

@@ -27,7 +27,7 @@ struct OpenOptions {
     // document. A promise for speed only: other patterns work, at the price of another pass
     // over the file.
     const std::vector<CellMatch>* expectedPatterns = nullptr;
-    Pulse pulse;  // beaten by all long work on the document
+    Pulse pulse{};  // beaten by all long work on the document
 };
 
 // Why a workbook is open for reading only; None when it is not.

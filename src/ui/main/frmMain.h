@@ -26,6 +26,7 @@ class QLineEdit;
 
 namespace brindle {
 
+struct EntryListReceiver;
 class frmChangeLanguage;
 class frmHelp;
 class frmProcessingDocuments;
@@ -182,6 +183,7 @@ private:
     void mnuImportList_Click();
     void mnuExportList_Click();
     void ImportList(const std::string& path, const std::shared_ptr<Entries>& list, bool toGrid);
+    EntryListReceiver intoGrid(const std::shared_ptr<Entries>& list);
     void Exportlist(const std::string& path);
 
     // frmMainRun.cpp
@@ -192,10 +194,18 @@ private:
                                            std::int32_t& vCurFileCount, int vStatus,
                                            Entries& vEntries);
     void completeProcessForm();
+    void startRun(bool isSearchOnly);
+    bool isRunConfirmed();
+    void carryOutRun();
+    std::shared_ptr<Entries> entriesOfRun();
+    void showChanges(frmProcessingDocuments& window);
+    // What can be used while a run is on: the way out and the help, nothing else.
+    QList<QAction*> commandsThatWait() const;
     bool isRunning() const { return mExcelConnector != nullptr; }
     // Carries out what leaves the program: at once, or, when a run is on, after the document in
     // work, where the run then stops.
     void leave(const std::function<void()>& action);
+    void leaveIfAsked();
     // The processing window, made when there is none.
     frmProcessingDocuments& processing();
 
@@ -220,6 +230,7 @@ private:
     std::atomic<bool> mStopProcessing{false};
     RunFlags mFlags{mStopProcessing};
     std::unique_ptr<ExcelConnector> mExcelConnector;  // of the run that is on, else null
+    std::function<void()> mLeaving;                   // waits for the end of the run
     QPointer<frmProcessingDocuments> mProcessing;
     QPointer<frmHelp> mHelp;
 };

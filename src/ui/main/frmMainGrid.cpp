@@ -7,6 +7,7 @@
 
 #include "base/Error.h"
 #include "ui/common/QtText.h"
+#include "ui/main/GridAtRest.h"
 #include "ui/main/GridColours.h"
 #include "ui_frmMain.h"
 

@@ -8,6 +8,7 @@
 #include "base/FileIo.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
+#include "ui/main/GridAtRest.h"
 #include "ui_frmMain.h"
 
 namespace brindle {
@@ -105,6 +106,7 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
+    // A key or a toolbar button takes no focus from the editor that is open.
     ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();

@@ -2,6 +2,7 @@
 #include "ui/processing/RunReport.h"
 
 #include <array>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@ constexpr Routine kAddChildNode{"AddChildNode", ModuleKind::Form, "frmProcessing
 // Fixed phrases, not translated: people paste the report into other programs and search for them.
 constexpr const char* kFound = " - At least 1 occurrence(s) found ";
 constexpr const char* kNotFound = " - No occurrence(s) found ";
+constexpr const char* kFailed = " - Error ";
 constexpr const char* kLineEnd = "\r\n";
 
 struct Scope {
@@ -38,6 +40,10 @@ constexpr std::array<Scope, 7> kScopes{{
     {&clsCounts::CustomPropCounter, " (Custom Properties) : "},
 }};
 
+const char* labelOf(std::int16_t lookIn) {
+    return kScopes.at(static_cast<std::size_t>(lookIn)).label;
+}
+
 void addCounts(std::vector<EntryCount>& counts, const Entry& entry) {
     for (std::size_t scope = 0; scope < kScopes.size(); ++scope) {
         const std::int16_t count = entry.counts.*kScopes[scope].counter;
@@ -45,6 +51,10 @@ void addCounts(std::vector<EntryCount>& counts, const Entry& entry) {
         counts.push_back(
             {entry.FindWhat, entry.ReplaceWith, static_cast<std::int16_t>(scope), count});
     }
+}
+
+void appendLines(std::string& out, const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) out += "\t" + line + kLineEnd;
 }
 
 std::int32_t checkedSum(std::int32_t a, std::int32_t b) {
@@ -77,8 +87,16 @@ std::vector<EntryCount> countsOf(const Entries& entries) {
 }
 
 std::string childText(const EntryCount& count) {
-    const Scope& scope = kScopes.at(static_cast<std::size_t>(count.lookIn));
-    return count.find + scope.label + std::to_string(count.count);
+    return count.find + labelOf(count.lookIn) + std::to_string(count.count);
+}
+
+std::string placeText(const Refusal& refusal) {
+    if (refusal.sheet.empty()) return refusal.place;
+    return refusal.place.empty() ? refusal.sheet : refusal.sheet + "!" + refusal.place;
+}
+
+std::string refusalText(const Refusal& refusal) {
+    return refusal.find + labelOf(refusal.lookIn) + refusal.description;
 }
 
 DocumentResult documentResult(const std::string& path, std::int32_t number, const Entries& entries,
@@ -102,68 +120,92 @@ DocumentResult documentResult(const std::string& path, std::int32_t number, cons
 }
 
 RunReport::Filed RunReport::AddChangedFiles(const std::string& FilePath, const Entries& Items,
-                                            bool CurrentFileFailed) {
+                                            bool CurrentFileFailed,
+                                            std::vector<std::string> remarks) {
+    const auto remark = [&](Document& document) {
+        document.remarks.insert(document.remarks.end(), std::move_iterator(remarks.begin()),
+                                std::move_iterator(remarks.end()));
+    };
     if (Items.Count() == 0) return Filed::Nowhere;
-    if (CurrentFileFailed) return fileFailed(FilePath);
-    if (mChangedByPath.count(FilePath) != 0) return Filed::Nowhere;
-    return countsOf(Items).empty() ? fileNotChanged(FilePath) : fileChanged(FilePath, Items);
-}
-
-RunReport::Filed RunReport::fileFailed(const std::string& path) {
-    if (mFailedByPath.count(path) != 0) return Filed::Nowhere;
-    const auto added = mFailed.insert(mFailed.end(), path);
-    mFailedByPath.emplace(*added, added);
-    return Filed::Failed;
-}
-
-RunReport::Filed RunReport::fileNotChanged(const std::string& path) {
-    if (mNotChangedByPath.count(path) != 0) return Filed::Nowhere;
-    const auto added = mNotChanged.insert(mNotChanged.end(), path);
-    mNotChangedByPath.emplace(*added, added);
-    return Filed::NotChanged;
-}
-
-RunReport::Filed RunReport::fileChanged(const std::string& path, const Entries& Items) {
-    const auto before = mNotChangedByPath.find(path);
-    if (before != mNotChangedByPath.end()) {
-        const auto item = before->second;
-        mNotChangedByPath.erase(before);
-        mNotChanged.erase(item);
+    if (CurrentFileFailed) {
+        if (mFailed.has(FilePath)) return Filed::Nowhere;
+        remark(append(mFailed, FilePath));
+        return Filed::Failed;
     }
-    const auto added = mChanged.insert(mChanged.end(), {path, {}});
-    mChangedByPath.emplace(added->path, added);
-    guarded(kAddChildNode, [&] { AddChildNode(*added, Items); });
+    if (mChanged.has(FilePath)) return Filed::Nowhere;
+    if (countsOf(Items).empty()) {
+        if (mNotChanged.has(FilePath)) return Filed::Nowhere;
+        remark(append(mNotChanged, FilePath));
+        return Filed::NotChanged;
+    }
+    Document& document = appendChanged(FilePath);
+    guarded(kAddChildNode, [&] { AddChildNode(document, Items); });
+    remark(document);
     ++changedFileCount;
     return Filed::Changed;
 }
 
-void RunReport::AddChildNode(ChangedDocument& document, const Entries& Items) {
+RunReport::Document& RunReport::append(List& list, const std::string& path) {
+    const auto added = list.documents.insert(list.documents.end(), {path, {}, {}, ++mOrder});
+    list.byPath.emplace(added->path, added);
+    return *added;
+}
+
+RunReport::Document& RunReport::appendChanged(const std::string& path) {
+    const auto before = mNotChanged.byPath.find(path);
+    if (before == mNotChanged.byPath.end()) return append(mChanged, path);
+    const auto document = before->second;
+    if (leavesNotChanged) leavesNotChanged(*document);
+    mNotChanged.byPath.erase(before);
+    mChanged.documents.splice(mChanged.documents.end(), mNotChanged.documents, document);
+    mChanged.byPath.emplace(document->path, document);
+    document->order = ++mOrder;
+    return *document;
+}
+
+void RunReport::AddChildNode(Document& document, const Entries& Items) {
     for (const EntryCount& count : countsOf(Items)) {
         document.children.push_back(childText(count));
         mChangeCount = checkedSum(mChangeCount, count.count);
     }
 }
 
+void RunReport::List::clear() {
+    byPath.clear();
+    documents.clear();
+}
+
 void RunReport::clear(bool keepFailed) {
-    mChangedByPath.clear();
-    mNotChangedByPath.clear();
     mChanged.clear();
     mNotChanged.clear();
     mChangeCount = 0;
     changedFileCount = 0;
-    if (keepFailed) return;
-    mFailedByPath.clear();
-    mFailed.clear();
+    if (!keepFailed) mFailed.clear();
 }
 
 std::string RunReport::text() const {
     std::string out;
-    for (const ChangedDocument& document : mChanged) {
+    for (const Document& document : changed()) {
         if (document.children.empty()) continue;
         out += document.path + kFound + kLineEnd;
-        for (const std::string& child : document.children) out += "\t" + child + kLineEnd;
+        appendLines(out, document.children);
     }
-    for (const std::string& path : mNotChanged) out += path + kNotFound + kLineEnd;
+    for (const Document& document : notChanged()) out += document.path + kNotFound + kLineEnd;
+    return out;
+}
+
+std::string RunReport::fullText() const {
+    std::string out;
+    const auto appendAll = [&](const std::list<Document>& documents, const char* phrase) {
+        for (const Document& document : documents) {
+            out += document.path + phrase + kLineEnd;
+            appendLines(out, document.children);
+            appendLines(out, document.remarks);
+        }
+    };
+    appendAll(changed(), kFound);
+    appendAll(notChanged(), kNotFound);
+    appendAll(failed(), kFailed);
     return out;
 }
 

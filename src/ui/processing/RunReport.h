@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string>
 #include <string_view>
@@ -31,6 +32,12 @@ std::vector<EntryCount> countsOf(const Entries& entries);
 // "Total (Cell) : 3"
 std::string childText(const EntryCount& count);
 
+// "Sheet1!B7"; empty when nothing is known.
+std::string placeText(const Refusal& refusal);
+
+// "Total (Cell) : The cell is protected"
+std::string refusalText(const Refusal& refusal);
+
 enum class DocumentStatus { Changed, Unchanged, Failed };
 
 struct DocumentResult {
@@ -53,50 +60,60 @@ DocumentResult documentResult(const std::string& path, std::int32_t number, cons
 // Three lists of documents, each path at most once in a list, in the order of filing.
 class RunReport {
 public:
-    struct ChangedDocument {
+    // Stays at its address as long as it is in a list, also when it goes to another one.
+    struct Document {
         std::string path;
         std::vector<std::string> children;  // texts of its counts
+        std::vector<std::string> remarks;   // what else there is to say: refusals, the failure
+        std::uint64_t order = 0;            // ascends in each list
     };
     // What filing a document did to the lists. `children` of a changed one may be none.
     enum class Filed { Nowhere, Changed, NotChanged, Failed };
 
-    // Files a document by its counts in `Items`, or under failed. A document in which nothing was
-    // found moves to changed when a later report on the same path has something; otherwise the
-    // first report on a path stays. An empty entry list files it nowhere. Nowhere is also the
-    // answer when the lists stay as they are.
-    Filed AddChangedFiles(const std::string& FilePath, const Entries& Items,
-                          bool CurrentFileFailed);
+    // Files a document by its counts in `Items`, or under failed, at the end of its list. A
+    // document in which nothing was found moves to changed, with its remarks, when a later report
+    // on the same path has something; otherwise the first report on a path stays. An empty entry
+    // list files it nowhere. Nowhere is also the answer when the lists stay as they are.
+    Filed AddChangedFiles(const std::string& FilePath, const Entries& Items, bool CurrentFileFailed,
+                          std::vector<std::string> remarks = {});
 
     // Lists empty and counters 0; the failed ones stay when `keepFailed`.
     void clear(bool keepFailed = false);
 
-    const std::list<ChangedDocument>& changed() const { return mChanged; }
-    const std::list<std::string>& notChanged() const { return mNotChanged; }
-    const std::list<std::string>& failed() const { return mFailed; }
+    const std::list<Document>& changed() const { return mChanged.documents; }
+    const std::list<Document>& notChanged() const { return mNotChanged.documents; }
+    const std::list<Document>& failed() const { return mFailed.documents; }
 
-    // The report: changed documents with their counts, then those without a find; failed ones are
-    // no part of it. Every line ends with CR LF.
+    // The report: changed documents with their counts, then those without a find; failed ones and
+    // remarks are no part of it. Every line ends with CR LF.
     std::string text() const;
+    // The same form with everything: remarks below the counts, failed documents last.
+    std::string fullText() const;
 
     std::int32_t mChangeCount = 0;      // sum of all counts filed
     std::int32_t changedFileCount = 0;  // documents filed under changed
 
+    // Called before a document without a find moves to changed; may be empty.
+    std::function<void(const Document&)> leavesNotChanged;
+
 private:
-    void AddChildNode(ChangedDocument& document, const Entries& Items);
-    Filed fileFailed(const std::string& path);
-    Filed fileNotChanged(const std::string& path);
-    Filed fileChanged(const std::string& path, const Entries& Items);
+    struct List {
+        std::list<Document> documents;
+        // The keys are texts inside the list.
+        std::unordered_map<std::string_view, std::list<Document>::iterator> byPath;
 
-    template <typename Item>
-    using Index = std::unordered_map<std::string_view, typename std::list<Item>::iterator>;
+        bool has(const std::string& path) const { return byPath.count(path) != 0; }
+        void clear();
+    };
 
-    // The keys of an index are texts inside its list.
-    std::list<ChangedDocument> mChanged;
-    std::list<std::string> mNotChanged;
-    std::list<std::string> mFailed;
-    Index<ChangedDocument> mChangedByPath;
-    Index<std::string> mNotChangedByPath;
-    Index<std::string> mFailedByPath;
+    Document& append(List& list, const std::string& path);
+    Document& appendChanged(const std::string& path);
+    void AddChildNode(Document& document, const Entries& Items);
+
+    List mChanged;
+    List mNotChanged;
+    List mFailed;
+    std::uint64_t mOrder = 0;
 };
 
 }  // namespace brindle

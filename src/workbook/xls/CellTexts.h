@@ -25,7 +25,7 @@ struct WorkbookTexts {
     CellFormats& formats;
     SharedStrings& strings;
     bool date1904 = false;
-    Pulse pulse;
+    Pulse pulse{};
 };
 
 // How a formula stands in its cell.

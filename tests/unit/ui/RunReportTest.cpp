@@ -35,9 +35,9 @@ clsCounts inCells(std::int16_t count) {
 
 const clsCounts kNothing;
 
-std::vector<std::string> pathsOf(const RunReport& report) {
+std::vector<std::string> pathsOf(const std::list<RunReport::Document>& documents) {
     std::vector<std::string> paths;
-    for (const auto& document : report.changed()) paths.push_back(document.path);
+    for (const auto& document : documents) paths.push_back(document.path);
     return paths;
 }
 
@@ -51,7 +51,7 @@ TEST(RunReport, TextListsFindsThenTheRestAndNoFailures) {
     EXPECT_EQ(report.text(),
               "C:\\Data\\a.xls - At least 1 occurrence(s) found \r\n\tTotal (Cell) : "
               "3\r\n\tTotal (Header) : 1\r\nC:\\Data\\b.xls - No occurrence(s) found \r\n");
-    EXPECT_EQ(report.failed(), std::list<std::string>{"C:\\Data\\c.xls"});
+    EXPECT_EQ(pathsOf(report.failed()), std::vector<std::string>{"C:\\Data\\c.xls"});
     EXPECT_EQ(report.mChangeCount, 4);
     EXPECT_EQ(report.changedFileCount, 1);
 }
@@ -81,9 +81,9 @@ TEST(RunReport, ASecondReportOnAPathCanOnlyMoveItToChanged) {
     EXPECT_EQ(report.AddChangedFiles("a", none, false), Filed::Nowhere);
     EXPECT_EQ(report.AddChangedFiles("a", more, true), Filed::Failed);
     EXPECT_EQ(report.AddChangedFiles("a", none, true), Filed::Nowhere);
-    EXPECT_EQ(pathsOf(report), std::vector<std::string>{"a"});
+    EXPECT_EQ(pathsOf(report.changed()), std::vector<std::string>{"a"});
     EXPECT_EQ(report.changed().front().children, std::vector<std::string>{"x (Cell) : 1"});
-    EXPECT_EQ(report.notChanged(), std::list<std::string>{"b"});
+    EXPECT_EQ(pathsOf(report.notChanged()), std::vector<std::string>{"b"});
     EXPECT_EQ(report.mChangeCount, 1);
     EXPECT_EQ(report.changedFileCount, 1);
 }
@@ -94,9 +94,38 @@ TEST(RunReport, AnEntryWithoutAFindDoesNotHideOneThatHas) {
     for (const auto& order : orders) {
         RunReport report;
         report.AddChangedFiles("a", entriesWith(order), false);
-        EXPECT_EQ(pathsOf(report), std::vector<std::string>{"a"});
+        EXPECT_EQ(pathsOf(report.changed()), std::vector<std::string>{"a"});
         EXPECT_TRUE(report.notChanged().empty());
     }
+}
+
+TEST(RunReport, RemarksStandInTheFullTextOnlyAndMoveWithTheirDocument) {
+    const Entries none = entriesWith({{"x", kNothing}});
+    const Entries some = entriesWith({{"x", inCells(2)}});
+    RunReport report;
+    std::vector<std::string> left;
+    report.leavesNotChanged = [&](const RunReport::Document& document) {
+        left.push_back(document.path);
+        EXPECT_EQ(document.children.size(), 0U) << "told too late";
+    };
+    report.AddChangedFiles("a", none, false, {"refused 1"});
+    report.AddChangedFiles("b", none, false, {"refused 2"});
+    report.AddChangedFiles("c", some, true, {"broken"});
+    report.AddChangedFiles("d", some, false);
+    report.AddChangedFiles("a", some, false, {"refused 3"});
+    EXPECT_EQ(left, std::vector<std::string>{"a"});
+    EXPECT_EQ(pathsOf(report.changed()), (std::vector<std::string>{"d", "a"}));
+    EXPECT_LT(report.changed().front().order, report.changed().back().order);
+    EXPECT_EQ(report.text(),
+              "d - At least 1 occurrence(s) found \r\n\tx (Cell) : 2\r\n"
+              "a - At least 1 occurrence(s) found \r\n\tx (Cell) : 2\r\n"
+              "b - No occurrence(s) found \r\n");
+    EXPECT_EQ(report.fullText(),
+              "d - At least 1 occurrence(s) found \r\n\tx (Cell) : 2\r\n"
+              "a - At least 1 occurrence(s) found \r\n\tx (Cell) : 2\r\n"
+              "\trefused 1\r\n\trefused 3\r\n"
+              "b - No occurrence(s) found \r\n\trefused 2\r\n"
+              "c - Error \r\n\tbroken\r\n");
 }
 
 TEST(RunReport, NoEntriesFileADocumentNowhere) {
