@@ -14,6 +14,7 @@
 
 #include "base/Error.h"
 #include "ui/main/EntryGrid.h"
+#include "ui/main/GridAtRest.h"
 
 namespace brindle {
 namespace {
