@@ -101,7 +101,9 @@ bool drop(QWidget& onto, const QList<QUrl>& urls) {
     data.setUrls(urls);
     QDragEnterEvent enter({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
     QApplication::sendEvent(&onto, &enter);
-    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton,
+                     Qt::ShiftModifier);
+    EXPECT_EQ(event.proposedAction(), Qt::MoveAction);
     QApplication::sendEvent(&onto, &event);
     EXPECT_EQ(enter.isAccepted(), event.isAccepted());
     EXPECT_TRUE(!event.isAccepted() || event.dropAction() == Qt::CopyAction);
