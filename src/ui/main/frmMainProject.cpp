@@ -107,6 +107,8 @@ void frmMain::takeNameOfFile() {
 
 void frmMain::copyControlsToProject() {
     ui->vsflex->finishEdit();
+    // A key or a toolbar button takes no focus from the editor that is open.
+    ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();
     project.GetFilenamesFromTextFile = fromQt(ui->txtGetFileName->text());
