@@ -18,6 +18,7 @@ namespace {
 
 void makeProject(const char* path, int count) {
     brindle::clsProjExcel project;
+    project.IsGrid = true;
     brindle::Entries entries;
     for (int i = 1; i <= count; ++i) {
         const std::string number = std::to_string(i);

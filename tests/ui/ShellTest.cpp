@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTimer>
@@ -85,6 +86,20 @@ TEST_F(Menus, HelpIsOneWindow) {
         EXPECT_TRUE(control<frmHelp>("frmHelp").isVisible()) << command;
     }
     EXPECT_EQ(window.findChildren<frmHelp*>().size(), 1);
+}
+
+TEST_F(Menus, HelpCanBeReadBesideAQuestion) {
+    choose("mnuHelp1");
+    {
+        QMessageBox question(&window);
+        question.setModal(true);
+        question.show();
+        choose("mnuHelp1");
+        EXPECT_EQ(control<frmHelp>("frmHelp").parentWidget(), &question);
+        EXPECT_EQ(window.findChildren<frmHelp*>().size(), 1);
+    }
+    choose("mnuHelp1");
+    EXPECT_TRUE(control<frmHelp>("frmHelp").isVisible());
 }
 
 TEST_F(Menus, ABrowserThatDoesNotStartIsOnlyLogged) {

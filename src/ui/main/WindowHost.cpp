@@ -15,6 +15,9 @@ namespace brindle {
 
 namespace {
 
+// Painting costs more than a small document; nobody sees or feels so short a time.
+constexpr qint64 kBetweenEvents = 20;  // milliseconds
+
 bool isInput(QEvent::Type type) {
     switch (type) {
         case QEvent::MouseButtonPress:
@@ -76,8 +79,14 @@ MessageAnswer WindowHost::showMessage(const std::string& text, MessageIcon icon,
 }
 
 void WindowHost::processEvents() {
+    const bool isTooSoon = mSinceEvents.isValid() && mSinceEvents.elapsed() < kBetweenEvents;
+    if (!isTooSoon || !mWaiting.empty()) finish();
+}
+
+void WindowHost::finish() {
     deliverWaiting();
     QCoreApplication::processEvents();
+    mSinceEvents.start();
 }
 
 void WindowHost::processEventsInDocument() {

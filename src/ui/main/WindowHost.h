@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QObject>
 #include <QPointer>
@@ -33,6 +34,9 @@ public:
     void processEventsInDocument() override;
     bool isWatched() const override { return true; }
 
+    // At the end of the run, while the controls are still at rest.
+    void finish();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -51,6 +55,7 @@ private:
     std::function<QWidget*()> mRunWindow;
     std::string mTitle;
     bool mIsInDocument = false;
+    QElapsedTimer mSinceEvents;
     std::vector<WaitingEvent> mWaiting;
 };
 

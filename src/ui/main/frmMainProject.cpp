@@ -106,7 +106,6 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
-    ui->vsflex->finishEdit();
     // A key or a toolbar button takes no focus from the editor that is open.
     ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;

@@ -137,7 +137,7 @@ void frmMain::carryOutRun() {
     }
     if (mFlags.NoFilesToProcess) completeProcessForm();
     // What was clicked in the last document finds the controls as they were then.
-    host.processEvents();
+    host.finish();
 }
 
 std::shared_ptr<Entries> frmMain::entriesOfRun() {
