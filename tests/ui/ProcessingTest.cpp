@@ -240,6 +240,7 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
 }
 
 TEST_F(Processing, AWarningAndALongPathFitEveryLanguage) {
+    delete window;  // each language has a window of its own
     for (const auto& language :
          std::filesystem::directory_iterator(user.folder.path("app/Languages"))) {
         gLanguageFile = language.path().filename();
