@@ -4,9 +4,10 @@
 For zipped workbooks the limit is a small program that unpacks every part that can hold a match and
 looks at each byte once (and for a replacement splices, packs and writes the parts that change); for
 binary workbooks it reads each file and looks at each byte once (and for a replacement writes the
-file anew); for text files it is grep and sed. Every figure is the median of the ratios of pairs that ran one
-after the other, in processor seconds of the whole process (user and system), so that a busy
-machine disturbs little. The run fails when a count is not what the generator planted.
+file anew); for text files it is grep and sed; for the start of the desktop program a bare window
+with a table. Every figure is the median of the ratios of pairs that ran one after the other, in
+processor seconds of the whole process (user and system), so that a busy machine disturbs little.
+The run fails when a count is not what the generator planted.
 
 Binary workbooks are generated with xlwt and compared with xlrd, for /usr/bin/python3: Debian's
 packages python3-xlwt and python3-xlrd.
@@ -257,6 +258,28 @@ class Bench:
         self.check('csv replace', result[3], planted)
         self.report('100 MB csv: replace against sed -i and fsync', result, 1.5)
 
+    # --- the desktop program ---------------------------------------------------------------------
+    def desktop(self):
+        """From the start to a window that can be used, with a project of so many entries."""
+        entries = 100
+        start, limit = (os.path.join(self.bin, name)
+                        for name in ('bench_desktop_start', 'bench_desktop_limit'))
+        if not os.path.exists(start):
+            print('desktop: not measured (built without it)')
+            return
+        os.environ.update(QT_QPA_PLATFORM='offscreen',
+                          XDG_DATA_HOME=os.path.join(self.work, 'data'),
+                          XDG_CONFIG_HOME=os.path.join(self.work, 'config'))
+        shutil.copytree(os.path.join(os.path.dirname(os.path.abspath(__file__)),
+                                     '../data/Languages'), os.path.join(self.work, 'Languages'))
+        project = os.path.join(self.work, 'project.tvl')
+        subprocess.run([start, 'make', project, str(entries)], check=True)
+        result = self.pair([start, project], [limit, str(entries)])
+        if result[3].strip() != str(entries).encode():
+            print(f'desktop: {result[3]!r} entries shown, {entries} expected')
+            self.failures += 1
+        self.report(f'desktop: start with {entries} entries', result, 2.0)
+
 
 def zipped(bench, arguments):
     many, total = [], {}
@@ -282,7 +305,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument('--bin', required=True)
     parser.add_argument('--runs', type=int, default=5)
-    parser.add_argument('--only', choices=('xlsx', 'xls', 'csv'), help='leave other formats out')
+    parser.add_argument('--only', choices=('xlsx', 'xls', 'csv', 'desktop'), help='leave other formats out')
     parser.add_argument('--small', action='store_true', help='leave the largest workbook out')
     parser.add_argument('--openpyxl', action='store_true')
     parser.add_argument('--xlrd', action='store_true')
@@ -296,6 +319,8 @@ def main():
         if arguments.only in (None, 'csv'):
             path, planted = bench.generate('csv', 'large.csv', 100, 7)
             bench.text(path, planted[RARE])
+        if arguments.only in (None, 'desktop'):
+            bench.desktop()
         return 1 if bench.failures else 0
     finally:
         shutil.rmtree(bench.work)

@@ -2,6 +2,7 @@
 // Every window in every language that is shipped: nothing empty, clipped, unnamed or with the same
 // access key twice.
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "shell/frmAbout.h"
 #include "ShownMainWindow.h"
 #include "ui/help/frmHelp.h"
+#include "ui/processing/frmProcessingDocuments.h"
 #include "WindowAudit.h"
 
 namespace brindle {
@@ -23,6 +25,9 @@ class AllWindowsAudit : public testing::TestWithParam<std::string> {
 protected:
     AllWindowsAudit() { gLanguageFile = GetParam(); }
     ~AllWindowsAudit() override { gLanguageFile = "English.lng"; }
+
+    std::atomic<bool> mStopProcessing{false};
+    RunFlags mFlags{mStopProcessing};
 };
 
 void expectNoFault(QWidget& window, const char* size) {
@@ -49,6 +54,9 @@ TEST_P(AllWindowsAudit, FindsNothing) {
     auto* help = new frmHelp(&main.window);  // deletes itself when it is closed
     help->showPage({});
     audit(*help);
+    // Deletes itself, too.
+    auto* processing = new frmProcessingDocuments(main.user.services, mFlags, &main.window);
+    audit(*processing);
     audit(main.window);
     EXPECT_EQ(main.user.errorLog(), "");
 }

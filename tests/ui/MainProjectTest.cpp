@@ -3,15 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
-#include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QDropEvent>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QSessionManager>
 #include <QTabWidget>
+#include <QTest>
+#include <QTimer>
 #include <QUrl>
 
 #include "FakeServices.h"
@@ -23,35 +24,30 @@
 namespace brindle {
 namespace {
 
+constexpr const char* kUntitled = "Untitled - Tarvello for Excel";
+constexpr const char* kSampleRows =
+    "1|one|1|Cells|Match Case,Match entire cell contents|Item-1\n"
+    "2|two||Custom properties||Item-2\n";
+
 class MainProject : public testing::Test {
 protected:
-    MainProject() { mWindow = std::make_unique<frmMain>(mUser.services); }
-
-    void load(const std::string& commandLine = {}) {
+    void start(const std::string& commandLine = {}) {
+        mWindow = std::make_unique<frmMain>(mUser.services);
         mWindow->Form_Load(commandLine);
         mWindow->show();
     }
-    void restart(const std::string& commandLine = {}) {
-        mWindow = std::make_unique<frmMain>(mUser.services);
-        load(commandLine);
-    }
-
     template <typename Control>
-    Control& control(const char* name) const {
-        Control* found = mWindow->findChild<Control*>(name);
-        if (found == nullptr) throw std::runtime_error(std::string("no control ") + name);
+    Control& control(const std::string& name) const {
+        Control* found = mWindow->findChild<Control*>(QString::fromStdString(name));
+        if (found == nullptr) throw std::runtime_error("no control " + name);
         return *found;
     }
     std::string textOf(const char* name) const { return fromQt(control<QLineEdit>(name).text()); }
-    void type(const char* name, const std::string& text) {
-        control<QLineEdit>(name).setText(toQt(text));
-    }
     std::string title() const { return fromQt(mWindow->windowTitle()); }
     std::string recent(int index) const {
-        const auto& item = control<QAction>(("mnuDefRF(" + std::to_string(index) + ")").c_str());
+        const auto& item = control<QAction>("mnuDefRF(" + std::to_string(index) + ")");
         return item.isVisible() ? fromQt(item.text()) : "hidden";
     }
-    // The rows of the grid, and what they stand for in the project.
     std::string rows() const {
         const auto& grid = control<EntryGrid>("vsflex");
         std::string text;
@@ -62,22 +58,28 @@ protected:
         }
         return text;
     }
+    void expectLog(int lines, const std::string& part) const {
+        const std::string log = mUser.errorLog();
+        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), lines) << log;
+        EXPECT_NE(log.find(part), log.npos) << log;
+    }
+
     std::string path(const char* name) const { return mUser.folder.path(name); }
     std::string read(const char* name) const { return mUser.folder.read(name); }
     std::string write(const char* name, const PropertyBag& bag) {
         writeProjectFile(path(name), bag);
         return path(name);
     }
-
+    std::string startFolderIn(const std::string& file) const {
+        return readProjectFile(file).ReadProperty("StartFolder").toText();
+    }
     static Application sample() {
         Application app;
         clsProjExcel& project = app.CurrentProject;
-        project.BackupMode = true;
+        project.BackupMode = project.IsGrid = project.IncludeSubFolders = true;
+        project.KeepTheOriginalFileDate = true;
         project.GetFilenamesFromTextFile = "/data/list \xFF.txt";
         project.LoadsearchFilePath = "C:\\lists\\\xC3\xA4.csv";
-        project.IsGrid = true;
-        project.IncludeSubFolders = true;
-        project.KeepTheOriginalFileDate = true;
         project.Password = " geh\xC3\xABim ";
         project.SpreadsheetTypeToExamine = "*.odd;";
         project.StartFolder = "/data/\xC3/";
@@ -85,270 +87,13 @@ protected:
         app.Items->Add("two", "", 6, false, false, "Item-2");
         return app;
     }
-    static PropertyBag sampleBag() {
-        const Application app = sample();
+    static PropertyBag bagOf(const Application& app) {
         return projectBag(app.CurrentProject, *app.Items);
     }
 
     test::FakeUser mUser;
     std::unique_ptr<frmMain> mWindow;
 };
-
-constexpr const char* kSampleRows =
-    "1|one|1|Cells|Match Case,Match entire cell contents|Item-1\n"
-    "2|two||Custom properties||Item-2\n";
-
-TEST_F(MainProject, StartsEmptyWithoutAFormerState) {
-    load();
-    EXPECT_EQ(title(), "Untitled - Tarvello for Excel");
-    EXPECT_FALSE(mWindow->IsModified());
-    EXPECT_EQ(rows(), "");
-    EXPECT_EQ(control<EntryGrid>("vsflex").TextMatrix(0, 4), "Options");
-    EXPECT_EQ(control<QComboBox>("cboLookIn").currentText(), "Cells");
-    EXPECT_EQ(control<QComboBox>("cboSpreadsheetType").currentText(), "*.xls;*.xl;*.xlt;");
-    EXPECT_FALSE(control<QRadioButton>("optLoad(1)").isChecked());
-    EXPECT_EQ(control<QTabWidget>("SSTab1").currentIndex(), 0);
-    EXPECT_EQ(recent(0), "(Empty)");
-    control<QAction>("mnuDefRF(0)").trigger();
-    EXPECT_EQ(title(), "Untitled - Tarvello for Excel");
-    EXPECT_EQ(mUser.errorLog(), "");
-}
-
-TEST_F(MainProject, AProjectOfTheCoreIsShownAndSavedByteForByte) {
-    const std::string file = write("a \xC3.tvl", sampleBag());
-    const std::string before = read("a \xC3.tvl");
-    load();
-    mUser.dialogs.paths = {file, path("copy.tvl")};
-    mWindow->OpenProject();
-    EXPECT_EQ(rows(), kSampleRows);
-    EXPECT_TRUE(control<QCheckBox>("chkBackupMode").isChecked());
-    EXPECT_TRUE(control<QCheckBox>("chkIncludesubfolders").isChecked());
-    EXPECT_TRUE(control<QCheckBox>("chkKeepOiginal").isChecked());
-    EXPECT_TRUE(control<QRadioButton>("optLoad(1)").isChecked());
-    EXPECT_TRUE(control<QRadioButton>("optFileProcess(1)").isChecked());
-    EXPECT_EQ(control<QComboBox>("cboSpreadsheetType").currentText(), "*.odd;");
-    EXPECT_EQ(textOf("txtPassword"), " geh\xC3\xABim ");
-    EXPECT_EQ(textOf("txtStartFolder"), "/data/\xC3/");
-    EXPECT_EQ(title(), "a \xC3.tvl - Tarvello for Excel");
-    EXPECT_FALSE(mWindow->IsModified());
-
-    mWindow->Save(true);
-    EXPECT_EQ(read("copy.tvl"), before);
-    EXPECT_EQ(title(), "copy.tvl - Tarvello for Excel");
-    EXPECT_EQ(recent(0), "&1    " + path("copy.tvl"));
-    EXPECT_EQ(recent(1), "&2    " + file);
-    EXPECT_EQ(recent(2), "hidden");
-    EXPECT_EQ(mUser.errorLog(), "");
-}
-
-TEST_F(MainProject, AsksForNamesInItsOwnWords) {
-    load();
-    mWindow->OpenProject();
-    mWindow->Save(false);
-    mWindow->Save(true);
-    std::string titles;
-    for (const test::FakeDialogs::Question& question : mUser.dialogs.questions) {
-        EXPECT_EQ(question.filter, "Tarvello-Excel Setting File (*.tvl)|*.tvl");
-        titles += question.kind + ": " + question.title + "\n";
-    }
-    EXPECT_EQ(titles,
-              "open: Open Tarvello-Excel File\nsave: Save Tarvello-Excel File\n"
-              "save: Save As Tarvello-Excel File\n");
-    // All of them were given up.
-    EXPECT_EQ(title(), "Untitled - Tarvello for Excel");
-    EXPECT_EQ(recent(0), "(Empty)");
-    EXPECT_EQ(mUser.errorLog(), "");
-    // A name is taken as it is typed, and asked for once.
-    mUser.dialogs.paths = {path("bare")};
-    mWindow->setIsModified(true);
-    EXPECT_EQ(title(), "Untitled* - Tarvello for Excel");
-    mWindow->Save(false);
-    mWindow->Save(false);
-    EXPECT_TRUE(mUser.folder.has("bare"));
-    EXPECT_EQ(title(), "bare - Tarvello for Excel");
-    EXPECT_EQ(mUser.dialogs.questions.size(), 4U);
-}
-
-TEST_F(MainProject, OnlyProjectsAreOpened) {
-    write("default.tvl", sampleBag());
-    load(path("default.tvl"));
-    for (const char* name : {"A.TVL", "tvl", "a.tvl/x", "a.tvl\"", "x.xls"}) {
-        mUser.dialogs.messages.clear();
-        mWindow->OpenProject(name);
-        ASSERT_EQ(mUser.dialogs.messages.size(), 1U) << name;
-        EXPECT_EQ(mUser.dialogs.messages[0].text,
-                  "This is not a project file: its name must end in \".tvl\".");
-        EXPECT_EQ(mUser.dialogs.messages[0].icon, MessageIcon::Exclamation);
-    }
-    EXPECT_EQ(title(), "default.tvl - Tarvello for Excel");
-    EXPECT_EQ(recent(1), "hidden");
-}
-
-TEST_F(MainProject, AProjectThatIsNotThereYetIsMadeBySaving) {
-    write("app/default.dat", sampleBag());
-    load(path("new [*].tvl"));
-    EXPECT_EQ(rows(), kSampleRows);
-    EXPECT_EQ(title(), "new [*][*].tvl - Tarvello for Excel");  // as Qt wants it written
-    EXPECT_EQ(recent(0), "&1    " + path("new [*].tvl"));
-    EXPECT_FALSE(mUser.folder.has("new [*].tvl"));
-    mWindow->Save(false);
-    EXPECT_EQ(read("new [*].tvl"), read("app/default.dat"));
-}
-
-TEST_F(MainProject, ClosingKeepsTheStateAndAsksWhatToDoWithChanges) {
-    struct Row {
-        bool modified;
-        MessageAnswer answer;
-        bool closes;
-        const char* saved;
-    };
-    // clang-format off
-    const Row rows[] = {
-        {false, MessageAnswer::Cancel, true, ""},
-        {true, MessageAnswer::Cancel, false, ""},
-        {true, MessageAnswer::No, true, ""},
-        {true, MessageAnswer::Yes, true, "/changed/"},
-    };
-    // clang-format on
-    int number = 0;
-    for (const Row& row : rows) {
-        const std::string file = write("a.tvl", PropertyBag());
-        restart(file);
-        type("txtStartFolder", "/changed/");
-        mWindow->setIsModified(row.modified);
-        mUser.dialogs.answers = {row.answer};
-        mUser.dialogs.messages.clear();
-        QWidget other;
-        other.show();
-        EXPECT_EQ(mWindow->close(), row.closes) << ++number;
-        EXPECT_EQ(other.isVisible(), !row.closes);
-        EXPECT_EQ(mUser.dialogs.messages.size(), row.modified ? 1U : 0U);
-        EXPECT_EQ(readProjectFile(defaultProjectPath()).ReadProperty("StartFolder").toText(),
-                  "/changed/");
-        EXPECT_EQ(readProjectFile(file).ReadProperty("StartFolder").toText(), row.saved);
-        std::filesystem::remove(defaultProjectPath());
-    }
-    // A file dialog that is given up saves nothing, and the program ends all the same.
-    restart();
-    mWindow->setIsModified(true);
-    mUser.dialogs.answers = {MessageAnswer::Yes};
-    EXPECT_TRUE(mWindow->close());
-    EXPECT_EQ(mUser.dialogs.questions.size(), 1U);
-    EXPECT_EQ(mUser.errorLog(), "");
-}
-
-TEST_F(MainProject, TheSessionMayEndWithoutAQuestion) {
-    load();
-    type("txtStartFolder", "/kept/");
-    mUser.dialogs.messages.clear();
-    // Only Qt makes one of these, and nobody looks at it here.
-    alignas(QSessionManager) std::byte session[sizeof(QSessionManager)];
-    Q_EMIT qApp->commitDataRequest(reinterpret_cast<QSessionManager&>(session));
-    EXPECT_EQ(readProjectFile(defaultProjectPath()).ReadProperty("StartFolder").toText(), "/kept/");
-    EXPECT_TRUE(mUser.dialogs.messages.empty());
-}
-
-TEST_F(MainProject, ADamagedStateLeavesAWindowAndACopy) {
-    PropertyBag mismatch = sampleBag();
-    mismatch.WriteProperty("IsGrid", PropertyValue::Bytes{});
-    PropertyBag tooMany = sampleBag();
-    tooMany.WriteProperty("Count", std::int32_t{32768});
-    PropertyBag lying = sampleBag();
-    lying.WriteProperty("Count", std::int32_t{5});
-    const auto fileOf = [&](const PropertyBag& bag) {
-        write("bag", bag);
-        std::string bytes = read("bag");
-        std::filesystem::remove(path("bag"));
-        return bytes;
-    };
-    struct Row {
-        std::string bytes;
-        const char* log;
-        const char* listFile;
-        const char* rows;
-    };
-    const Row rows[] = {
-        {std::string(5000, 'x'), "Error 321 (", "", ""},
-        {"", "Error 321 (", "", ""},
-        {fileOf(mismatch), "Error 13 (", "C:\\lists\\\xC3\xA4.csv", ""},
-        {fileOf(tooMany), "Error 6 (", "C:\\lists\\\xC3\xA4.csv", ""},
-        {fileOf(lying), "", "C:\\lists\\\xC3\xA4.csv", kSampleRows},
-    };
-    for (const Row& row : rows) {
-        mUser.folder.write("app/default.dat", row.bytes);
-        mUser.folder.write("app/Errors.Log", "");
-        restart();
-        const std::string log = mUser.errorLog();
-        const bool isLogged = *row.log != '\0';
-        EXPECT_TRUE(log.starts_with(row.log)) << log;
-        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), isLogged ? 1 : 0) << log;
-        EXPECT_EQ(log.find("in procedure LoadProject at Line No. ") != log.npos, isLogged) << log;
-        EXPECT_TRUE(mWindow->isVisible());
-        EXPECT_EQ(textOf("txtLoadsearch"), row.listFile);
-        EXPECT_EQ(this->rows(), row.rows);
-        mWindow->close();
-        EXPECT_EQ(read("app/default.dat.damaged"), row.bytes);
-        EXPECT_NO_THROW(readProjectFile(defaultProjectPath()));
-        std::filesystem::remove(path("app/default.dat.damaged"));
-    }
-}
-
-TEST_F(MainProject, ADamagedProjectStaysUntilItIsSaved) {
-    const std::string file = mUser.folder.write("a.tvl", "no project");
-    write("app/default.dat", sampleBag());
-    load(file);
-    EXPECT_EQ(rows(), kSampleRows);
-    mWindow->close();
-    EXPECT_EQ(read("a.tvl"), "no project");
-    EXPECT_FALSE(mUser.folder.has("a.tvl.damaged"));
-}
-
-TEST_F(MainProject, AnEntryThatCannotBeShownIsKept) {
-    Application app = sample();
-    app.Items->Item(1)->Look_In = 9;
-    write("app/default.dat", projectBag(app.CurrentProject, *app.Items));
-    const std::string before = read("app/default.dat");
-    load();
-    EXPECT_EQ(rows(), "1|one|1|||Item-1\n2|two||Custom properties||Item-2\n");
-    EXPECT_NE(mUser.errorLog().find("in procedure SetItemInGrid"), std::string::npos);
-    mWindow->close();
-    EXPECT_EQ(read("app/default.dat"), before);
-}
-
-TEST_F(MainProject, AFailedSaveIsLogged) {
-    load();
-    mUser.dialogs.paths = {path("no folder/a.tvl")};
-    mWindow->setIsModified(true);
-    mWindow->Save(false);
-    const std::string log = mUser.errorLog();
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
-    EXPECT_NE(log.find("in procedure SaveProject at Line No. "), log.npos) << log;
-    EXPECT_EQ(title(), "a.tvl - Tarvello for Excel");
-}
-
-TEST_F(MainProject, RecentFilesReopen) {
-    const std::string first = write("a & b.tvl", sampleBag());
-    const std::string second = write("second.tvl", PropertyBag());
-    load();
-    for (const std::string& file : {first, first, second}) mWindow->OpenProject(file);
-    EXPECT_EQ(recent(1), "&2    " + path("a && b.tvl"));
-    EXPECT_EQ(rows(), "");
-    control<QAction>("mnuDefRF(1)").trigger();
-    EXPECT_EQ(title(), "a & b.tvl - Tarvello for Excel");
-    EXPECT_EQ(rows(), kSampleRows);
-    EXPECT_EQ(recent(0), "&1    " + path("a && b.tvl"));
-    EXPECT_EQ(recent(1), "&2    " + second);
-    EXPECT_EQ(recent(2), "hidden");
-
-    std::filesystem::remove(second);
-    control<QAction>("mnuDefRF(1)").trigger();
-    ASSERT_EQ(mUser.dialogs.messages.size(), 1U);
-    EXPECT_EQ(mUser.dialogs.messages[0].text, "The file " + second + " was not found.");
-    EXPECT_EQ(mUser.dialogs.messages[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(rows(), kSampleRows);
-    mWindow->Save(false);
-    EXPECT_EQ(read("second.tvl"), read("a & b.tvl"));
-}
 
 // Sends what a file manager would; true when it is taken.
 bool drop(QWidget& onto, const QList<QUrl>& urls) {
@@ -363,25 +108,255 @@ bool drop(QWidget& onto, const QList<QUrl>& urls) {
     return event.isAccepted();
 }
 
+TEST_F(MainProject, StartsEmptyWithoutAFormerState) {
+    start();
+    EXPECT_EQ(rows(), "");
+    EXPECT_EQ(control<QComboBox>("cboLookIn").currentText(), "Cells");
+    EXPECT_EQ(control<QComboBox>("cboSpreadsheetType").currentText(), "*.xls;*.xl;*.xlt;");
+    EXPECT_FALSE(control<QRadioButton>("optLoad(1)").isChecked());
+    EXPECT_EQ(recent(0), "(Empty)");
+    control<QAction>("mnuDefRF(0)").trigger();
+    EXPECT_EQ(title(), kUntitled);
+    expectLog(0, "");
+}
+
+TEST_F(MainProject, AProjectOfTheCoreIsShownAndSavedByteForByte) {
+    const std::string file = write("a \xC3.tvl", bagOf(sample()));
+    const std::string before = read("a \xC3.tvl");
+    start();
+    mUser.dialogs.paths = {file, path("copy")};
+    mWindow->OpenProject();
+    EXPECT_EQ(rows(), kSampleRows);
+    EXPECT_EQ(title(), "a \xC3.tvl - Tarvello for Excel");
+    mWindow->Save(true);
+    EXPECT_EQ(read("copy"), before) << "and no extension is added";
+    EXPECT_EQ(title(), "copy - Tarvello for Excel");
+    EXPECT_EQ(recent(0), "&1    " + path("copy"));
+    EXPECT_EQ(recent(1), "&2    " + file);
+    expectLog(0, "");
+}
+
+TEST_F(MainProject, AsksForNamesInItsOwnWords) {
+    start();
+    mWindow->setIsModified(true);
+    mWindow->OpenProject();
+    mWindow->Save(false);
+    mWindow->Save(true);
+    std::string titles;
+    for (const test::FakeDialogs::Question& question : mUser.dialogs.questions) {
+        EXPECT_EQ(question.filter, "Tarvello-Excel Setting File (*.tvl)|*.tvl");
+        titles += question.kind + ": " + question.title + "\n";
+    }
+    EXPECT_EQ(titles,
+              "open: Open Tarvello-Excel File\nsave: Save Tarvello-Excel File\n"
+              "save: Save As Tarvello-Excel File\n");
+    EXPECT_EQ(title(), "Untitled* - Tarvello for Excel") << "all were given up";
+    EXPECT_EQ(recent(0), "(Empty)");
+    expectLog(0, "");
+}
+
+TEST_F(MainProject, OnlyNamesOfProjectsAreOpened) {
+    write("app/default.dat", bagOf(sample()));
+    start(path("A.TVL"));
+    for (const char* name : {"tvl", "a.tvl/x", "a.tvl\""}) mWindow->OpenProject(name);
+    ASSERT_EQ(mUser.dialogs.messages.size(), 4U);
+    EXPECT_EQ(mUser.dialogs.messages[0].text,
+              "This is not a project file: its name must end in \".tvl\".");
+    EXPECT_EQ(mUser.dialogs.messages[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(title(), kUntitled);
+    // One that is not there yet is made by saving.
+    mWindow->OpenProject(path("new [*].tvl"));
+    EXPECT_EQ(rows(), kSampleRows);
+    EXPECT_EQ(title(), "new [*][*].tvl - Tarvello for Excel") << "as Qt wants it written";
+    EXPECT_FALSE(mUser.folder.has("new [*].tvl"));
+    mWindow->Save(false);
+    EXPECT_EQ(read("new [*].tvl"), read("app/default.dat"));
+}
+
+TEST_F(MainProject, ClosingKeepsTheStateAndAsksWhatToDoWithChanges) {
+    struct Row {
+        bool modified;
+        MessageAnswer answer;
+        bool closes;
+        const char* saved;
+    };
+    const Row rows[] = {{false, MessageAnswer::Cancel, true, ""},
+                        {true, MessageAnswer::Cancel, false, ""},
+                        {true, MessageAnswer::No, true, ""},
+                        {true, MessageAnswer::Yes, true, "/changed/"}};
+    for (const Row& row : rows) {
+        const std::string file = write("a.tvl", PropertyBag());
+        std::filesystem::remove(defaultProjectPath());
+        mUser.dialogs.messages.clear();
+        mUser.dialogs.answers = {row.answer};
+        start(file);
+        control<QLineEdit>("txtStartFolder").setText("/changed/");
+        mWindow->setIsModified(row.modified);
+        QWidget other;
+        other.show();
+        EXPECT_EQ(mWindow->close(), row.closes);
+        EXPECT_EQ(other.isVisible(), !row.closes);
+        EXPECT_EQ(mUser.dialogs.messages.size(), row.modified ? 1U : 0U);
+        EXPECT_EQ(startFolderIn(defaultProjectPath()), "/changed/");
+        EXPECT_EQ(startFolderIn(file), row.saved);
+    }
+    // A file dialog that is given up saves nothing, and the program ends all the same.
+    start();
+    mWindow->setIsModified(true);
+    mUser.dialogs.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(mWindow->close());
+    EXPECT_EQ(mUser.dialogs.questions.size(), 1U);
+    expectLog(0, "");
+}
+
+TEST_F(MainProject, OrdersToEndNeedNoAnswer) {
+    write("app/default.dat", bagOf(sample()));
+    start();
+    auto& grid = control<EntryGrid>("vsflex");
+    grid.Select(2, 2, 2, 2);
+    grid.EditCell();
+    QTest::keyClicks(grid.findChild<QLineEdit*>(), "typed");
+    // Only Qt makes one of these, and nobody looks at it here.
+    alignas(QSessionManager) std::byte session[sizeof(QSessionManager)];
+    Q_EMIT qApp->commitDataRequest(reinterpret_cast<QSessionManager&>(session));
+    EXPECT_TRUE(mUser.dialogs.messages.empty());
+    Entries kept;
+    std::int32_t counter = 1;
+    readProjectEntries(readProjectFile(defaultProjectPath()), kept, counter);
+    EXPECT_EQ(kept.Item(2)->ReplaceWith, "typed");
+    // Also while the question of an ordinary end stands.
+    mUser.dialogs.answers = {MessageAnswer::Cancel};
+    mUser.dialogs.onMessage = [&](const Message&) { mWindow->endProgram(); };
+    mWindow->close();
+    EXPECT_FALSE(mWindow->isVisible());
+    EXPECT_EQ(mUser.dialogs.messages.size(), 1U);
+}
+
+TEST_F(MainProject, ARunPutsTheEndOff) {
+    for (const char* name : {"docs/a.csv", "docs/b.csv"}) mUser.folder.write(name, "one\n");
+    Application app = sample();
+    app.CurrentProject.SpreadsheetTypeToExamine = "*.csv;";
+    app.CurrentProject.IsScanFolder = true;
+    app.CurrentProject.StartFolder = path("docs/");
+    write("app/default.dat", bagOf(app));
+    start();
+    mUser.dialogs.answers = {MessageAnswer::Yes};
+    QTimer whenWorking;
+    bool isPutOff = false;
+    QObject::connect(&whenWorking, &QTimer::timeout, [&] {
+        if (isPutOff || read("docs/a.csv") == "one\n") return;
+        EXPECT_FALSE(drop(*mWindow, {QUrl::fromLocalFile(toQt(path("docs")))}));
+        mWindow->close();
+        isPutOff = mWindow->isVisible();
+    });
+    whenWorking.start(0);
+    QTest::mouseClick(&control<QPushButton>("cmdStartReplacing"), Qt::LeftButton);
+    EXPECT_TRUE(isPutOff);
+    EXPECT_EQ(read("docs/b.csv"), "one\n");
+    QApplication::processEvents();
+    EXPECT_FALSE(mWindow->isVisible());
+}
+
+TEST_F(MainProject, ADamagedStateLeavesAWindowAndACopy) {
+    const auto with = [&](const char* name, const PropertyValue& value) {
+        PropertyBag bag = bagOf(sample());
+        bag.WriteProperty(name, value);
+        write("damaged", bag);
+        return read("damaged");
+    };
+    const std::string listFile = sample().CurrentProject.LoadsearchFilePath;
+    struct Row {
+        std::string bytes;
+        std::string log;
+        std::string listFile;
+        std::string rows;
+    };
+    const Row rows[] = {{"junk", "Error 321 (", "", ""},
+                        {with("IsGrid", PropertyValue::Bytes{}), "Error 13 (", listFile, ""},
+                        {with("Count", std::int32_t{32768}), "Error 6 (", listFile, ""},
+                        {with("Count", std::int32_t{3}), "", listFile, kSampleRows}};
+    for (const Row& row : rows) {
+        for (const char* name : {"app/default.dat", "app/Errors.Log", "app/default.dat.damaged"})
+            std::filesystem::remove(path(name));
+        mUser.folder.write("app/default.dat", row.bytes);
+        start();
+        expectLog(row.log.empty() ? 0 : 1, row.log);
+        EXPECT_TRUE(mWindow->isVisible());
+        EXPECT_EQ(textOf("txtLoadsearch"), row.listFile);
+        EXPECT_EQ(this->rows(), row.rows);
+        mWindow->close();
+        EXPECT_EQ(read("app/default.dat.damaged"), row.bytes);
+        EXPECT_NO_THROW(readProjectFile(defaultProjectPath()));
+    }
+}
+
+TEST_F(MainProject, FailuresAreLoggedAndTheWindowStaysInUse) {
+    Application app = sample();
+    app.Items->Item(1)->Look_In = 9;
+    const std::string odd = write("odd.tvl", bagOf(app));
+    const std::string before = read("odd.tvl");
+    start(odd);
+    EXPECT_EQ(rows(), "1|one|1|||Item-1\n2|two||Custom properties||Item-2\n");
+    expectLog(1, "in procedure SetItemInGrid");
+    mWindow->Save(false);
+    EXPECT_EQ(read("odd.tvl"), before);
+
+    const std::string shown = rows();
+    mWindow->OpenProject(mUser.folder.write("junk.tvl", "junk"));
+    EXPECT_EQ(rows(), shown);
+    expectLog(2, "in procedure LoadProject");
+    mUser.dialogs.paths = {path("no folder/a.tvl")};
+    mWindow->Save(true);
+    expectLog(3, "in procedure SaveProject");
+    EXPECT_EQ(title(), "a.tvl - Tarvello for Excel");
+    EXPECT_EQ(read("junk.tvl"), "junk");
+
+    const test::ScopedEnvironment home("BRINDLE_HOME", path("junk.tvl/app"));
+    const test::ScopedEnvironment config("XDG_CONFIG_HOME", path("junk.tvl/config"));
+    mUser.services.settings = SettingsStore();
+    start(odd);
+    EXPECT_EQ(rows(), shown);
+    EXPECT_TRUE(mWindow->close());
+}
+
+TEST_F(MainProject, RecentFilesReopen) {
+    const std::string first = write("a & b.tvl", bagOf(sample()));
+    const std::string second = write("second.tvl", PropertyBag());
+    start();
+    for (const std::string& file : {first, first, second}) mWindow->OpenProject(file);
+    EXPECT_EQ(rows(), "");
+    control<QAction>("mnuDefRF(1)").trigger();
+    EXPECT_EQ(title(), "a & b.tvl - Tarvello for Excel");
+    EXPECT_EQ(rows(), kSampleRows);
+    EXPECT_EQ(recent(0), "&1    " + path("a && b.tvl"));
+    EXPECT_EQ(recent(1), "&2    " + second);
+    EXPECT_EQ(recent(2), "hidden");
+
+    std::filesystem::remove(second);
+    control<QAction>("mnuDefRF(1)").trigger();
+    ASSERT_EQ(mUser.dialogs.messages.size(), 1U);
+    EXPECT_EQ(mUser.dialogs.messages[0].text, "The file " + second + " was not found.");
+    EXPECT_EQ(mUser.dialogs.messages[0].icon, MessageIcon::Exclamation);
+    mWindow->Save(false);
+    EXPECT_EQ(read("second.tvl"), read("a & b.tvl"));
+}
+
 TEST_F(MainProject, TakesProjectsAndFoldersThatAreDropped) {
-    const std::string file = write("a \xC3%.tvl", sampleBag());
+    write("a \xC3%.tvl", bagOf(sample()));
     const QUrl project =
         QUrl::fromEncoded(QUrl::fromLocalFile(toQt(path(""))).toEncoded() + "a%20%C3%25.tvl");
     const QUrl folder = QUrl::fromLocalFile(toQt(path("app")) + "/");
     const QUrl other = QUrl::fromLocalFile(toQt(mUser.folder.write("b.xls", "")));
-    load();
+    start();
     EXPECT_FALSE(drop(*mWindow, {other, QUrl("http://localhost/a.tvl"), QUrl("file://far/")}));
-    EXPECT_EQ(title(), "Untitled - Tarvello for Excel");
     EXPECT_TRUE(drop(*mWindow, {other, project, folder}));
     EXPECT_EQ(title(), "a \xC3%.tvl - Tarvello for Excel");
     EXPECT_EQ(textOf("txtStartFolder"), "/data/\xC3/");
-    EXPECT_FALSE(control<QRadioButton>("optFileProcess(0)").isChecked());
     // Also where a text could be dropped.
     EXPECT_TRUE(drop(control<QLineEdit>("txtLoadsearch"), {folder, project}));
     EXPECT_EQ(textOf("txtStartFolder"), path("app") + "/");
     EXPECT_TRUE(control<QRadioButton>("optFileProcess(0)").isChecked());
     EXPECT_EQ(control<QTabWidget>("SSTab1").currentIndex(), 1);
-    EXPECT_EQ(mUser.errorLog(), "");
 }
 
 }  // namespace

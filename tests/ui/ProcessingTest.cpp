@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <utility>
@@ -28,6 +28,7 @@
 #include "ui/common/QtText.h"
 #include "ui/processing/frmProcessingDocuments.h"
 #include "ui/processing/ResultsTree.h"
+#include "WindowAudit.h"
 
 namespace brindle {
 namespace {
@@ -236,6 +237,21 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
     }
     for (const char* name : {"trvChangedFiles", "trvNotChangedFiles", "trvErrors", "pgbar1"})
         EXPECT_NE(the(name)->accessibleName(), "") << name;
+}
+
+TEST_F(Processing, EveryLanguageFitsTheSmallestWindow) {
+    for (const auto& language :
+         std::filesystem::directory_iterator(user.folder.path("app/Languages"))) {
+        gLanguageFile = language.path().filename();
+        frmProcessingDocuments small(user.services, flags, nullptr);
+        window = &small;
+        refuse("/" + std::string(500, 'x'), kThree);
+        small.setDocumentText("/" + std::string(500, 'x'));
+        small.show();
+        small.resize(small.minimumSizeHint());
+        EXPECT_THAT(test::auditWindow(small), testing::IsEmpty()) << gLanguageFile;
+    }
+    gLanguageFile = "English.lng";
 }
 
 TEST_F(Processing, ProgressKeepsItsLimits) {

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTimer>
@@ -20,6 +21,7 @@
 #include "shell/modBrindle.h"
 #include "ShownMainWindow.h"
 #include "ui/help/frmHelp.h"
+#include "ui/main/EntryGrid.h"
 
 namespace brindle {
 namespace {
@@ -67,12 +69,37 @@ TEST_F(Menus, OpenAndSaveProjects) {
     EXPECT_EQ(user.errorLog(), "");
 }
 
+TEST_F(Menus, SavingTakesTheTextThatIsBeingTyped) {
+    click("cmdAdd");
+    auto& grid = control<EntryGrid>("vsflex");
+    ASSERT_TRUE(grid.isEditWindowOpen());
+    QTest::keyClicks(QApplication::focusWidget(), "typed");
+    user.dialogs.paths = {user.folder.path("plan.tvl")};
+    choose("Toolbar1_Save");
+    EXPECT_FALSE(window.IsModified());
+    EXPECT_THAT(user.folder.read("plan.tvl"), HasSubstr("typed"));
+}
+
 TEST_F(Menus, HelpIsOneWindow) {
     for (const char* command : {"mnuHelp1", "Toolbar1_Help"}) {
         choose(command);
         EXPECT_TRUE(control<frmHelp>("frmHelp").isVisible()) << command;
     }
     EXPECT_EQ(window.findChildren<frmHelp*>().size(), 1);
+}
+
+TEST_F(Menus, HelpCanBeReadBesideAQuestion) {
+    choose("mnuHelp1");
+    {
+        QMessageBox question(&window);
+        question.setModal(true);
+        question.show();
+        choose("mnuHelp1");
+        EXPECT_EQ(control<frmHelp>("frmHelp").parentWidget(), &question);
+        EXPECT_EQ(window.findChildren<frmHelp*>().size(), 1);
+    }
+    choose("mnuHelp1");
+    EXPECT_TRUE(control<frmHelp>("frmHelp").isVisible());
 }
 
 TEST_F(Menus, ABrowserThatDoesNotStartIsOnlyLogged) {
@@ -85,6 +112,18 @@ TEST_F(Menus, ABrowserThatDoesNotStartIsOnlyLogged) {
     EXPECT_THAT(user.errorLog(),
                 AllOf(HasSubstr("Error 429"), HasSubstr("in procedure mnuHomePage_Click"),
                       HasSubstr(" of Form frmMain- ")));
+}
+
+TEST_F(Menus, StartProcessingIsTheButtonForReplacing) {
+    auto& button = control<QPushButton>("cmdStartReplacing");
+    button.setEnabled(false);
+    choose("mnuStartProcessing");
+    EXPECT_TRUE(user.dialogs.messages.empty());
+    button.setEnabled(true);
+    choose("mnuStartProcessing");
+    click("cmdStartReplacing");
+    ASSERT_EQ(user.dialogs.messages.size(), 2U);
+    EXPECT_EQ(user.dialogs.messages[0].text, user.dialogs.messages[1].text);
 }
 
 TEST_F(Menus, AboutTellsVersionAndLicences) {

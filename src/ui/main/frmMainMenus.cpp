@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include <QApplication>
+
 #include "lang/Captions.h"
 #include "shell/frmAbout.h"
 #include "ui/common/Icons.h"
@@ -92,7 +94,11 @@ void frmMain::mnuExit_Click() {
 }
 
 void frmMain::showHelp(const std::string& page) {
-    if (!mHelp) mHelp = new frmHelp(this);
+    // Beside a question that waits for its answer only its own windows can be used.
+    QWidget* question = QApplication::activeModalWidget();
+    QWidget* owner = question ? question : this;
+    if (mHelp && mHelp->parentWidget() != owner) delete mHelp.data();
+    if (!mHelp) mHelp = new frmHelp(owner);
     mHelp->showPage(page);
 }
 

@@ -106,6 +106,7 @@ void frmMain::takeNameOfFile() {
 }
 
 void frmMain::copyControlsToProject() {
+    // A key or a toolbar button takes no focus from the editor that is open.
     ui->vsflex->finishEdit();
     clsProjExcel& project = mApplication.CurrentProject;
     project.BackupMode = ui->chkBackupMode->isChecked();

@@ -20,6 +20,8 @@ using namespace std::chrono_literals;
 // Laying out takes time in proportion to all rows, so it must not be done for each that comes.
 constexpr auto kPauseBetweenLayouts = 150ms;
 
+constexpr int kMargin = 2;  // pixels around a picture
+
 // All lines are of one height, so a line break in a file's name is drawn as a sign.
 class OneLineDelegate : public QStyledItemDelegate {
 public:
@@ -31,6 +33,12 @@ public:
             if (character < u' ') character = QChar(0x2400 + character.unicode());
         }
         return text;
+    }
+
+    // The first line speaks for all, with a picture or without.
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        const QSize size = QStyledItemDelegate::sizeHint(option, index);
+        return size.expandedTo({0, option.decorationSize.height() + kMargin});
     }
 };
 

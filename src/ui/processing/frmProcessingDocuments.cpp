@@ -106,6 +106,7 @@ void frmProcessingDocuments::LoadLng() {
     run("LoadLng", [&] {
         setWindowTitle(captionOf(kSection, kSection));
         loadCaptions(*this, {kSection, false, 3, {"lblChangesMade"}});
+        ui->SSTab1->setMinimumWidth(ui->SSTab1->tabBar()->sizeHint().width());
         setButtonText(GetLngString(kMessages, "1020"));
         mCountText = toQt(GetLngString(kSection, "106"));
         showCounts();

@@ -102,16 +102,5 @@ TEST_F(Mru, AStoreThatCannotBeWrittenLeavesTheItems) {
     EXPECT_NE(mDir.read("home/Errors.Log").find("in procedure SaveMRUFileList"), std::string::npos);
 }
 
-TEST_F(Mru, TheSingleStepsMoveBarePaths) {
-    mFiles.AddMRUItem("/a");
-    mFiles.AddMenuElement("/b");
-    mFiles.AddMRUItem("/A");
-    EXPECT_EQ(shown(mFiles), "/A|/A\n/b|/b\n(Empty)|(Empty)\n");
-    EXPECT_EQ(mFiles.CheckForDuplicateMRU("/B"), 1);
-    EXPECT_EQ(mFiles.CheckForDuplicateMRU("/c"), -1);
-    mFiles.ReorderMRUList("/c", 3);
-    EXPECT_EQ(shown(mFiles), "/A|/A\n/b|/b\n(Empty)|(Empty)\n");
-}
-
 }  // namespace
 }  // namespace brindle
