@@ -243,6 +243,7 @@ TEST_F(Processing, EveryLanguageFitsTheSmallestWindow) {
     for (const auto& language :
          std::filesystem::directory_iterator(user.folder.path("app/Languages"))) {
         gLanguageFile = language.path().filename();
+        delete window;
         frmProcessingDocuments small(user.services, flags, nullptr);
         window = &small;
         refuse("/" + std::string(500, 'x'), kThree);
