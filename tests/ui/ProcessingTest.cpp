@@ -23,6 +23,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
 #include "ui/common/QtText.h"
@@ -49,9 +50,7 @@ protected:
 
     template <class Control = QWidget>
     Control* the(const char* name) const {
-        auto* control = window->findChild<Control*>(name);
-        EXPECT_NE(control, nullptr) << name;
-        return control;
+        return &test::controlOf<Control>(*window, name);
     }
 
     void file(const std::string& path, const Counts& counts, const DocumentResult& result = {}) {
