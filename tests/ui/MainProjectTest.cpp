@@ -101,7 +101,9 @@ bool drop(QWidget& onto, const QList<QUrl>& urls) {
     data.setUrls(urls);
     QDragEnterEvent enter({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
     QApplication::sendEvent(&onto, &enter);
-    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton,
+                     Qt::ShiftModifier);
+    EXPECT_EQ(event.proposedAction(), Qt::MoveAction);
     QApplication::sendEvent(&onto, &event);
     EXPECT_EQ(enter.isAccepted(), event.isAccepted());
     EXPECT_TRUE(!event.isAccepted() || event.dropAction() == Qt::CopyAction);
@@ -232,31 +234,6 @@ TEST_F(MainProject, OrdersToEndNeedNoAnswer) {
     EXPECT_EQ(mUser.dialogs.messages.size(), 1U);
 }
 
-TEST_F(MainProject, ARunPutsTheEndOff) {
-    for (const char* name : {"docs/a.csv", "docs/b.csv"}) mUser.folder.write(name, "one\n");
-    Application app = sample();
-    app.CurrentProject.SpreadsheetTypeToExamine = "*.csv;";
-    app.CurrentProject.IsScanFolder = true;
-    app.CurrentProject.StartFolder = path("docs/");
-    write("app/default.dat", bagOf(app));
-    start();
-    mUser.dialogs.answers = {MessageAnswer::Yes};
-    QTimer whenWorking;
-    bool isPutOff = false;
-    QObject::connect(&whenWorking, &QTimer::timeout, [&] {
-        if (isPutOff || read("docs/a.csv") == "one\n") return;
-        EXPECT_FALSE(drop(*mWindow, {QUrl::fromLocalFile(toQt(path("docs")))}));
-        mWindow->close();
-        isPutOff = mWindow->isVisible();
-    });
-    whenWorking.start(0);
-    QTest::mouseClick(&control<QPushButton>("cmdStartReplacing"), Qt::LeftButton);
-    EXPECT_TRUE(isPutOff);
-    EXPECT_EQ(read("docs/b.csv"), "one\n");
-    QApplication::processEvents();
-    EXPECT_FALSE(mWindow->isVisible());
-}
-
 TEST_F(MainProject, ADamagedStateLeavesAWindowAndACopy) {
     const auto with = [&](const char* name, const PropertyValue& value) {
         PropertyBag bag = bagOf(sample());
@@ -357,6 +334,19 @@ TEST_F(MainProject, TakesProjectsAndFoldersThatAreDropped) {
     EXPECT_EQ(textOf("txtStartFolder"), path("app") + "/");
     EXPECT_TRUE(control<QRadioButton>("optFileProcess(0)").isChecked());
     EXPECT_EQ(control<QTabWidget>("SSTab1").currentIndex(), 1);
+
+    mUser.folder.write("app/a.csv", "one");
+    control<QComboBox>("cboSpreadsheetType").setCurrentText("*.csv;");
+    mUser.dialogs.answers = {MessageAnswer::Yes};
+    int drops = 0;
+    QTimer::singleShot(0, mWindow.get(), [&] {
+        EXPECT_FALSE(control<QPushButton>("cmdStartSearching").isEnabled());
+        EXPECT_FALSE(drop(*mWindow, {project})) << "in a run";
+        ++drops;
+    });
+    QTest::mouseClick(&control<QPushButton>("cmdStartSearching"), Qt::LeftButton);
+    EXPECT_EQ(drops, 1);
+    EXPECT_TRUE(drop(*mWindow, {project}));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <QMainWindow>
 #include <QPointer>
@@ -107,6 +108,7 @@ private:
     void connectGrid();
     QString GetOptions() const;
     Entry* entryOfRow(int row) const;
+    std::vector<std::string> keysOfSelectedRows() const;
     int rowOfOptions() const;
     void showOptions(const Entry& entry);
     void clearBackColors();

@@ -85,6 +85,13 @@ Entry* frmMain::entryOfRow(int row) const {
     return mApplication.Items->Item(fromQt(ui->vsflex->RowData(row)));
 }
 
+std::vector<std::string> frmMain::keysOfSelectedRows() const {
+    std::vector<std::string> keys;
+    for (int index = 0; index < ui->vsflex->SelectedRows(); ++index)
+        keys.push_back(fromQt(ui->vsflex->RowData(ui->vsflex->SelectedRow(index))));
+    return keys;
+}
+
 // The row that the option controls change; 0 for none.
 int frmMain::rowOfOptions() const {
     return SyncingOptions ? 0 : ui->vsflex->Row();
@@ -144,12 +151,8 @@ void frmMain::cmdDelete_Click() {
         EntryGrid& grid = *ui->vsflex;
         if (grid.Rows() == 1) return;
         grid.finishEdit();
-        const int selected = grid.SelectedRows();
-        const int first = selected > 0 ? grid.SelectedRow(0) : grid.Row();
-        for (int index = 0; index < selected; ++index) {
-            const std::string key = fromQt(grid.RowData(grid.SelectedRow(index)));
-            if (mApplication.Items->Item(key) != nullptr) mApplication.Items->Remove(key);
-        }
+        const int first = grid.SelectedRows() > 0 ? grid.SelectedRow(0) : grid.Row();
+        mApplication.Items->RemoveAll(keysOfSelectedRows());
         const GridAtRest rest(grid);
         grid.setRows(1);
         for (const Entry* entry : mApplication.Items->NewEnum()) SetItemInGrid(*entry);
