@@ -17,6 +17,7 @@
 #include <QTimer>
 #include <QTreeView>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/frmChangeLanguage.h"
 #include "lang/modINI.h"
@@ -63,7 +64,7 @@ public:
 private:
     template <typename Control>
     Control& child(const char* name) {
-        return *mMain.findChild<Control*>(name);
+        return test::controlOf<Control>(mMain, name);
     }
 
     void grab(QWidget& window, const char* name) {

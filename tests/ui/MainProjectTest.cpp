@@ -15,11 +15,14 @@
 #include <QTimer>
 #include <QUrl>
 
+#include "Controls.h"
+#include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
 #include "ui/main/EntryGrid.h"
 #include "ui/main/frmMain.h"
+#include "workbook/FormatTable.h"
 
 namespace brindle {
 namespace {
@@ -38,9 +41,7 @@ protected:
     }
     template <typename Control>
     Control& control(const std::string& name) const {
-        Control* found = mWindow->findChild<Control*>(QString::fromStdString(name));
-        if (found == nullptr) throw std::runtime_error("no control " + name);
-        return *found;
+        return test::controlOf<Control>(*mWindow, name);
     }
     std::string textOf(const char* name) const { return fromQt(control<QLineEdit>(name).text()); }
     std::string title() const { return fromQt(mWindow->windowTitle()); }

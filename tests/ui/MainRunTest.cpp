@@ -21,6 +21,7 @@
 #include <QTest>
 #include <QTreeView>
 
+#include "Controls.h"
 #include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
@@ -63,14 +64,14 @@ protected:
 
     template <typename Control>
     Control& control(const char* name) const {
-        return *mWindow->findChild<Control*>(name);
+        return test::controlOf<Control>(*mWindow, name);
     }
     frmProcessingDocuments* window() const {
         return mWindow->findChild<frmProcessingDocuments*>(QString(), Qt::FindDirectChildrenOnly);
     }
     template <typename Control>
     Control& inWindow(const char* name) const {
-        return *window()->findChild<Control*>(name);
+        return test::controlOf<Control>(*window(), name);
     }
     void set(const char* name, const std::string& text) {
         control<QLineEdit>(name).setText(toQt(text));
@@ -278,13 +279,17 @@ TEST_F(MainRun, NothingGetsIntoADocumentInWork) {
 
 // The document in work is finished, no other is begun.
 TEST_F(MainRun, StopsAfterTheDocumentInWork) {
+    const auto pressButton = [&] {
+        QTest::mouseClick(&inWindow<QPushButton>("cmdOK"), Qt::LeftButton);
+        EXPECT_TRUE(window()->isVisible());
+    };
     const struct {
         const char* what;
         std::function<void()> attempt;
         bool leaves;
     } kWays[] = {
-        {"button", [&] { QTest::mouseClick(&inWindow<QPushButton>("cmdOK"), Qt::LeftButton); },
-         false},
+        {"button", pressButton, false},
+        {"button of a window that was used", pressButton, false},
         {"closing the window", [&] { window()->close(); }, false},
         {"closing the main window", [&] { mWindow->close(); }, true},
         {"exit", [&] { control<QAction>("mnuExit").trigger(); }, true},
@@ -294,7 +299,6 @@ TEST_F(MainRun, StopsAfterTheDocumentInWork) {
         opened.clear();
         mUser.dialogs.answers = {MessageAnswer::Yes};
         mWindow->setIsModified(false);
-        if (window()) delete window();  // a new one, whose button stops
         whileInWork(way.attempt);
         replace();
         EXPECT_EQ(opened, std::vector<std::string>{"a.csv"}) << way.what;

@@ -23,6 +23,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
 #include "ui/common/QtText.h"
@@ -49,9 +50,7 @@ protected:
 
     template <class Control = QWidget>
     Control* the(const char* name) const {
-        auto* control = window->findChild<Control*>(name);
-        EXPECT_NE(control, nullptr) << name;
-        return control;
+        return &test::controlOf<Control>(*window, name);
     }
 
     void file(const std::string& path, const Counts& counts, const DocumentResult& result = {}) {
@@ -240,6 +239,7 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
 }
 
 TEST_F(Processing, AWarningAndALongPathFitEveryLanguage) {
+    delete window;  // each language has a window of its own
     for (const auto& language :
          std::filesystem::directory_iterator(user.folder.path("app/Languages"))) {
         gLanguageFile = language.path().filename();

@@ -23,7 +23,6 @@
 #include "shell/modBrindle.h"
 #include "ShownMainWindow.h"
 #include "ui/help/frmHelp.h"
-#include "ui/main/EntryGrid.h"
 
 namespace brindle {
 namespace {
@@ -69,17 +68,6 @@ TEST_F(Menus, OpenAndSaveProjects) {
     QTest::keyClick(&window, Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(titlesAsked(), std::vector<std::string>{"Save As Tarvello-Excel File"});
     EXPECT_EQ(user.errorLog(), "");
-}
-
-TEST_F(Menus, SavingTakesTheTextThatIsBeingTyped) {
-    click("cmdAdd");
-    auto& grid = control<EntryGrid>("vsflex");
-    ASSERT_TRUE(grid.isEditWindowOpen());
-    QTest::keyClicks(QApplication::focusWidget(), "typed");
-    user.dialogs.paths = {user.folder.path("plan.tvl")};
-    choose("Toolbar1_Save");
-    EXPECT_FALSE(window.IsModified());
-    EXPECT_THAT(user.folder.read("plan.tvl"), HasSubstr("typed"));
 }
 
 TEST_F(Menus, HelpIsOneWindow) {

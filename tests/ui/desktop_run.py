@@ -10,6 +10,7 @@ Exit status 77 when Xvfb, xdotool, python3-cryptography or python3-olefile is no
 then among the documents.
 """
 import argparse
+import contextlib
 import hashlib
 import os
 import shutil
@@ -78,17 +79,22 @@ class Program:
         subprocess.run(['xdotool', 'mousemove', '--window', window, str(int(size['WIDTH']) - 40),
                         str(int(size['HEIGHT']) - 22), 'click', '1'], env=self.env, check=True)
 
-    def processor_time(self):
-        with open(f'/proc/{self.process.pid}/stat') as file:
-            return sum(map(int, file.read().rsplit(')', 1)[1].split()[11:13]))
+    def is_asleep(self):
+        """Whether all threads wait for something to happen; none for the processor or a disk."""
+        tasks = f'/proc/{self.process.pid}/task'
+        for task in os.listdir(tasks):
+            with contextlib.suppress(FileNotFoundError), open(f'{tasks}/{task}/stat') as file:
+                if file.read().rsplit(')', 1)[1].split()[0] != 'S':
+                    return False
+        return True
 
     def wait_until_idle(self):
         seen = []
 
         def is_idle():
-            seen.append(self.processor_time())
-            return len(seen) > 8 and seen[-1] - seen[-9] <= 4
-        wait_until(is_idle, 'the end of the run', 120)
+            seen.append(self.is_asleep())
+            return len(seen) >= 12 and all(seen[-12:])
+        wait_until(is_idle, 'the end of the run', 240)
 
     def exit(self):
         self.press(MAIN, 'alt+f', 'e')

@@ -319,15 +319,18 @@ void frmMain::clearBackColors() {
 }
 
 void frmMain::Timer1_Timer() {
-    EntryGrid& grid = *ui->vsflex;
-    const GridAtRest rest(grid);
-    const GridColours colours(palette());
-    const bool hasCurrentRow = grid.Row() != 0;
-    if (hasCurrentRow) grid.setCellBackColor(1, 0, grid.Rows() - 1, grid.Cols() - 1, {});
-    for (int index = 0; index < grid.SelectedRows(); ++index)
-        setBackColor(grid, grid.SelectedRow(index), colours.selected);
-    if (grid.SelectedRows() > 0 && grid.isEditWindowOpen() && hasCurrentRow)
-        grid.setCellBackColor(grid.Row(), grid.Col(), grid.Row(), grid.Col(), colours.editedCell);
+    run("Timer1_Timer", [&] {
+        EntryGrid& grid = *ui->vsflex;
+        const GridAtRest rest(grid);
+        const GridColours colours(palette());
+        const bool hasCurrentRow = grid.Row() != 0;
+        if (hasCurrentRow) grid.setCellBackColor(1, 0, grid.Rows() - 1, grid.Cols() - 1, {});
+        for (int index = 0; index < grid.SelectedRows(); ++index)
+            setBackColor(grid, grid.SelectedRow(index), colours.selected);
+        if (grid.SelectedRows() > 0 && grid.isEditWindowOpen() && hasCurrentRow)
+            grid.setCellBackColor(grid.Row(), grid.Col(), grid.Row(), grid.Col(),
+                                  colours.editedCell);
+    });
 }
 
 }  // namespace brindle

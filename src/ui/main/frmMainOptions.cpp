@@ -8,6 +8,7 @@
 #include "base/PathLookup.h"
 #include "selection/DocumentList.h"
 #include "ui/common/QtText.h"
+#include "ui/main/EntryListFile.h"
 #include "ui/main/HelpLine.h"
 #include "ui_frmMain.h"
 
@@ -111,12 +112,8 @@ void frmMain::browseForFile(const char* filter, const char* types, QLineEdit& ta
 }
 
 void frmMain::cmdBrowse1_Click() {
-    run("cmdBrowse1_Click", [&] {
-        browseForFile(
-            "Excel Files (*.xls)|*.xls|CSV Files (*.csv)|*.csv|"
-            "Tab Delimited Files (*.tab)|*.tab|",
-            ".xls;.csv;.tab", *ui->txtLoadsearch);
-    });
+    run("cmdBrowse1_Click",
+        [&] { browseForFile(kEntryListFilter, ".xls;.csv;.tab", *ui->txtLoadsearch); });
 }
 
 void frmMain::cmdBrowse2_Click() {

@@ -24,6 +24,8 @@ namespace Ui {
 class frmProcessingDocuments;
 }
 
+// Layouts place the controls and the tab control shows the panel of its tab; no routine does.
+//
 // Closing it asks the run to stop and is never refused. The event loop then deletes the window,
 // also one that runs inside the run (processEvents), but never from within a function of the
 // window. So whoever lets events run keeps a QPointer and looks at it again afterwards.
