@@ -19,8 +19,9 @@ import time
 import unittest
 import zipfile
 
-from desktop_support import (LARGE, LONG_AGO, DesktopTest, content, environment, project,
-                             start_display, wait_until)
+from desktop_support import (LARGE, LONG_AGO, DesktopTest, content, environment, start_display,
+                             wait_until)
+from cli_support import project  # found by the line above
 
 MAIN = 'Tarvello for Excel$'
 QUESTION = '^Tarvello for Excel$'
@@ -76,7 +77,26 @@ class Program:
                     return False
         return True
 
-    class DesktopRun(DesktopTest):
+    def wait_until_idle(self):
+        seen = []
+
+        def is_idle():
+            seen.append(self.is_asleep())
+            return len(seen) >= 12 and all(seen[-12:])
+        wait_until(is_idle, 'the end of the run', 240)
+
+    def exit(self):
+        self.press(MAIN, 'alt+f', 'e')
+        return self.process.wait(timeout=60)
+
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self.process.stderr.close()
+
+
+class DesktopRun(DesktopTest):
     def program(self, entries, **options):
         file = self.write('my project.tvl', project(entries, StartFolder=self.docs,
                                                     IncludeSubFolders=True, **options))

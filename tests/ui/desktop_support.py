@@ -12,7 +12,6 @@ import unittest
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [os.path.join(HERE, '../cli')]
 try:
-    from cli_support import project
     from office_crypto import Agile, encrypted
 except ImportError:
     sys.exit(77)
