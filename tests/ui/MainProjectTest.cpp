@@ -16,13 +16,11 @@
 #include <QUrl>
 
 #include "Controls.h"
-#include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
 #include "ui/main/EntryGrid.h"
 #include "ui/main/frmMain.h"
-#include "workbook/FormatTable.h"
 
 namespace brindle {
 namespace {
