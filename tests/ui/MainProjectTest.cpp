@@ -80,8 +80,8 @@ protected:
         project.GetFilenamesFromTextFile = "/data/list \xFF.txt";
         project.LoadsearchFilePath = "C:\\lists\\\xC3\xA4.csv";
         project.Password = " geh\xC3\xABim ";
-        project.SpreadsheetTypeToExamine = "*.odd;";
-        project.StartFolder = "/data/\xC3/";
+        project.SpreadsheetTypeToExamine = "*.odd;" + std::string(40'000, '*');
+        project.StartFolder = "/data/\xC3/" + std::string(40'000, 'x');
         app.Items->Add("one", "1", 0, true, true, "Item-1");
         app.Items->Add("two", "", 6, false, false, "Item-2");
         return app;
