@@ -5,7 +5,7 @@ PACKAGES_BUILD="g++ cmake ninja-build pkg-config ccache
 PACKAGES_DESKTOP="qt6-base-dev libqt6svg6 qt6-qpa-plugins qt6-translations-l10n shared-mime-info"
 PACKAGES_TEST="libgtest-dev libgmock-dev libexpat1-dev strace acl attr python3 python3-openpyxl python3-olefile
   python3-cryptography python3-xlsxwriter python3-xlrd python3-xlwt
-  xvfb xauth desktop-file-utils appstream libglib2.0-bin fonts-dejavu-core fonts-noto-cjk"
+  xvfb xauth xdotool desktop-file-utils appstream libglib2.0-bin fonts-dejavu-core fonts-noto-cjk"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then

@@ -66,4 +66,8 @@ std::string GetLngString(const std::string& Section, const std::string& Key) {
     return result;
 }
 
+std::string filledIn(const std::string& text, const char* placeholder, const std::string& value) {
+    return text::replaceAll(text, placeholder, value, CaseMode::Exact);
+}
+
 }  // namespace brindle

@@ -20,6 +20,9 @@ extern std::string gLanguageFile;
 // goes to the error log and gives the empty text.
 std::string GetLngString(const std::string& Section, const std::string& Key);
 
+// A text with the value in place of each placeholder ("%s"), exactly as it is written.
+std::string filledIn(const std::string& text, const char* placeholder, const std::string& value);
+
 // The same for the bytes of a language file. A byte-order mark tells the encoding (UTF-8 or
 // UTF-16); else the key "codepage" of the section "language" names it; else, and when that
 // name means nothing, it is the ANSI code page.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_set>
 #include <utility>
 
 #include "project/PropertyBag.h"
@@ -64,6 +65,17 @@ void Entries::Remove(const std::string& key) {
     const auto slot = std::find_if(mSlots.begin(), mSlots.end(),
                                    [&](const Slot& s) { return s.entry.get() == entry; });
     Remove(static_cast<std::int32_t>(slot - mSlots.begin()) + 1);
+}
+
+void Entries::RemoveAll(const std::vector<std::string>& keys) {
+    std::unordered_set<const Entry*> removed;
+    for (const std::string& key : keys) {
+        const auto found = mByKey.find(key);
+        if (found == mByKey.end()) continue;
+        removed.insert(found->second);
+        mByKey.erase(found);
+    }
+    std::erase_if(mSlots, [&](const Slot& slot) { return removed.count(slot.entry.get()) != 0; });
 }
 
 std::vector<Entry*> Entries::NewEnum() const {

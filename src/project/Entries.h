@@ -31,6 +31,9 @@ public:
     // Throws Error 9 for a position and Error 5 for a key that does not exist.
     void Remove(std::int32_t position);
     void Remove(const std::string& key);
+    // All entries under these keys, in one pass through the list; keys that do not exist are
+    // passed over.
+    void RemoveAll(const std::vector<std::string>& keys);
 
     // The entries in order, as they are now; never holds a null.
     std::vector<Entry*> NewEnum() const;

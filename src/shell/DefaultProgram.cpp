@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "shell/DefaultProgram.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -71,7 +72,7 @@ bool isChosen(const std::string& mimeType) {
 
 std::string withLine(std::string list, const std::string& line) {
     const std::string group = std::string(kGroup) + "\n";
-    std::size_t at = list.find(group);
+    const std::size_t at = list.find(group);
     const bool startsALine = at != std::string::npos && (at == 0 || list[at - 1] == '\n');
     if (startsALine) return list.insert(at + group.size(), line);
     if (!list.empty() && list.back() != '\n') list += '\n';

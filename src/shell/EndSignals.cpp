@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <utility>
 
 #include <QSocketNotifier>
 

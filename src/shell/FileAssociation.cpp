@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "base/AppFolder.h"
 #include "base/FileIo.h"

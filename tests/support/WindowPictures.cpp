@@ -17,6 +17,7 @@
 #include <QTimer>
 #include <QTreeView>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/frmChangeLanguage.h"
 #include "lang/modINI.h"
@@ -46,6 +47,8 @@ public:
         fs::copy(fs::path(BRINDLE_SOURCE_DIR) / "data/samples", mUser.folder.path("work"),
                  fs::copy_options::recursive);
         fs::current_path(mUser.folder.path("work"));
+        // Has locked cells: the results show what was refused.
+        fs::copy("protected/rates.xlsx", "documents/rates.xlsx");
     }
 
     bool take() {
@@ -63,7 +66,7 @@ public:
 private:
     template <typename Control>
     Control& child(const char* name) {
-        return *mMain.findChild<Control*>(name);
+        return test::controlOf<Control>(mMain, name);
     }
 
     void grab(QWidget& window, const char* name) {

@@ -2,12 +2,11 @@
 // The grid widget alone, with the keyboard and the mouse of a user.
 #include <gtest/gtest.h>
 
-#include <QAbstractItemModel>
 #include <QApplication>
-#include <QClipboard>
 #include <QHeaderView>
 #include <QInputMethodEvent>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QTest>
 #include <QToolTip>
@@ -15,6 +14,7 @@
 
 #include "base/Error.h"
 #include "ui/main/EntryGrid.h"
+#include "ui/main/GridAtRest.h"
 
 namespace brindle {
 namespace {
@@ -142,6 +142,171 @@ TEST_F(EntryGridTest, EndsOfAnEdit) {
         EXPECT_EQ(grid->TextMatrix(2, 1), each.text) << each.how;
         EXPECT_EQ(events, each.events) << each.how;
     }
+}
+
+TEST_F(EntryGridTest, AnInputMethodTypesIntoTheEditorThatItsFirstKeyOpens) {
+    struct Step {
+        const char* preedit;
+        const char* commit;
+    };
+    struct Case {
+        const char* label;
+        std::vector<Step> steps;
+        QString text;
+    };
+    const Case cases[] = {
+        {"composed", {{"k", ""}, {"か", ""}, {"", "彼"}}, "彼"},
+        {"given up", {{"k", ""}, {"", ""}}, "two"},
+        {"delivered at once", {{"", "é"}}, "é"},
+    };
+    for (const Case& each : cases) {
+        grid->setFocus();
+        grid->setTextMatrix(2, 1, "two");
+        grid->setRow(2);
+        grid->setCol(1);
+        for (const Step& step : each.steps) {
+            QInputMethodEvent event(step.preedit, {});
+            event.setCommitString(step.commit);
+            EXPECT_TRUE(QApplication::focusWidget()->testAttribute(Qt::WA_InputMethodEnabled));
+            QCoreApplication::sendEvent(QApplication::focusWidget(), &event);
+            // Of no use to an editor, also to one that waits for the focus.
+            press(Qt::Key_2, Qt::AltModifier);
+            ASSERT_TRUE(grid->isEditWindowOpen()) << each.label;
+        }
+        ASSERT_EQ(QApplication::focusWidget(), editor()) << each.label;
+        EXPECT_EQ(editor()->text(), each.text) << each.label;
+        press(Qt::Key_Return);
+        EXPECT_EQ(grid->TextMatrix(2, 1), each.text) << each.label;
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+TEST_F(EntryGridTest, TheEditorOutlivesAnotherWindowButNotAMenu) {
+    edit(1, 1);
+    type("new");
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    EXPECT_TRUE(grid->isEditWindowOpen());
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    ASSERT_EQ(QApplication::focusWidget(), editor());
+    QMenu menu(&window);
+    menu.addAction("Save");
+    menu.popup({});
+    EXPECT_EQ(grid->TextMatrix(1, 1), "new");
+    EXPECT_EQ(events, QStringList{"edited 1,1"});
+}
+
+TEST_F(EntryGridTest, TheFocusIsToldOfWhenItComesFromOutside) {
+    button->setFocus();
+    events.clear();
+    grid->setFocus();
+    EXPECT_EQ(events, QStringList{"focus"});
+    for (const Qt::Key end : {Qt::Key_Return, Qt::Key_Escape}) {
+        edit(1, 2);
+        press(end);
+        EXPECT_EQ(QApplication::focusWidget(), grid);
+        EXPECT_FALSE(events.contains("focus")) << events.join(';').toStdString();
+    }
+    edit(1, 2);
+    grid->setFocus();
+    EXPECT_EQ(events, QStringList{"edited 1,2"});
+    grid->setRows(1);
+    button->setFocus();
+    press(Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), button) << "an empty grid is passed over";
+}
+
+TEST_F(EntryGridTest, RowsAreAddedAtRest) {
+    grid->setRow(2);
+    events.clear();
+    {
+        const GridAtRest rest(*grid);
+        grid->setRows(1);
+        for (int row = 1; row <= 5; ++row) {
+            grid->AddItem(QString("%1\tnew").arg(row));
+            grid->setRow(row);
+        }
+        grid->Select(2, 1, 3, 1);
+        EXPECT_EQ(grid->SelectedRows(), 2);
+        EXPECT_EQ(events.join(';'), "at 0,0;at 1,0;at 2,0;at 3,0;at 4,0;at 5,0;at 2,1");
+        grid->EditCell();
+        EXPECT_FALSE(grid->isEditWindowOpen());
+    }
+    EXPECT_EQ(grid->model()->rowCount(), 5);
+    EXPECT_EQ(grid->currentIndex(), grid->model()->index(1, 1));
+    EXPECT_EQ(grid->selectionModel()->selectedRows().size(), 2);
+    EXPECT_EQ(grid->SelectedRow(1), 3);
+    EXPECT_EQ(events.size(), 7) << "nothing is told twice";
+}
+
+TEST_F(EntryGridTest, SelectsSeparateRows) {
+    const auto selected = [&] {
+        QString rows;
+        for (int index = 0; index < grid->SelectedRows(); ++index)
+            rows += QString::number(grid->SelectedRow(index));
+        return rows;
+    };
+    const auto clickCell = [&](int row, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, modifiers, cell(row, 2));
+    };
+    clickCell(3);
+    clickCell(1, Qt::ControlModifier);
+    EXPECT_EQ(selected(), "13");
+    opensOnKeys = false;
+    grid->setCol(1);
+    EXPECT_EQ(selected(), "13") << "another column is no other selection";
+    press(Qt::Key_Down);
+    EXPECT_EQ(selected(), "2");
+    press(Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_EQ(selected(), "23");
+    grid->Select(1, 0, 1, 4);
+    EXPECT_EQ(selected(), "1");
+    grid->setRow(3);
+    EXPECT_EQ(selected(), "3");
+}
+
+TEST_F(EntryGridTest, ShowsWhatDoesNotFit) {
+    const auto tip = [&](int row) {
+        QToolTip::hideText();
+        QHelpEvent event(QEvent::ToolTip, cell(row, 1),
+                         grid->viewport()->mapToGlobal(cell(row, 1)));
+        QCoreApplication::sendEvent(grid->viewport(), &event);
+        return QToolTip::isVisible() ? QToolTip::text() : QString();
+    };
+    const QString longText = QString("<b>long ").repeated(100);
+    grid->setTextMatrix(2, 1, longText);
+    grid->setTextMatrix(3, 1, "a\nb");
+    EXPECT_EQ(tip(1), "");
+    EXPECT_TRUE(tip(2).contains(longText.toHtmlEscaped()));
+    EXPECT_TRUE(tip(3).contains("a\nb"));
+
+    auto* header = grid->horizontalHeader();
+    grid->setColWidth(1, 333);
+    EXPECT_EQ(header->sectionSize(1), 333);
+    grid->setColWidth(1, 5);
+    EXPECT_GE(header->sectionSize(1), header->fontMetrics().horizontalAdvance("Header 1"));
+    grid->setTextMatrix(0, 1, "A header that is much longer");
+    EXPECT_GE(header->sectionSize(1),
+              header->fontMetrics().horizontalAdvance("A header that is much longer"));
+    EXPECT_GE(header->length(), grid->viewport()->width()) << "no empty space behind the last";
+}
+
+TEST_F(EntryGridTest, KnowsTheRowUnderThePointer) {
+    EXPECT_EQ(grid->MouseRow(), -1);
+    QTest::mouseMove(grid->viewport(), cell(2, 1));
+    EXPECT_EQ(grid->MouseRow(), 2);
+    QTest::mouseMove(grid->viewport(), QPoint(5, grid->viewport()->height() - 2));
+    EXPECT_EQ(grid->MouseRow(), -1) << "below the rows";
+    QTest::mouseMove(grid->horizontalHeader()->viewport(), QPoint(5, 5));
+    EXPECT_EQ(grid->MouseRow(), 0);
+    QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, cell(2, 1));
+    EXPECT_EQ(events.count("double"), 1);
+    QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {},
+                       QPoint(5, grid->viewport()->height() - 2));
+    EXPECT_EQ(events.count("double"), 1) << "only on a cell";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <QAction>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
 #include "ui/common/QtText.h"
@@ -32,7 +33,7 @@ protected:
     std::string list(const char* name, const std::string& rows) {
         return mUser.folder.write(name, kHeader + std::string("\r\n") + rows);
     }
-    void trigger(const char* menu) { mWindow.findChild<QAction*>(menu)->trigger(); }
+    void trigger(const char* menu) { test::controlOf<QAction>(mWindow, menu).trigger(); }
     void importFrom(const std::string& path) {
         mUser.dialogs.paths = {path};
         trigger("mnuImportList");

@@ -10,7 +10,6 @@
 #include <QRadioButton>
 #include <QTest>
 #include <QToolBar>
-#include <QToolButton>
 
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
@@ -127,6 +126,8 @@ TEST_F(MainGrid, EntriesAreTypedWithTheTabKeyOnly) {
               "2|zwei||Cells|Match Case|Item-2 zwei> 0c\n");
     press(Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), add);
+    click(add);
+    type("the window goes while this is typed");
 }
 
 TEST_F(MainGrid, OptionsAreThoseOfTheCurrentRow) {

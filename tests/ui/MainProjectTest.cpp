@@ -15,6 +15,7 @@
 #include <QTimer>
 #include <QUrl>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
@@ -38,9 +39,7 @@ protected:
     }
     template <typename Control>
     Control& control(const std::string& name) const {
-        Control* found = mWindow->findChild<Control*>(QString::fromStdString(name));
-        if (found == nullptr) throw std::runtime_error("no control " + name);
-        return *found;
+        return test::controlOf<Control>(*mWindow, name);
     }
     std::string textOf(const char* name) const { return fromQt(control<QLineEdit>(name).text()); }
     std::string title() const { return fromQt(mWindow->windowTitle()); }
@@ -81,8 +80,8 @@ protected:
         project.GetFilenamesFromTextFile = "/data/list \xFF.txt";
         project.LoadsearchFilePath = "C:\\lists\\\xC3\xA4.csv";
         project.Password = " geh\xC3\xABim ";
-        project.SpreadsheetTypeToExamine = "*.odd;";
-        project.StartFolder = "/data/\xC3/";
+        project.SpreadsheetTypeToExamine = "*.odd;" + std::string(40'000, '*');
+        project.StartFolder = "/data/\xC3/" + std::string(40'000, 'x');
         app.Items->Add("one", "1", 0, true, true, "Item-1");
         app.Items->Add("two", "", 6, false, false, "Item-2");
         return app;
@@ -101,7 +100,9 @@ bool drop(QWidget& onto, const QList<QUrl>& urls) {
     data.setUrls(urls);
     QDragEnterEvent enter({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
     QApplication::sendEvent(&onto, &enter);
-    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+    QDropEvent event({1, 1}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton,
+                     Qt::ShiftModifier);
+    EXPECT_EQ(event.proposedAction(), Qt::MoveAction);
     QApplication::sendEvent(&onto, &event);
     EXPECT_EQ(enter.isAccepted(), event.isAccepted());
     EXPECT_TRUE(!event.isAccepted() || event.dropAction() == Qt::CopyAction);
@@ -232,31 +233,6 @@ TEST_F(MainProject, OrdersToEndNeedNoAnswer) {
     EXPECT_EQ(mUser.dialogs.messages.size(), 1U);
 }
 
-TEST_F(MainProject, ARunPutsTheEndOff) {
-    for (const char* name : {"docs/a.csv", "docs/b.csv"}) mUser.folder.write(name, "one\n");
-    Application app = sample();
-    app.CurrentProject.SpreadsheetTypeToExamine = "*.csv;";
-    app.CurrentProject.IsScanFolder = true;
-    app.CurrentProject.StartFolder = path("docs/");
-    write("app/default.dat", bagOf(app));
-    start();
-    mUser.dialogs.answers = {MessageAnswer::Yes};
-    QTimer whenWorking;
-    bool isPutOff = false;
-    QObject::connect(&whenWorking, &QTimer::timeout, [&] {
-        if (isPutOff || read("docs/a.csv") == "one\n") return;
-        EXPECT_FALSE(drop(*mWindow, {QUrl::fromLocalFile(toQt(path("docs")))}));
-        mWindow->close();
-        isPutOff = mWindow->isVisible();
-    });
-    whenWorking.start(0);
-    QTest::mouseClick(&control<QPushButton>("cmdStartReplacing"), Qt::LeftButton);
-    EXPECT_TRUE(isPutOff);
-    EXPECT_EQ(read("docs/b.csv"), "one\n");
-    QApplication::processEvents();
-    EXPECT_FALSE(mWindow->isVisible());
-}
-
 TEST_F(MainProject, ADamagedStateLeavesAWindowAndACopy) {
     const auto with = [&](const char* name, const PropertyValue& value) {
         PropertyBag bag = bagOf(sample());
@@ -351,12 +327,25 @@ TEST_F(MainProject, TakesProjectsAndFoldersThatAreDropped) {
     EXPECT_FALSE(drop(*mWindow, {other, QUrl("http://localhost/a.tvl"), QUrl("file://far/")}));
     EXPECT_TRUE(drop(*mWindow, {other, project, folder}));
     EXPECT_EQ(title(), "a \xC3%.tvl - Tarvello for Excel");
-    EXPECT_EQ(textOf("txtStartFolder"), "/data/\xC3/");
+    EXPECT_EQ(textOf("txtStartFolder"), sample().CurrentProject.StartFolder);
     // Also where a text could be dropped.
     EXPECT_TRUE(drop(control<QLineEdit>("txtLoadsearch"), {folder, project}));
     EXPECT_EQ(textOf("txtStartFolder"), path("app") + "/");
     EXPECT_TRUE(control<QRadioButton>("optFileProcess(0)").isChecked());
     EXPECT_EQ(control<QTabWidget>("SSTab1").currentIndex(), 1);
+
+    mUser.folder.write("app/a.csv", "one");
+    control<QComboBox>("cboSpreadsheetType").setCurrentText("*.csv;");
+    mUser.dialogs.answers = {MessageAnswer::Yes};
+    int drops = 0;
+    QTimer::singleShot(0, mWindow.get(), [&] {
+        EXPECT_FALSE(control<QPushButton>("cmdStartSearching").isEnabled());
+        EXPECT_FALSE(drop(*mWindow, {project})) << "in a run";
+        ++drops;
+    });
+    QTest::mouseClick(&control<QPushButton>("cmdStartSearching"), Qt::LeftButton);
+    EXPECT_EQ(drops, 1);
+    EXPECT_TRUE(drop(*mWindow, {project}));
 }
 
 }  // namespace

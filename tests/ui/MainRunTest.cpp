@@ -3,8 +3,11 @@
 // that the command line does the same.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include <QAction>
 #include <QApplication>
@@ -13,10 +16,12 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
 #include <QTreeView>
 
+#include "Controls.h"
 #include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
@@ -59,14 +64,14 @@ protected:
 
     template <typename Control>
     Control& control(const char* name) const {
-        return *mWindow->findChild<Control*>(name);
+        return test::controlOf<Control>(*mWindow, name);
     }
     frmProcessingDocuments* window() const {
         return mWindow->findChild<frmProcessingDocuments*>(QString(), Qt::FindDirectChildrenOnly);
     }
     template <typename Control>
     Control& inWindow(const char* name) const {
-        return *window()->findChild<Control*>(name);
+        return test::controlOf<Control>(*window(), name);
     }
     void set(const char* name, const std::string& text) {
         control<QLineEdit>(name).setText(toQt(text));
@@ -140,6 +145,7 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_FALSE(window()->isVisible());
     EXPECT_EQ(fromQt(inWindow<QPushButton>("cmdOK").text()), text("global msg", "1019"));
     EXPECT_TRUE(canStart());
+    EXPECT_EQ(mWindow->focusWidget(), &control<QWidget>("cmdStartReplacing"));
     EXPECT_TRUE(opened.empty());
     EXPECT_TRUE(fs::exists(mUser.folder.path("app/default.dat")));
 
@@ -159,6 +165,11 @@ TEST_F(MainRun, AsksFirstAndShowsWhatItDid) {
     EXPECT_EQ(rows("trvErrors"), 1);
     EXPECT_EQ(read("a.csv"), "pear\n");
     EXPECT_TRUE(canStart());
+    EXPECT_EQ(mWindow->focusWidget(), &control<QWidget>("cmdStartReplacing"));
+    QTest::mouseClick(&inWindow<QPushButton>("cmdCopyLog"), Qt::LeftButton);
+    EXPECT_EQ(mUser.desktop.clipboard, docs + "a.csv - At least 1 occurrence(s) found \r\n" +
+                                           "\tapple (Cell) : 1\r\n" + docs +
+                                           "b.csv - No occurrence(s) found \r\n");
     mUser.dialogs.answers = {MessageAnswer::Yes};
     search();
     EXPECT_EQ(rows("trvChangedFiles"), 1);  // a search adds to what is shown
@@ -270,13 +281,17 @@ TEST_F(MainRun, NothingGetsIntoADocumentInWork) {
 
 // The document in work is finished, no other is begun.
 TEST_F(MainRun, StopsAfterTheDocumentInWork) {
+    const auto pressButton = [&] {
+        QTest::mouseClick(&inWindow<QPushButton>("cmdOK"), Qt::LeftButton);
+        EXPECT_TRUE(window()->isVisible());
+    };
     const struct {
         const char* what;
         std::function<void()> attempt;
         bool leaves;
     } kWays[] = {
-        {"button", [&] { QTest::mouseClick(&inWindow<QPushButton>("cmdOK"), Qt::LeftButton); },
-         false},
+        {"button", pressButton, false},
+        {"button of a window that was used", pressButton, false},
         {"closing the window", [&] { window()->close(); }, false},
         {"closing the main window", [&] { mWindow->close(); }, true},
         {"exit", [&] { control<QAction>("mnuExit").trigger(); }, true},
@@ -286,7 +301,6 @@ TEST_F(MainRun, StopsAfterTheDocumentInWork) {
         opened.clear();
         mUser.dialogs.answers = {MessageAnswer::Yes};
         mWindow->setIsModified(false);
-        if (window()) delete window();  // a new one, whose button stops
         whileInWork(way.attempt);
         replace();
         EXPECT_EQ(opened, std::vector<std::string>{"a.csv"}) << way.what;
@@ -302,6 +316,47 @@ TEST_F(MainRun, StopsAfterTheDocumentInWork) {
         mWindow->show();
         EXPECT_EQ(mWindow->project().Items->Count(), 1) << way.what;
     }
+    EXPECT_EQ(mUser.errorLog(), "");
+}
+
+// From another thread, at moments that nobody chose: input and commands all at once.
+TEST_F(MainRun, LivesThroughEverythingAtOnceInALargeDocument) {
+    const std::string rows(40'000'000, 'x');
+    document("a.csv", "apple\n" + rows);
+    document("b.csv", "apple\n" + rows);
+    mUser.services.excel = {};
+    std::atomic<bool> isOver{false};
+    std::atomic<int> attempts{0};
+    const auto attempt = [&] {
+        ++attempts;
+        for (const char* action : {"mnuOpen", "mnuImportList", "menuSave", "mnuChangeLanguage"})
+            control<QAction>(action).trigger();
+        click("cmdDelete");
+        search();
+        if (!window()) return;
+        auto& tabs = inWindow<QTabWidget>("SSTab1");
+        tabs.setCurrentIndex((tabs.currentIndex() + 1) % 4);
+        QTest::mouseClick(tabs.tabBar(), Qt::LeftButton, {}, tabs.tabBar()->tabRect(0).center());
+        window()->resize(500 + attempts % 50, 400);
+    };
+    std::thread user([&] {
+        while (!isOver) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            QMetaObject::invokeMethod(qApp, [&] {
+                if (!isOver && !canStart()) attempt();
+            });
+        }
+    });
+    replace();
+    isOver = true;
+    user.join();
+    QApplication::processEvents();
+    EXPECT_GT(attempts, 3);
+    EXPECT_EQ(read("a.csv"), "pear\n" + rows);
+    EXPECT_EQ(read("b.csv"), "pear\n" + rows);
+    EXPECT_EQ(mWindow->project().Items->Count(), 1);
+    EXPECT_EQ(control<EntryGrid>("vsflex").Rows(), 2);
+    EXPECT_EQ(mUser.dialogs.questions.size(), 1u);  // for the list of the fixture
     EXPECT_EQ(mUser.errorLog(), "");
 }
 

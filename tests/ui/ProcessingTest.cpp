@@ -23,6 +23,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "lang/modINI.h"
 #include "ui/common/QtText.h"
@@ -49,9 +50,7 @@ protected:
 
     template <class Control = QWidget>
     Control* the(const char* name) const {
-        auto* control = window->findChild<Control*>(name);
-        EXPECT_NE(control, nullptr) << name;
-        return control;
+        return &test::controlOf<Control>(*window, name);
     }
 
     void file(const std::string& path, const Counts& counts, const DocumentResult& result = {}) {
@@ -239,18 +238,18 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
         EXPECT_NE(the(name)->accessibleName(), "") << name;
 }
 
-TEST_F(Processing, EveryLanguageFitsTheSmallestWindow) {
+TEST_F(Processing, AWarningAndALongPathFitEveryLanguage) {
+    delete window;  // each language has a window of its own
     for (const auto& language :
          std::filesystem::directory_iterator(user.folder.path("app/Languages"))) {
         gLanguageFile = language.path().filename();
         delete window;
-        frmProcessingDocuments small(user.services, flags, nullptr);
-        window = &small;
+        window = new frmProcessingDocuments(user.services, flags, nullptr);
         refuse("/" + std::string(500, 'x'), kThree);
-        small.setDocumentText("/" + std::string(500, 'x'));
-        small.show();
-        small.resize(small.minimumSizeHint());
-        EXPECT_THAT(test::auditWindow(small), testing::IsEmpty()) << gLanguageFile;
+        window->setDocumentText("/" + std::string(500, 'x'));
+        window->show();
+        window->resize(1, 1);
+        EXPECT_THAT(test::auditWindow(*window), testing::IsEmpty()) << gLanguageFile;
     }
     gLanguageFile = "English.lng";
 }

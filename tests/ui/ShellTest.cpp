@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
+#include <memory>
 
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -21,7 +22,6 @@
 #include "shell/modBrindle.h"
 #include "ShownMainWindow.h"
 #include "ui/help/frmHelp.h"
-#include "ui/main/EntryGrid.h"
 
 namespace brindle {
 namespace {
@@ -67,17 +67,6 @@ TEST_F(Menus, OpenAndSaveProjects) {
     QTest::keyClick(&window, Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(titlesAsked(), std::vector<std::string>{"Save As Tarvello-Excel File"});
     EXPECT_EQ(user.errorLog(), "");
-}
-
-TEST_F(Menus, SavingTakesTheTextThatIsBeingTyped) {
-    click("cmdAdd");
-    auto& grid = control<EntryGrid>("vsflex");
-    ASSERT_TRUE(grid.isEditWindowOpen());
-    QTest::keyClicks(QApplication::focusWidget(), "typed");
-    user.dialogs.paths = {user.folder.path("plan.tvl")};
-    choose("Toolbar1_Save");
-    EXPECT_FALSE(window.IsModified());
-    EXPECT_THAT(user.folder.read("plan.tvl"), HasSubstr("typed"));
 }
 
 TEST_F(Menus, HelpIsOneWindow) {

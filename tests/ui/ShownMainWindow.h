@@ -2,11 +2,11 @@
 // The main window as a user without any project sees it.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 
 #include <QTest>
 
+#include "Controls.h"
 #include "FakeServices.h"
 #include "ui/common/QtText.h"
 #include "ui/main/frmMain.h"
@@ -26,9 +26,7 @@ struct ShownMainWindow {
 
     template <class Kind = QWidget>
     Kind& control(const std::string& name) {
-        auto* found = window.findChild<Kind*>(QString::fromStdString(name));
-        if (!found) throw std::runtime_error("no control " + name);
-        return *found;
+        return controlOf<Kind>(window, name);
     }
     void click(const std::string& name) {
         QTest::mouseClick(&control(name), Qt::LeftButton, {}, {8, control(name).height() / 2});

@@ -36,7 +36,8 @@ public:
     // Opens an address in the user's browser. Throws Error 429 when there is none.
     virtual void openWebPage(const std::string& address) = 0;
     // Hands a file or folder to the program that is associated with it, and does not wait for
-    // its end. Nothing passes through a command interpreter. Returns an open_result.
+    // its end. Nothing passes through a command interpreter. Returns an open_result; what the
+    // desktop finds wrong later than a second counts as opened.
     virtual int openDocument(const std::string& path) = 0;
     virtual void setClipboardText(const std::string& text) = 0;
 };

@@ -85,9 +85,13 @@ MessageAnswer PlatformDialogs::show(QWidget* parent, const Message& message) {
     return answerOf(box.exec(), message.buttons);
 }
 
+// Not the ready-made question for an existing file: it would itself complain of any other, in its
+// own words.
 std::string PlatformDialogs::openFile(QWidget* parent, const FileQuestion& question) {
-    return chosen(
-        QFileDialog::getOpenFileName(parent, toQt(question.title), {}, qtFilter(question.filter)));
+    QFileDialog dialog(parent, toQt(question.title), {}, qtFilter(question.filter));
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    return chosen(dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString());
 }
 
 std::string PlatformDialogs::saveFile(QWidget* parent, const FileQuestion& question) {

@@ -33,7 +33,7 @@ public:
     virtual ~Dialogs() = default;
 
     virtual MessageAnswer show(QWidget* parent, const Message& message) = 0;
-    // An existing file as a rule, but a name that does not exist may come back.
+    // The name that was typed or picked, whether such a file exists or not.
     virtual std::string openFile(QWidget* parent, const FileQuestion& question) = 0;
     // Exactly the name that was typed or picked: no extension is added, and nobody is asked
     // whether an existing file may go.

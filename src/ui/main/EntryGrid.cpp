@@ -44,6 +44,7 @@ EntryGrid::EntryGrid(QWidget* parent) : QTableView(parent), mState(std::make_uni
                     mState->widths[static_cast<std::size_t>(column)] = width;
             });
     applyStyle();
+    updateFocusPolicy();
     prepareInput();
 }
 
@@ -68,6 +69,7 @@ void EntryGrid::setRows(int count) {
         mState->selected.reset();
         mState->model.setRows(count);
     }
+    updateFocusPolicy();
     if (mState->row >= count)
         moveTo(count - 1, mState->column);
     else if (mState->redraw)
@@ -121,6 +123,12 @@ void EntryGrid::AddItem(const QString& cells) {
         from = tab < 0 ? cells.size() + 1 : tab + 1;
     }
     mState->model.append(texts);
+    updateFocusPolicy();
+}
+
+// Who steps through the controls has nothing to do in an empty grid.
+void EntryGrid::updateFocusPolicy() {
+    setFocusPolicy(Rows() == 1 ? Qt::ClickFocus : Qt::StrongFocus);
 }
 
 void EntryGrid::Select(int row1, int column1, int row2, int column2) {

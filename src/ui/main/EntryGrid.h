@@ -130,6 +130,7 @@ private:
     // EntryGrid.cpp
     void moveTo(int row, int column, std::optional<std::pair<int, int>> rowsToSelect = {});
     void showCurrentCell();
+    void updateFocusPolicy();
     void applyWidths();
     void applyStyle();
     const std::vector<int>& selectedRowList() const;

@@ -53,14 +53,15 @@ void EntryGridDelegate::initStyleOption(QStyleOptionViewItem* option,
                                         const QModelIndex& index) const {
     QStyledItemDelegate::initStyleOption(option, index);
     const auto look = modelOf(index).look(index.row() + 1, index.column());
-    option->font.setUnderline(look.underline);
     option->state.setFlag(QStyle::State_HasFocus, false);  // paint() draws it, in any style
     option->backgroundBrush = Qt::NoBrush;
-    // Of a disabled grid nothing is marked.
+    // Of a disabled grid nothing is marked, and what the view drew of the selection is covered.
     if (!option->state.testFlag(QStyle::State_Enabled)) {
         option->state.setFlag(QStyle::State_Selected, false);
+        option->backgroundBrush = option->palette.brush(QPalette::Disabled, QPalette::Window);
         return;
     }
+    option->font.setUnderline(look.underline);
     QBrush back = look.back;
     if (back.style() == Qt::NoBrush && option->state.testFlag(QStyle::State_Selected))
         back = mSelection;

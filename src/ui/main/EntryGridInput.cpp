@@ -2,6 +2,7 @@
 // The editor of the grid, and what keys, pointer and input methods do.
 #include <QApplication>
 #include <QHeaderView>
+#include <QInputMethod>
 #include <QMouseEvent>
 #include <QScopedValueRollback>
 #include <QWheelEvent>
@@ -48,7 +49,7 @@ void EntryGrid::EditCell() {
     mState->editColumn = mState->column;
     mState->committed = false;
     scrollTo(cell);
-    if (mState->composing) {
+    if (mState->composing != nullptr && !mState->composing->preeditString().isEmpty()) {
         // The view gives the editor the focus only when the first composition is done: a change
         // of the focus would end it.
         setEditTriggers(AnyKeyPressed);
@@ -68,6 +69,7 @@ bool EntryGrid::isEditWindowOpen() const {
 
 void EntryGrid::finishEdit() {
     if (!mState->editor) return;
+    QGuiApplication::inputMethod()->commit();  // what is still being composed
     commitData(mState->editor);
     closeEditor(mState->editor, QAbstractItemDelegate::SubmitModelCache);
 }
@@ -119,7 +121,10 @@ void EntryGrid::keyPressEvent(QKeyEvent* event) {
         }
         return;
     }
-    const bool handled = !isTab(*event) && passKeyDown(event->key(), event->modifiers());
+    // Some keyboards deliver texts without a key, others keys that nobody knows.
+    const int key = event->key() == 0 ? Qt::Key_unknown : event->key();
+    const bool isKnown = key != Qt::Key_unknown || !event->text().isEmpty();
+    const bool handled = isKnown && !isTab(*event) && passKeyDown(key, event->modifiers());
     if (mState->editor)
         startTyping(event);
     else if (!handled)
@@ -246,7 +251,10 @@ void EntryGrid::inputMethodEvent(QInputMethodEvent* event) {
     }
     const QScopedValueRollback composing(mState->composing, event);
     passKeyDown(Qt::Key_unknown, Qt::NoModifier);
-    if (!mState->editor) event->ignore();
+    if (mState->editor)
+        QCoreApplication::sendEvent(mState->editor, event);
+    else
+        event->ignore();
 }
 
 // --- pointer ----------------------------------------------------------------------------------

@@ -14,6 +14,10 @@
 
 namespace brindle {
 
+// The kinds of lists, as file dialogs offer them (FileQuestion).
+inline constexpr const char* kEntryListFilter =
+    "Excel Files (*.xls)|*.xls|CSV Files (*.csv)|*.csv|Tab Delimited Files (*.tab)|*.tab|";
+
 // What was read, or why nothing was; the comments name the message for the user.
 enum class EntryListOutcome {
     Read,

@@ -15,8 +15,8 @@ namespace brindle {
 
 namespace {
 
-// Painting costs more than a small document; nobody sees or feels so short a time.
-constexpr qint64 kBetweenEvents = 20;  // milliseconds
+// Painting costs more than a small document, and nobody sees so short a time.
+constexpr qint64 kBetweenPaintings = 20;  // milliseconds
 
 bool isInput(QEvent::Type type) {
     switch (type) {
@@ -79,14 +79,20 @@ MessageAnswer WindowHost::showMessage(const std::string& text, MessageIcon icon,
 }
 
 void WindowHost::processEvents() {
-    const bool isTooSoon = mSinceEvents.isValid() && mSinceEvents.elapsed() < kBetweenEvents;
-    if (!isTooSoon || !mWaiting.empty()) finish();
+    const bool paints = !mSincePainting.isValid() || mSincePainting.elapsed() >= kBetweenPaintings;
+    if (paints) {
+        finish();
+        mSincePainting.start();
+        return;
+    }
+    if (QWidget* window = mRunWindow()) window->setUpdatesEnabled(false);
+    finish();
+    if (QWidget* window = mRunWindow()) window->setUpdatesEnabled(true);
 }
 
 void WindowHost::finish() {
     deliverWaiting();
     QCoreApplication::processEvents();
-    mSinceEvents.start();
 }
 
 void WindowHost::processEventsInDocument() {

@@ -55,7 +55,7 @@ private:
     std::function<QWidget*()> mRunWindow;
     std::string mTitle;
     bool mIsInDocument = false;
-    QElapsedTimer mSinceEvents;
+    QElapsedTimer mSincePainting;
     std::vector<WaitingEvent> mWaiting;
 };
 

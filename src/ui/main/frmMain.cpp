@@ -41,9 +41,10 @@ bool frmMain::run(const char* procedure, const std::function<void()>& body) cons
     return !guarded({procedure, ModuleKind::Form, "frmMain"}, body);
 }
 
-MessageAnswer frmMain::ask(const char* message, MessageIcon icon, MessageButtons buttons) {
-    return mServices.dialogs.show(
-        this, {GetLngString("global msg", message), icon, buttons, mAppTitle, {}});
+MessageAnswer frmMain::ask(const char* message, MessageIcon icon, MessageButtons buttons,
+                           const std::string& path) {
+    const std::string text = filledIn(GetLngString("global msg", message), "%s", path);
+    return mServices.dialogs.show(this, {text, icon, buttons, mAppTitle, {}});
 }
 
 void frmMain::Form_Load(const std::string& commandLine) {

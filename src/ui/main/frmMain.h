@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <QMainWindow>
 #include <QPointer>
@@ -83,8 +84,9 @@ protected:
 private:
     // Runs a routine of this window in the guard; true when it went through.
     bool run(const char* procedure, const std::function<void()>& body) const;
+    // A message by its number, about a path if it names one.
     MessageAnswer ask(const char* message, MessageIcon icon,
-                      MessageButtons buttons = MessageButtons::Ok);
+                      MessageButtons buttons = MessageButtons::Ok, const std::string& path = {});
 
     // frmMain.cpp
     void SetCaption();
@@ -107,6 +109,7 @@ private:
     void connectGrid();
     QString GetOptions() const;
     Entry* entryOfRow(int row) const;
+    std::vector<std::string> keysOfSelectedRows() const;
     int rowOfOptions() const;
     void showOptions(const Entry& entry);
     void clearBackColors();

@@ -71,7 +71,9 @@ bool frmMain::dropOnTextBox(QObject* watched, QEvent* event) {
 // Always a copy: where things come from they must not be taken for moved.
 void frmMain::takeDrag(QDropEvent& event) {
     event.setDropAction(Qt::CopyAction);
-    event.setAccepted(!isRunning() && firstUsable(*event.mimeData()));
+    event.ignore();
+    run("Form_DragOver",
+        [&] { event.setAccepted(!isRunning() && firstUsable(*event.mimeData())); });
 }
 
 void frmMain::dragEnterEvent(QDragEnterEvent* event) {

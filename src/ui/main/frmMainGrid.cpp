@@ -85,6 +85,13 @@ Entry* frmMain::entryOfRow(int row) const {
     return mApplication.Items->Item(fromQt(ui->vsflex->RowData(row)));
 }
 
+std::vector<std::string> frmMain::keysOfSelectedRows() const {
+    std::vector<std::string> keys;
+    for (int index = 0; index < ui->vsflex->SelectedRows(); ++index)
+        keys.push_back(fromQt(ui->vsflex->RowData(ui->vsflex->SelectedRow(index))));
+    return keys;
+}
+
 // The row that the option controls change; 0 for none.
 int frmMain::rowOfOptions() const {
     return SyncingOptions ? 0 : ui->vsflex->Row();
@@ -144,12 +151,8 @@ void frmMain::cmdDelete_Click() {
         EntryGrid& grid = *ui->vsflex;
         if (grid.Rows() == 1) return;
         grid.finishEdit();
-        const int selected = grid.SelectedRows();
-        const int first = selected > 0 ? grid.SelectedRow(0) : grid.Row();
-        for (int index = 0; index < selected; ++index) {
-            const std::string key = fromQt(grid.RowData(grid.SelectedRow(index)));
-            if (mApplication.Items->Item(key) != nullptr) mApplication.Items->Remove(key);
-        }
+        const int first = grid.SelectedRows() > 0 ? grid.SelectedRow(0) : grid.Row();
+        mApplication.Items->RemoveAll(keysOfSelectedRows());
         const GridAtRest rest(grid);
         grid.setRows(1);
         for (const Entry* entry : mApplication.Items->NewEnum()) SetItemInGrid(*entry);
@@ -316,15 +319,18 @@ void frmMain::clearBackColors() {
 }
 
 void frmMain::Timer1_Timer() {
-    EntryGrid& grid = *ui->vsflex;
-    const GridAtRest rest(grid);
-    const GridColours colours(palette());
-    const bool hasCurrentRow = grid.Row() != 0;
-    if (hasCurrentRow) grid.setCellBackColor(1, 0, grid.Rows() - 1, grid.Cols() - 1, {});
-    for (int index = 0; index < grid.SelectedRows(); ++index)
-        setBackColor(grid, grid.SelectedRow(index), colours.selected);
-    if (grid.SelectedRows() > 0 && grid.isEditWindowOpen() && hasCurrentRow)
-        grid.setCellBackColor(grid.Row(), grid.Col(), grid.Row(), grid.Col(), colours.editedCell);
+    run("Timer1_Timer", [&] {
+        EntryGrid& grid = *ui->vsflex;
+        const GridAtRest rest(grid);
+        const GridColours colours(palette());
+        const bool hasCurrentRow = grid.Row() != 0;
+        if (hasCurrentRow) grid.setCellBackColor(1, 0, grid.Rows() - 1, grid.Cols() - 1, {});
+        for (int index = 0; index < grid.SelectedRows(); ++index)
+            setBackColor(grid, grid.SelectedRow(index), colours.selected);
+        if (grid.SelectedRows() > 0 && grid.isEditWindowOpen() && hasCurrentRow)
+            grid.setCellBackColor(grid.Row(), grid.Col(), grid.Row(), grid.Col(),
+                                  colours.editedCell);
+    });
 }
 
 }  // namespace brindle

@@ -13,9 +13,6 @@ namespace brindle {
 
 namespace {
 
-constexpr const char* kListFilter =
-    "Excel Files (*.xls)|*.xls|CSV Files (*.csv)|*.csv|Tab Delimited Files (*.tab)|*.tab|";
-
 EntryListOptions listOptions() {
     EntryListOptions options;
     options.open.ansiCodePage = ansiCodePage();
@@ -32,7 +29,8 @@ void frmMain::connectImportExport() {
 
 void frmMain::mnuImportList_Click() {
     run("mnuImportList_Click", [&] {
-        const std::string path = mServices.dialogs.openFile(this, {"File Import", kListFilter});
+        const std::string path =
+            mServices.dialogs.openFile(this, {"File Import", kEntryListFilter});
         ImportList(path, std::make_shared<Entries>(), true);
     });
 }
@@ -76,7 +74,7 @@ EntryListReceiver frmMain::intoGrid(const std::shared_ptr<Entries>& list) {
 
 void frmMain::mnuExportList_Click() {
     run("mnuExportList_Click", [&] {
-        Exportlist(mServices.dialogs.saveFile(this, {"Select File To Export", kListFilter}));
+        Exportlist(mServices.dialogs.saveFile(this, {"Select File To Export", kEntryListFilter}));
     });
 }
 

@@ -2,6 +2,7 @@
 #include "ui/main/frmMain.h"
 
 #include <cstring>
+#include <initializer_list>
 
 #include <QApplication>
 

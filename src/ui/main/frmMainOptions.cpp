@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "ui/main/frmMain.h"
 
+#include <climits>
 #include <filesystem>
 
+#include <QLineEdit>
 #include <QShortcut>
 
 #include "base/PathLookup.h"
 #include "selection/DocumentList.h"
 #include "ui/common/QtText.h"
+#include "ui/main/EntryListFile.h"
 #include "ui/main/HelpLine.h"
 #include "ui_frmMain.h"
 
@@ -16,6 +19,9 @@ namespace brindle {
 void frmMain::connectOptions() {
     // Completion would turn a typed list of types into one that the box offers.
     ui->cboSpreadsheetType->setCompleter(nullptr);
+
+    // What a project holds is shown and saved again at any length.
+    for (QLineEdit* box : findChildren<QLineEdit*>()) box->setMaxLength(INT_MAX);
 
     // Not in the form: a text box that moves to another parent forgets it.
     ui->txtPassword->setStyleSheet("lineedit-password-character: 42");
@@ -111,12 +117,8 @@ void frmMain::browseForFile(const char* filter, const char* types, QLineEdit& ta
 }
 
 void frmMain::cmdBrowse1_Click() {
-    run("cmdBrowse1_Click", [&] {
-        browseForFile(
-            "Excel Files (*.xls)|*.xls|CSV Files (*.csv)|*.csv|"
-            "Tab Delimited Files (*.tab)|*.tab|",
-            ".xls;.csv;.tab", *ui->txtLoadsearch);
-    });
+    run("cmdBrowse1_Click",
+        [&] { browseForFile(kEntryListFilter, ".xls;.csv;.tab", *ui->txtLoadsearch); });
 }
 
 void frmMain::cmdBrowse2_Click() {

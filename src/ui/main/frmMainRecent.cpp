@@ -2,12 +2,9 @@
 // The menu of the project files used last.
 #include "ui/main/frmMain.h"
 
-#include <filesystem>
-
 #include <QAction>
 
-#include "base/Text.h"
-#include "lang/modINI.h"
+#include "base/PathLookup.h"
 #include "project/modMRU.h"
 #include "ui/common/QtText.h"
 #include "ui_frmMain.h"
@@ -52,14 +49,8 @@ void frmMain::mnuDefRF_Click(int Index) {
         const std::string path = mRecentFiles->mnuDefRF().at(static_cast<std::size_t>(Index)).tag;
         if (path.empty()) return;
         mCurrentFile = path;
-        std::error_code failure;
-        if (!std::filesystem::exists(path, failure)) {
-            const std::string text = GetLngString("global msg", "1010");
-            mServices.dialogs.show(this, {text::replaceAll(text, "%s", path, CaseMode::Exact),
-                                          MessageIcon::Exclamation,
-                                          MessageButtons::Ok,
-                                          mAppTitle,
-                                          {}});
+        if (!fileExists(path)) {
+            ask("1010", MessageIcon::Exclamation, MessageButtons::Ok, path);
             return;
         }
         rememberFile(path);

@@ -7,7 +7,6 @@
 
 #include <QAction>
 
-#include "base/Text.h"
 #include "lang/modINI.h"
 #include "ui/common/QtText.h"
 #include "ui/main/WindowHost.h"
@@ -21,12 +20,8 @@ namespace {
 constexpr const char* kMessages = "global msg";
 constexpr const char* kTexts = "frmProcessingDocuments";
 
-std::string replaced(const std::string& text, const char* placeholder, const std::string& with) {
-    return text::replaceAll(text, placeholder, with, CaseMode::Exact);
-}
-
 std::string documentsText(std::int32_t changed, std::int32_t total) {
-    return replaced(replaced(GetLngString(kTexts, "101"), "%d", std::to_string(changed)), "%i",
+    return filledIn(filledIn(GetLngString(kTexts, "101"), "%d", std::to_string(changed)), "%i",
                     std::to_string(total));
 }
 
@@ -90,17 +85,19 @@ void frmMain::cmdStartReplacing_Click() {
 
 void frmMain::startRun(bool isSearchOnly) {
     if (isRunning()) return;
-    // What is being typed into the grid belongs to the run.
-    if (ui->vsflex->isEditWindowOpen()) ui->vsflex->setFocus();
     mFlags.StopProcessing = false;
+    const QPointer<QWidget> focus = focusWidget();
     ui->cmdStartSearching->setEnabled(false);
     ui->cmdStartReplacing->setEnabled(false);
+    // A button that cannot be used any more passes the focus on.
+    const QWidget* const passedTo = focusWidget();
     mFlags.isSearchOnly = isSearchOnly;
     if (!isSearchOnly) processing().report().changedFileCount = 0;
     if (ValidateEntries() && isRunConfirmed()) carryOutRun();
     processing().setButtonText(GetLngString(kMessages, "1019"));
     ui->cmdStartSearching->setEnabled(true);
     ui->cmdStartReplacing->setEnabled(true);
+    if (focus && focusWidget() == passedTo) focus->setFocus();
 }
 
 bool frmMain::isRunConfirmed() {
@@ -113,7 +110,9 @@ bool frmMain::isRunConfirmed() {
 void frmMain::carryOutRun() {
     processing().show();
     processing().raise();
-    // A search adds to what the window shows.
+    // It may still show the end of the run before. A search adds to its trees.
+    processing().setButtonText(GetLngString(kMessages, "1020"));
+    processing().setDocumentText(GetLngString(kMessages, "1021"));
     if (!mFlags.isSearchOnly) processing().clearTrees();
     processing().setProgress(0, 0);
     const AtRest rest(*ui->centralwidget, commandsThatWait());
@@ -158,10 +157,10 @@ void frmMain::mExcelConnector_FileStatusChanged(const std::string& vFileName,
         window.AddChangedFiles(
             vFileName, vEntries,
             documentResult(vFileName, vCurFileCount, vEntries, mFlags, *mExcelConnector));
-        const std::string text = replaced(GetLngString(kTexts, "lblDocChanged.caption"), "%d",
+        const std::string text = filledIn(GetLngString(kTexts, "lblDocChanged.caption"), "%d",
                                           std::to_string(vCurFileCount));
         window.setDocumentText(
-            replaced(replaced(text, "%i", std::to_string(total)), "%s", vFileName));
+            filledIn(filledIn(text, "%i", std::to_string(total)), "%s", vFileName));
         showChanges(window);
         window.setProgress(vCurFileCount, total);
         if (total != 0 && window.progress() != window.progressMaximum()) return;
@@ -178,9 +177,9 @@ void frmMain::showChanges(frmProcessingDocuments& window) {
     const bool isSearch = mFlags.isSearchOnly;
     const std::int32_t changes = std::max(window.report().mChangeCount, 0);
     std::string text =
-        replaced(GetLngString(kTexts, "lblChangesMade.caption"), "%d", std::to_string(changes));
-    text = replaced(text, "%s", GetLngString(kTexts, isSearch ? "102" : "103"));
-    window.setChangesText(replaced(text, "%t", GetLngString(kTexts, isSearch ? "104" : "105")));
+        filledIn(GetLngString(kTexts, "lblChangesMade.caption"), "%d", std::to_string(changes));
+    text = filledIn(text, "%s", GetLngString(kTexts, isSearch ? "102" : "103"));
+    window.setChangesText(filledIn(text, "%t", GetLngString(kTexts, isSearch ? "104" : "105")));
 }
 
 void frmMain::completeProcessForm() {

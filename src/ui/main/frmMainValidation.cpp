@@ -2,8 +2,6 @@
 #include "ui/main/frmMain.h"
 
 #include "base/PathLookup.h"
-#include "base/Text.h"
-#include "lang/modINI.h"
 #include "ui/common/QtText.h"
 #include "ui_frmMain.h"
 
@@ -19,10 +17,7 @@ bool frmMain::ValidateEntries() {
 // that is wrong selected. Always false.
 bool frmMain::refuseRun(const char* message, const std::string& path, QWidget* mend,
                         QLineEdit* wrong) {
-    const std::string text =
-        text::replaceAll(GetLngString("global msg", message), "%s", path, CaseMode::Exact);
-    mServices.dialogs.show(this,
-                           {text, MessageIcon::Exclamation, MessageButtons::Ok, mAppTitle, {}});
+    ask(message, MessageIcon::Exclamation, MessageButtons::Ok, path);
     // Only a control that is to be seen can take the focus.
     for (QWidget* page : {ui->picReplaceMain, ui->picFileToProcess})
         if (page->isAncestorOf(mend)) ui->SSTab1->setCurrentWidget(page);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ui/processing/frmProcessingDocuments.h"
 
-#include <sys/stat.h>
-
 #include <QCloseEvent>
 #include <QStyle>
 
@@ -13,7 +11,7 @@
 #include <utility>
 
 #include "base/FileIo.h"
-#include "base/Text.h"
+#include "base/PathLookup.h"
 #include "lang/Captions.h"
 #include "lang/modINI.h"
 #include "shell/ErrorLog.h"
@@ -35,10 +33,6 @@ QIcon warningIcon(const QWidget& window) {
 // Some desktops add marks for keys to the captions of a window.
 bool isSameCaption(const QString& caption, const std::string& text) {
     return withoutMnemonic(caption) == withoutMnemonic(toQt(text));
-}
-
-std::string replaced(std::string text, const char* placeholder, const std::string& with) {
-    return text::replaceAll(text, placeholder, with, CaseMode::Exact);
 }
 
 }  // namespace
@@ -80,6 +74,11 @@ frmProcessingDocuments::~frmProcessingDocuments() = default;
 
 bool frmProcessingDocuments::run(const char* procedure, const std::function<void()>& body) const {
     return !guarded({procedure, ModuleKind::Form, kSection}, body);
+}
+
+MessageAnswer frmProcessingDocuments::tell(const std::string& text, MessageIcon icon,
+                                           MessageButtons buttons) {
+    return mServices.dialogs.show(this, {text, icon, buttons, {}, {}});
 }
 
 void frmProcessingDocuments::connectTree(ResultsTree& tree, ResultsModel& model,
@@ -144,7 +143,7 @@ std::vector<std::string> frmProcessingDocuments::remarksOn(const DocumentResult&
     const std::string form = GetLngString(kSection, "107");
     for (const Refusal& refusal : result.refusals) {
         const std::string place = placeText(refusal);
-        remarks.push_back(replaced(replaced(form, "%s", place.empty() ? result.path : place), "%t",
+        remarks.push_back(filledIn(filledIn(form, "%s", place.empty() ? result.path : place), "%t",
                                    refusalText(refusal)));
     }
     return remarks;
@@ -227,24 +226,15 @@ void frmProcessingDocuments::cmdSaveLog_Click() {
     const std::optional<Error> error =
         guarded({"cmdSaveLog_Click", ModuleKind::Form, kSection}, [&] { saveReport(); });
     if (!error || error->kind() == ErrorKind::Cancelled) return;
-    mServices.dialogs.show(this,
-                           {replaced(GetLngString(kMessages, "1030"), "%s", error->description()),
-                            MessageIcon::Exclamation,
-                            MessageButtons::Ok,
-                            {},
-                            {}});
+    tell(filledIn(GetLngString(kMessages, "1030"), "%s", error->description()),
+         MessageIcon::Exclamation);
 }
 
 void frmProcessingDocuments::saveReport() {
     const std::string path = mServices.dialogs.saveFile(
         this, {fromQt(withoutMnemonic(captionOf(kSection, "cmdSaveLog"))), "(*.txt)|*.txt"});
-    struct stat status {};
-    if (lstat(path.c_str(), &status) == 0 &&
-        mServices.dialogs.show(this, {GetLngString(kMessages, "1005"),
-                                      MessageIcon::Question,
-                                      MessageButtons::YesNo,
-                                      {},
-                                      {}}) != MessageAnswer::Yes)
+    if (fileExists(path) && tell(GetLngString(kMessages, "1005"), MessageIcon::Question,
+                                 MessageButtons::YesNo) != MessageAnswer::Yes)
         return;
     const std::string report = mReport.fullText();
     replaceFile(path, {}, [&](OutputFile& out) { out.write(std::as_bytes(std::span(report))); });
@@ -258,13 +248,14 @@ void frmProcessingDocuments::open(const std::string& path) {
     if (path.empty()) return;
     std::string ErrorText;
     OpenDoc(mServices.desktop, path, ErrorText);
-    if (ErrorText.empty()) return;
-    mServices.dialogs.show(this, {ErrorText, MessageIcon::Exclamation, MessageButtons::Ok, {}, {}});
+    if (!ErrorText.empty()) tell(ErrorText, MessageIcon::Exclamation);
 }
 
 void frmProcessingDocuments::showMenu(const QModelIndex& node, const QPoint& at) {
-    mMenuPath = fromQt(node.data(ResultsModel::kKeyRole).toString());
-    if (!mMenuPath.empty()) mMenu.popup(at);
+    run("showMenu", [&] {
+        mMenuPath = fromQt(node.data(ResultsModel::kKeyRole).toString());
+        if (!mMenuPath.empty()) mMenu.popup(at);
+    });
 }
 
 }  // namespace brindle

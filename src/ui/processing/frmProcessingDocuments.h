@@ -24,6 +24,8 @@ namespace Ui {
 class frmProcessingDocuments;
 }
 
+// Layouts place the controls and the tab control shows the panel of its tab; no routine does.
+//
 // Closing it asks the run to stop and is never refused. The event loop then deletes the window,
 // also one that runs inside the run (processEvents), but never from within a function of the
 // window. So whoever lets events run keeps a QPointer and looks at it again afterwards.
@@ -63,6 +65,8 @@ protected:
 
 private:
     bool run(const char* procedure, const std::function<void()>& body) const;
+    MessageAnswer tell(const std::string& text, MessageIcon icon,
+                       MessageButtons buttons = MessageButtons::Ok);
     void connectTree(ResultsTree& tree, ResultsModel& model, const char* dblClick,
                      const char* keyDown);
     void Form_Load();

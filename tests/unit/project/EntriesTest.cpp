@@ -70,6 +70,15 @@ TEST_F(EntriesTest, RemovingKeepsOrderAndFreesTheKey) {
     EXPECT_EQ(mEntries.Count(), 3);
 }
 
+TEST_F(EntriesTest, SeveralAreRemovedByTheirKeys) {
+    for (const char* text : {"a", "b", "c", "d"}) add(text, std::string("Item-") + text);
+    add("e", "");
+    mEntries.RemoveAll({"Item-d", "Item-nowhere", "", "Item-b", "Item-d"});
+    EXPECT_EQ(findTexts(mEntries), "a;c;e;");
+    EXPECT_EQ(mEntries.Item("Item-b"), nullptr);
+    EXPECT_EQ(mEntries.Item(2), mEntries.Item("Item-c"));
+}
+
 TEST_F(EntriesTest, TheKeyOfTheListOutlivesAChangeOfTheField) {
     add("a", "Item-1")->Key = "renamed";
     EXPECT_EQ(mEntries.Item("renamed"), nullptr);
