@@ -16,6 +16,7 @@
 #include "shell/EndSignals.h"
 #include "shell/ErrorLog.h"
 #include "shell/FileAssociation.h"
+#include "shell/LostDisplay.h"
 #include "ui/common/Icons.h"
 #include "ui/main/frmMain.h"
 
@@ -75,6 +76,7 @@ int runMainWindow(Services& services, const std::string& commandLine) {
         window.SaveProject();
         window.endProgram();
     });
+    const LostDisplay display([&] { window.SaveProject(); });
     return QApplication::exec();
 }
 

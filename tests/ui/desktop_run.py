@@ -97,10 +97,10 @@ class Program:
 
 
 class DesktopRun(DesktopTest):
-    def program(self, entries, **options):
+    def program(self, entries, screen=None, **options):
         file = self.write('my project.tvl', project(entries, StartFolder=self.docs,
                                                     IncludeSubFolders=True, **options))
-        program = Program(display, self.path('home'), file)
+        program = Program(screen or display, self.path('home'), file)
         self.addCleanup(program.kill)
         return program
 
@@ -166,6 +166,22 @@ class DesktopRun(DesktopTest):
         program.wait_until_idle()
         self.assertEqual(self.check_torn(old, new), LARGE)
         self.assertEqual(program.exit(), 0)
+
+    def test_the_display_goes_away_in_a_run(self):
+        old, new = self.make_large_documents()
+        own_server, screen = start_display()
+        self.addCleanup(own_server.wait)
+        self.addCleanup(own_server.kill)
+        program = self.program([('apple', 'pear', 0)], screen=screen)
+        program.start('alt+r')
+        os.remove(self.path('home/default.dat'))
+        wait_until(lambda: any(name.startswith('.tarvello') for name in os.listdir(self.docs)),
+                   'a document in the making')
+        own_server.kill()
+        self.assertEqual(program.process.wait(timeout=60), 1)
+        self.assertLess(self.check_torn(old, new), LARGE)
+        self.assertRegex(self.log(), r'^Error 68 \(The display is gone\) in procedure Main [^\n]*\n$')
+        self.assertTrue(os.path.exists(self.path('home/default.dat')))
 
 
 if __name__ == '__main__':
