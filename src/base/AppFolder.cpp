@@ -70,9 +70,9 @@ std::string applicationFolder() {
 }
 
 std::string shippedPath(const std::string& name) {
-    const fs::path own = fs::path(applicationFolder()) / name;
     std::error_code ignored;
-    if (fs::exists(own, ignored)) return own.string();
+    for (const fs::path& folder : {fs::path(applicationFolder()), executableFolder()})
+        if (fs::exists(folder / name, ignored)) return (folder / name).string();
     return (executableFolder().parent_path() / "share" / "Brindle" / name).string();
 }
 

@@ -14,7 +14,8 @@ namespace brindle {
 std::string applicationFolder();
 
 // Path of a file or folder that is shipped with the program: in the application folder when
-// it is there, else in ../share/Brindle of the executable's folder.
+// it is there, else beside the executable, where it was unpacked for users who may not write
+// there, else in ../share/Brindle of the executable's folder.
 std::string shippedPath(const std::string& name);
 
 // Folder of the language files, existing or not.

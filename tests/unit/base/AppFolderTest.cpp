@@ -56,6 +56,11 @@ TEST_F(AppFolder, ALanguagesFolderBesideTheProgramMakesItPortable) {
 
 TEST_F(AppFolder, ShippedFilesOfTheUserGoBeforeThoseOfTheInstallation) {
     EXPECT_EQ(languagesFolder(), (ownFolder().parent_path() / "share/Brindle/Languages").string());
+    // As for users who may not write into the program's folder.
+    ASSERT_TRUE(fs::create_directory(ownFolder() / "Unpacked"));
+    const std::string unpacked = shippedPath("Unpacked");
+    fs::remove(ownFolder() / "Unpacked");
+    EXPECT_EQ(unpacked, (ownFolder() / "Unpacked").string());
     mDir.write("data home/Brindle/Languages/Own.lng", "");
     EXPECT_EQ(languagesFolder(), mDir.path("data home/Brindle/Languages"));
 }
