@@ -12,6 +12,8 @@ namespace brindle {
 namespace {
 
 constexpr std::string_view kMagic{"BPB\x01", 4};
+// Far beyond any project; keeps a foreign file from claiming minutes and the memory of the machine.
+constexpr std::uint32_t kMostValues = 1U << 20;
 
 // As they stand in the bytes; the order is that of the variant in PropertyValue.
 enum Type : std::uint8_t { kEmpty, kText, kInt16, kInt32, kBoolean, kBytes };
@@ -240,6 +242,7 @@ void PropertyBag::Contents(std::span<const std::byte> bytes) {
     BagReader reader(bytes);
     reader.magic();
     const auto count = reader.number<std::uint32_t>();
+    if (count > kMostValues) reader.fail();
     PropertyBag read;
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::string name = reader.name();

@@ -9,7 +9,7 @@
 //     value     0 nothing; 1 and 5 a uint32 length and the bytes; 2 int16; 3 int32; 4 a byte,
 //               0 or 1
 //
-// Nothing follows the last value, and no name stands twice.
+// Nothing follows the last value, no name stands twice, and there are at most 1,048,576 values.
 #pragma once
 
 #include <cstddef>

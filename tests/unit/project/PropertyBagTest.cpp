@@ -77,6 +77,15 @@ TEST(PropertyBag, AValueWrittenAgainKeepsItsPlace) {
     EXPECT_EQ(twice.Contents(), once.Contents());
 }
 
+// Empty ones, each with a name of three bytes.
+std::string moreValuesThanMayBe() {
+    std::string bytes("BPB\x01\x01\0\x10\0", 8);
+    for (unsigned i = 0; i <= 0x100000; ++i)
+        for (const unsigned byte : {3U, 0U, i & 0xFF, i >> 8 & 0xFF, i >> 16, 0U})
+            bytes += static_cast<char>(byte);
+    return bytes;
+}
+
 TEST(PropertyBag, DamageIsRefused) {
     struct Row {
         const char* what;
@@ -92,6 +101,7 @@ TEST(PropertyBag, DamageIsRefused) {
         {"boolean of 2", head + std::string("\x01\0a\x04\x02", 5)},
         {"text of 4 GiB", head + std::string("\x01\0a\x01\xFF\xFF\xFF\xFF", 8)},
         {"array of 2 GiB", head + std::string("\x01\0a\x05\xFF\xFF\xFF\x7F", 8)},
+        {"more values than may be", moreValuesThanMayBe()},
         {"name twice", std::string("BPB\x01\x02\0\0\0\x01\0a\0\x01\0a\0", 16)},
     };
     for (const Row& row : rows) {
