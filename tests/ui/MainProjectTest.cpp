@@ -281,11 +281,15 @@ TEST_F(MainProject, FailuresAreLoggedAndTheWindowStaysInUse) {
     mWindow->OpenProject(mUser.folder.write("junk.tvl", "junk"));
     EXPECT_EQ(rows(), shown);
     expectLog(2, "in procedure LoadProject");
+    for (int time = 0; time < 2; ++time) {
+        mWindow->Save(false);
+        EXPECT_EQ(read("junk.tvl.damaged"), "junk");
+        EXPECT_EQ(read("junk.tvl"), before);
+    }
     mUser.dialogs.paths = {path("no folder/a.tvl")};
     mWindow->Save(true);
     expectLog(3, "in procedure SaveProject");
     EXPECT_EQ(title(), "a.tvl - Tarvello for Excel");
-    EXPECT_EQ(read("junk.tvl"), "junk");
 
     const test::ScopedEnvironment home("BRINDLE_HOME", path("junk.tvl/app"));
     const test::ScopedEnvironment config("XDG_CONFIG_HOME", path("junk.tvl/config"));

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -217,6 +218,7 @@ private:
     std::string mAppTitle;
     std::string mProjectName;
     std::string mCurrentFile;  // path of the project file; empty for a project without one
+    std::set<std::string> mDamagedFiles;  // projects of which not everything could be read
     std::int32_t mEntryKeyCounter = 0;
     bool mIsModified = false;
     bool mIsEnding = false;  // past all questions: windows close without any

@@ -23,8 +23,8 @@ bool isThere(const std::string& path) {
     return std::filesystem::status(path, failure).type() != std::filesystem::file_type::not_found;
 }
 
-// The next end of the program writes its own state over the default project, so what could not be
-// read of it is put aside. Where that is refused, the writing will be as well.
+// What could not be read of a file is put aside before it is written over, by the next end of the
+// program if it is the default project. Where that is refused, the writing will be as well.
 void keepDamaged(const std::string& path) {
     try {
         copyFile(path, path + ".damaged");
@@ -48,7 +48,10 @@ void frmMain::LoadProject(const std::string& path) {
         setIsModified(false);
         isWhole = mApplication.Items->Count() == bag.ReadProperty("Count").toInt32();
     });
-    if (!isWhole && path.empty()) keepDamaged(source);
+    if (isWhole)
+        mDamagedFiles.erase(source);
+    else
+        mDamagedFiles.insert(source);
 }
 
 // The counter starts anew together with the list: keys of entries that stay must not come again.
@@ -64,8 +67,11 @@ void frmMain::loadEntries(const PropertyBag& bag) {
 void frmMain::SaveProject(const std::string& path) {
     run("SaveProject", [&] {
         copyControlsToProject();
-        writeProjectFile(path.empty() ? defaultProjectPath() : path,
-                         projectBag(mApplication.CurrentProject, *mApplication.Items));
+        const std::string target = path.empty() ? defaultProjectPath() : path;
+        const PropertyBag bag = projectBag(mApplication.CurrentProject, *mApplication.Items);
+        if (mDamagedFiles.count(target) != 0) keepDamaged(target);
+        writeProjectFile(target, bag);
+        mDamagedFiles.erase(target);
     });
 }
 
