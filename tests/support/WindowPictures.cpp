@@ -99,7 +99,6 @@ private:
             if (mHasRunning || !window || !window->isVisible()) return;
             if (window->findChild<QProgressBar*>("pgbar1")->value() < 3) return;
             mHasRunning = true;
-            window->setUpdatesEnabled(true);  // most pauses of a run are without painting
             grab(*window, "running");
         });
         whileRunning.start(0);
