@@ -2,6 +2,8 @@
 // The platform's own file dialogs, answered with the keyboard.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <QApplication>
 #include <QLineEdit>
 #include <QTest>
@@ -54,8 +56,31 @@ TEST_F(FileDialogs, TakeAnyNameAsItIsTyped) {
         EXPECT_EQ(answerTo(name, open), name);
         EXPECT_EQ(answerTo(name, save), name);
     }
+    const auto browse = [&] { return dialogs.browseForFolder(nullptr, "Title"); };
+    EXPECT_EQ(answerTo(folder.path(), browse), folder.path());
+    EXPECT_EQ(answerTo("", browse), "32755");
     EXPECT_EQ(answerTo("", open), "32755");
     EXPECT_EQ(answerTo("", save), "32755");
+}
+
+// The end of the session closes windows in any order.
+TEST_F(FileDialogs, GoWithTheirWindow) {
+    const auto withoutOwner = [](const std::function<int(QWidget*)>& ask) {
+        auto* owner = new QWidget;
+        QTimer::singleShot(0, owner, [owner] { delete owner; });
+        try {
+            return ask(owner);
+        } catch (const Error& error) {
+            return error.number();
+        }
+    };
+    const Message question{"Text", MessageIcon::Question, MessageButtons::YesNo, {}, {}};
+    EXPECT_EQ(withoutOwner([&](QWidget* owner) { return int(dialogs.show(owner, question)); }),
+              int(MessageAnswer::No));
+    EXPECT_EQ(withoutOwner([&](QWidget* owner) { return dialogs.openFile(owner, {}), 0; }), 32755);
+    EXPECT_EQ(withoutOwner([&](QWidget* owner) { return dialogs.saveFile(owner, {}), 0; }), 32755);
+    EXPECT_EQ(withoutOwner([&](QWidget* owner) { return dialogs.browseForFolder(owner, {}), 0; }),
+              32755);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QStringList>
 
@@ -60,48 +61,67 @@ QString qtFilter(const std::string& filter) {
     return filters.join(";;");
 }
 
-std::string chosen(const QString& path) {
-    if (path.isEmpty())
+// The window that a dialog belongs to may be deleted while the dialog waits for its answer, when
+// the session ends, say; the dialog goes with it, and has no answer then.
+template <class Dialog>
+class Waiting {
+public:
+    explicit Waiting(Dialog* dialog) : mDialog(dialog) {}
+    ~Waiting() { delete mDialog; }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+
+    Dialog* operator->() const { return mDialog; }
+
+private:
+    QPointer<Dialog> mDialog;
+};
+
+// An existing file is no reason for a question of the dialog's own.
+std::string pathFrom(QWidget* parent, const FileQuestion& question, QFileDialog::AcceptMode accept,
+                     QFileDialog::FileMode mode) {
+    const Waiting dialog(
+        new QFileDialog(parent, toQt(question.title), {}, qtFilter(question.filter)));
+    dialog->setAcceptMode(accept);
+    dialog->setFileMode(mode);
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->setOption(QFileDialog::ShowDirsOnly, mode == QFileDialog::Directory);
+    if (dialog->exec() != QDialog::Accepted || dialog->selectedFiles().isEmpty())
         throw Error(ErrorKind::Cancelled, error_number::kDialogCancelled, "Cancel was selected");
-    return fromQt(path);
+    return fromQt(dialog->selectedFiles().constFirst());
 }
 
 }  // namespace
 
 MessageAnswer PlatformDialogs::show(QWidget* parent, const Message& message) {
-    QMessageBox box(parent);
-    box.setIcon(iconOf(message.icon));
-    box.setWindowTitle(message.title.empty() ? QStringLiteral("Tarvello for Excel")
-                                             : toQt(message.title));
-    box.setTextFormat(Qt::PlainText);
-    box.setText(toQt(message.text));
-    box.setStandardButtons(buttonsOf(message.buttons));
+    const Waiting box(new QMessageBox(parent));
+    box->setIcon(iconOf(message.icon));
+    box->setWindowTitle(message.title.empty() ? QStringLiteral("Tarvello for Excel")
+                                              : toQt(message.title));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(toQt(message.text));
+    box->setStandardButtons(buttonsOf(message.buttons));
     if (message.help) {
         // A button of the box would close it; this one is disconnected from it.
-        QPushButton* help = box.addButton(QMessageBox::Help);
+        QPushButton* help = box->addButton(QMessageBox::Help);
         help->disconnect();
-        QObject::connect(help, &QPushButton::clicked, &box, message.help);
+        QObject::connect(help, &QPushButton::clicked, help, message.help);
     }
-    return answerOf(box.exec(), message.buttons);
+    return answerOf(box->exec(), message.buttons);
 }
 
-// Not the ready-made question for an existing file: it would itself complain of any other, in its
+// Any name: the ready-made question for an existing file would itself complain of others, in its
 // own words.
 std::string PlatformDialogs::openFile(QWidget* parent, const FileQuestion& question) {
-    QFileDialog dialog(parent, toQt(question.title), {}, qtFilter(question.filter));
-    dialog.setAcceptMode(QFileDialog::AcceptOpen);
-    dialog.setFileMode(QFileDialog::AnyFile);
-    return chosen(dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString());
+    return pathFrom(parent, question, QFileDialog::AcceptOpen, QFileDialog::AnyFile);
 }
 
 std::string PlatformDialogs::saveFile(QWidget* parent, const FileQuestion& question) {
-    return chosen(QFileDialog::getSaveFileName(parent, toQt(question.title), {},
-                                               qtFilter(question.filter), nullptr,
-                                               QFileDialog::DontConfirmOverwrite));
+    return pathFrom(parent, question, QFileDialog::AcceptSave, QFileDialog::AnyFile);
 }
 
 std::string PlatformDialogs::browseForFolder(QWidget* parent, const std::string& title) {
-    return chosen(QFileDialog::getExistingDirectory(parent, toQt(title)));
+    return pathFrom(parent, {title, {}}, QFileDialog::AcceptOpen, QFileDialog::Directory);
 }
 
 }  // namespace brindle

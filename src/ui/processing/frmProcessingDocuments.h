@@ -27,8 +27,9 @@ class frmProcessingDocuments;
 // Layouts place the controls and the tab control shows the panel of its tab; no routine does.
 //
 // Closing it asks the run to stop and is never refused. The event loop then deletes the window,
-// also one that runs inside the run (processEvents), but never from within a function of the
-// window. So whoever lets events run keeps a QPointer and looks at it again afterwards.
+// also one that runs inside the run (processEvents) or in a dialog, but never from within another
+// function of the window. So whoever lets events run keeps a QPointer and looks at it again
+// afterwards, and a dialog that had no answer ends the function of the window that opened it.
 class frmProcessingDocuments : public QWidget {
     Q_OBJECT
 
