@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "base/SettingsStore.h"
+#include "base/StandardDescriptors.h"
 #include "cli/FormatList.h"
 #include "cli/Jobs.h"
 #include "cli/LanguageReport.h"
@@ -163,7 +164,7 @@ ExitCode carryOutOrComplain(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int runTarvello(const std::vector<std::string>& arguments) {
-    holdStandardDescriptors();
+    if (!holdStandardDescriptors()) return static_cast<int>(ExitCode::Trouble);
     handleSignals();
     gLanguageFile = SettingsStore().get("Brindle", "INIFILE", "PATH", gLanguageFile);
     return static_cast<int>(carryOutOrComplain(arguments));

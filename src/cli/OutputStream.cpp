@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "cli/OutputStream.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "base/Error.h"
-#include "cli/ExitCode.h"
 
 namespace brindle::cli {
 
@@ -37,15 +35,6 @@ int OutputStream::writeAll(std::string_view bytes) noexcept {
         }
     }
     return 0;
-}
-
-void holdStandardDescriptors() {
-    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-        if (fcntl(fd, F_GETFD) >= 0) continue;
-        // The lowest free number is this one. The wrong direction, so that the use fails.
-        const int flags = fd == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-        if (open("/dev/null", flags) < 0) _exit(static_cast<int>(ExitCode::Trouble));
-    }
 }
 
 }  // namespace brindle::cli

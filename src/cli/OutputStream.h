@@ -25,9 +25,4 @@ private:
     int mFd;
 };
 
-// Makes sure that descriptors 0 to 2 are taken. When the caller closed one of them, the next file
-// to be opened would get its number, and results or complaints would be written into a document.
-// Reading from or writing to what was closed fails as before. Call before anything is opened.
-void holdStandardDescriptors();
-
 }  // namespace brindle::cli

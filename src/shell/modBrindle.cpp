@@ -11,6 +11,7 @@
 
 #include <QApplication>
 
+#include "base/StandardDescriptors.h"
 #include "engine/excel/Application.h"
 #include "lang/modINI.h"
 #include "shell/EndSignals.h"
@@ -83,9 +84,11 @@ int runMainWindow(Services& services, const std::string& commandLine) {
 }  // namespace
 
 int Main(int argc, char** argv) {
-    // A limit on the size of files is a failing write like any other. Unlike an ignored signal, a
-    // handler is not passed on to the programs that we start.
-    std::signal(SIGXFSZ, [](int) {});
+    if (!holdStandardDescriptors()) return EXIT_FAILURE;
+    // A limit on the size of files is a failing write like any other, and so is a reader of our
+    // complaints who has left. Unlike an ignored signal, a handler is not passed on to the programs
+    // that we start.
+    for (const int signal : {SIGXFSZ, SIGPIPE}) std::signal(signal, [](int) {});
     auto untilThereIsADisplay = std::make_unique<FatalMessagesEndTheProgram>();
     QApplication application(argc, argv);
     untilThereIsADisplay.reset();

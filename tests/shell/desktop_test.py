@@ -123,6 +123,24 @@ def check_launch(entry, program, work, environment):
           'the path of a project is the one argument')
 
 
+def check_streams(program, work):
+    """Complaints that nobody can read are no reason to end, and go nowhere else."""
+    environment = dict(os.environ, XDG_DATA_HOME=os.path.join(work, 'streams'), QT_DEBUG_PLUGINS='1',
+                       BRINDLE_HOME=os.path.join(work, 'streams'), QT_QPA_PLATFORM='offscreen')
+    reader, left = os.pipe()
+    os.close(reader)
+    for what, options in (('without a reader', {'stderr': left}),
+                          ('closed', {'preexec_fn': lambda: os.close(2)})):
+        process = subprocess.Popen([program], env=environment, **options)
+        check(wait_until(lambda: handles(process.pid, signal.SIGTERM)
+                         or process.poll() is not None), f'the program with stderr {what} starts')
+        if what == 'closed':
+            check(os.readlink(f'/proc/{process.pid}/fd/2') == '/dev/null', 'nothing is written to')
+        process.send_signal(signal.SIGTERM)
+        check(process.wait(20) == 0, f'a signal ends the program with stderr {what} in order')
+    os.close(left)
+
+
 def check_display(program, work):
     environment = {name: value for name, value in os.environ.items()
                    if name not in ('DISPLAY', 'WAYLAND_DISPLAY')}
@@ -139,6 +157,7 @@ def main():
     check_packages()
     with tempfile.TemporaryDirectory(prefix='brindle desktop ') as work:
         check_registration(program, work)
+        check_streams(program, work)
         check_display(program, work)
     if failures:
         return 1
