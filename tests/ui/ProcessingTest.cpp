@@ -404,6 +404,8 @@ TEST_F(Processing, TheContextMenuIsAboutTheDocument) {
     }
     EXPECT_THAT(user.desktop.documents, ElementsAre("/folder/a.xls", "/folder"));
     EXPECT_EQ(user.desktop.clipboard, "/folder/a.xls");
+    QTest::keyClick(tree, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_TRUE(menu->isVisible());
 }
 
 // What comes while the tree is looked at is laid out now and then, not each time.
