@@ -236,6 +236,10 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
     }
     for (const char* name : {"trvChangedFiles", "trvNotChangedFiles", "trvErrors", "pgbar1"})
         EXPECT_NE(the(name)->accessibleName(), "") << name;
+    const QStringList families = QStringList("Tahoma") + QApplication::font().families();
+    for (const char* name : {"trvErrors", "lblDocChanged", "cmdOK", "qt_tabwidget_tabbar"})
+        EXPECT_EQ(the(name)->font().families(), families) << name;
+    EXPECT_EQ(window->font().pointSize(), QApplication::font().pointSize());
 }
 
 TEST_F(Processing, AWarningAndALongPathFitEveryLanguage) {
