@@ -189,7 +189,10 @@ void frmProcessingDocuments::setChangesText(const std::string& text) {
 
 void frmProcessingDocuments::setProgress(int value, int maximum) {
     if (maximum >= 1) ui->pgbar1->setMaximum(maximum);
+    // Otherwise it paints at once, and with it all that waits to be painted.
+    ui->pgbar1->setUpdatesEnabled(false);
     ui->pgbar1->setValue(std::min(value, ui->pgbar1->maximum()));
+    ui->pgbar1->setUpdatesEnabled(true);
 }
 
 int frmProcessingDocuments::progress() const {
