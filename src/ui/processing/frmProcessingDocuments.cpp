@@ -45,6 +45,10 @@ frmProcessingDocuments::frmProcessingDocuments(Services& services, RunFlags& fla
       mMenu(this) {
     setAttribute(Qt::WA_DeleteOnClose);
     ui->setupUi(this);
+    // Where there is no such font, that of the desktop; the size is always that of the desktop.
+    QFont tahoma;
+    tahoma.setFamilies(QStringList("Tahoma") + font().families());
+    setFont(tahoma);
     mReport.leavesNotChanged = [this](const RunReport::Document& document) {
         mNotChanged.remove(document);
         countRefusals(document, -1);
