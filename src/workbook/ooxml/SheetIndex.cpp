@@ -34,8 +34,9 @@ void SheetIndex::restart() {
     mIsOrdered = true;
 }
 
-void SheetIndex::finish() {
+CandidateList SheetIndex::finish() {
     mCandidates.finish(mIsOrdered);
+    return std::move(mCandidates);
 }
 
 }  // namespace brindle::workbook::ooxml
