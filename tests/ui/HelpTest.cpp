@@ -4,17 +4,18 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <string>
 
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTextBrowser>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
 
 #include "FakeServices.h"
+#include "ui/common/QtText.h"
 #include "ui/help/frmHelp.h"
 
 namespace brindle {
@@ -32,10 +33,10 @@ std::string contentOf(const fs::path& file) {
 }
 
 std::vector<std::string> found(const std::string& text, const char* pattern) {
-    const std::regex expression(pattern);
+    const QString subject = toQt(text);
     std::vector<std::string> all;
-    for (std::sregex_iterator at(text.begin(), text.end(), expression), end; at != end; ++at)
-        all.push_back((*at)[1]);
+    for (const auto& match : QRegularExpression(pattern).globalMatch(subject))
+        all.push_back(fromQt(match.captured(1)));
     return all;
 }
 

@@ -10,7 +10,6 @@
 #include <QRadioButton>
 #include <QTest>
 #include <QToolBar>
-#include <QToolButton>
 
 #include "FakeServices.h"
 #include "project/ProjectFile.h"

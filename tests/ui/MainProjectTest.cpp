@@ -16,13 +16,11 @@
 #include <QUrl>
 
 #include "Controls.h"
-#include "engine/excel/Application.h"
 #include "FakeServices.h"
 #include "project/ProjectFile.h"
 #include "ui/common/QtText.h"
 #include "ui/main/EntryGrid.h"
 #include "ui/main/frmMain.h"
-#include "workbook/FormatTable.h"
 
 namespace brindle {
 namespace {
@@ -82,8 +80,8 @@ protected:
         project.GetFilenamesFromTextFile = "/data/list \xFF.txt";
         project.LoadsearchFilePath = "C:\\lists\\\xC3\xA4.csv";
         project.Password = " geh\xC3\xABim ";
-        project.SpreadsheetTypeToExamine = "*.odd;";
-        project.StartFolder = "/data/\xC3/";
+        project.SpreadsheetTypeToExamine = "*.odd;" + std::string(40'000, '*');
+        project.StartFolder = "/data/\xC3/" + std::string(40'000, 'x');
         app.Items->Add("one", "1", 0, true, true, "Item-1");
         app.Items->Add("two", "", 6, false, false, "Item-2");
         return app;
@@ -329,7 +327,7 @@ TEST_F(MainProject, TakesProjectsAndFoldersThatAreDropped) {
     EXPECT_FALSE(drop(*mWindow, {other, QUrl("http://localhost/a.tvl"), QUrl("file://far/")}));
     EXPECT_TRUE(drop(*mWindow, {other, project, folder}));
     EXPECT_EQ(title(), "a \xC3%.tvl - Tarvello for Excel");
-    EXPECT_EQ(textOf("txtStartFolder"), "/data/\xC3/");
+    EXPECT_EQ(textOf("txtStartFolder"), sample().CurrentProject.StartFolder);
     // Also where a text could be dropped.
     EXPECT_TRUE(drop(control<QLineEdit>("txtLoadsearch"), {folder, project}));
     EXPECT_EQ(textOf("txtStartFolder"), path("app") + "/");

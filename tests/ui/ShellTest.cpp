@@ -10,7 +10,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>

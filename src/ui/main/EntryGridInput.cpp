@@ -112,11 +112,13 @@ bool EntryGrid::event(QEvent* event) {
 void EntryGrid::keyPressEvent(QKeyEvent* event) {
     if (mState->editor) {
         // Only what the editor has no use for comes here, or what is typed while the editor
-        // waits for the focus.
-        if (mState->editor->hasFocus())
+        // waits for the focus, and comes again when it has no use for that either.
+        if (mState->editor->hasFocus() || mState->handingOn) {
             event->ignore();
-        else
+        } else {
+            const QScopedValueRollback handingOn(mState->handingOn, true);
             QCoreApplication::sendEvent(mState->editor, event);
+        }
         return;
     }
     // Some keyboards deliver texts without a key, others keys that nobody knows.

@@ -35,6 +35,7 @@ struct EntryGrid::State {
     bool committed = false;                  // the open editor's text is in the cell
     bool focusIsOurs = false;                // it comes back from the editor
     bool tabStep = false;                    // Tab in the editor asked for one
+    bool handingOn = false;                  // a key goes to an editor without the focus
     QInputMethodEvent* composing = nullptr;  // what KeyDown is being raised for
 
     enum class Pointer { Away, Cells, Header };

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ui/main/frmMain.h"
 
+#include <climits>
 #include <filesystem>
 
+#include <QLineEdit>
 #include <QShortcut>
 
 #include "base/PathLookup.h"
@@ -17,6 +19,9 @@ namespace brindle {
 void frmMain::connectOptions() {
     // Completion would turn a typed list of types into one that the box offers.
     ui->cboSpreadsheetType->setCompleter(nullptr);
+
+    // What a project holds is shown and saved again at any length.
+    for (QLineEdit* box : findChildren<QLineEdit*>()) box->setMaxLength(INT_MAX);
 
     // Not in the form: a text box that moves to another parent forgets it.
     ui->txtPassword->setStyleSheet("lineedit-password-character: 42");
