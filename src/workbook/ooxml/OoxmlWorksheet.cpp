@@ -10,6 +10,7 @@
 #include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ooxml/SheetIndex.h"
 #include "workbook/ooxml/SheetWriter.h"
 #include "workbook/ooxml/Xstring.h"
 #include "workbook/package/XmlScanner.h"

@@ -14,7 +14,7 @@
 #include "workbook/ooxml/HeaderFooter.h"
 #include "workbook/ooxml/Hyperlinks.h"
 #include "workbook/ooxml/Package.h"
-#include "workbook/ooxml/SheetIndex.h"
+#include "workbook/ooxml/SheetScanner.h"
 #include "workbook/ooxml/TableParts.h"
 #include "workbook/ooxml/WorkbookPart.h"
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/SheetIndex.h"
 
+#include <utility>
+
 namespace brindle::workbook::ooxml {
 
 void SheetIndex::cell(const ScannedCell& cell) {

@@ -7,6 +7,7 @@
 #include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/CellLabel.h"
 #include "workbook/xls/CellWriter.h"
+#include "workbook/xls/SheetIndex.h"
 #include "workbook/xls/XlsDocument.h"
 
 namespace brindle::workbook::xls {
@@ -23,8 +24,9 @@ LinkTable& XlsWorksheet::linkTable() {
 }
 
 CellTexts& XlsWorksheet::cellTexts() {
-    if (!mTexts)
+    if (!mTexts) {
         mTexts = std::make_unique<CellTexts>(mDocument.texts(), linkTable(), mEntry.offset);
+    }
     return *mTexts;
 }
 
@@ -34,7 +36,7 @@ CandidateList XlsWorksheet::readCandidates(const PatternSet& patterns) {
     try {
         SheetIndex index(mDocument.texts(), mEntry.offset, texts, patterns);
         mHasFormulas = index.hasFormulas();
-        return std::move(index.candidates());
+        return index.takeCandidates();
     } catch (Error& error) {
         throw error.inMember(mEntry.name);
     }

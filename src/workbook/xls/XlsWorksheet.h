@@ -15,7 +15,6 @@
 #include "workbook/xls/HeaderFooter.h"
 #include "workbook/xls/Hyperlinks.h"
 #include "workbook/xls/Protection.h"
-#include "workbook/xls/SheetIndex.h"
 #include "workbook/xls/WorkbookGlobals.h"
 
 namespace brindle::workbook::xls {
