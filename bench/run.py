@@ -12,7 +12,8 @@ The run fails when a count is not what the generator planted.
 Binary workbooks are generated with xlwt and compared with xlrd, for /usr/bin/python3: Debian's
 packages python3-xlwt and python3-xlrd.
 
-The desktop program's grid is measured against a bare table of the same window library.
+The desktop program's grid is measured against a bare table of the same window library, its runs
+against the command line on one thread.
 
 Usage: run.py --bin FOLDER [--runs N] [--only FORMAT|desktop] [--small] [--openpyxl] [--xlrd]
 """
@@ -282,6 +283,33 @@ class Bench:
             self.failures += 1
         self.report(f'desktop: start with {entries} entries', result, 2.0)
 
+    def desktop_run(self):
+        """The same project, searched by the desktop program and by the command line."""
+        program = os.path.join(self.bin, 'bench_desktop_run')
+        if not os.path.exists(program):
+            print('run of the desktop program: not measured (built without it)')
+            return
+        count, total = 600, 0
+        os.mkdir(os.path.join(self.work, 'documents'))
+        for seed in range(count):
+            total += self.generate('xlsx', f'documents/{seed}.xlsx', 850, seed)[1][RARE]
+        project = os.path.join(self.work, 'documents.tvl')
+        subprocess.run([program, 'make', project, os.path.join(self.work, 'documents/'), RARE],
+                       check=True)
+        ratios, seconds, memory = [], [], 0
+        for _ in range(self.runs):
+            base = self.timed(self.tarvello('run', project, '--search-only'))
+            _, memory, output, _ = self.timed([program, project])
+            own, result = output.decode().split(' ', 1)
+            if not result.startswith(f'{total} '):
+                print(f'run of the desktop program: {result.strip()}, {total} planted')
+                self.failures += 1
+            self.check('run of the project', base[2], total)
+            seconds.append(float(own))
+            ratios.append(float(own) / base[0])
+        self.report(f'desktop: search of {count} small workbooks against tarvello',
+                    (statistics.median(ratios), memory, statistics.median(seconds), b''), 1.5)
+
     def grid_load(self):
         """Both sides are measured in one process, which prints the median of its pairs."""
         program = os.path.join(self.bin, 'bench_grid_load')
@@ -339,6 +367,7 @@ def main():
             bench.text(path, planted[RARE])
         if arguments.only in (None, 'desktop'):
             bench.desktop()
+            bench.desktop_run()
             bench.grid_load()
         return 1 if bench.failures else 0
     finally:

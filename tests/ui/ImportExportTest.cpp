@@ -109,6 +109,9 @@ TEST_F(ImportExport, LeavesEverythingWhenNothingIsOpened) {
     trigger("mnuImportList");
     EXPECT_EQ(mUser.errorLog(), "");
     importFrom(mUser.folder.path("missing.csv"));
+    EXPECT_EQ(onlyIcon(), MessageIcon::Information);
+    EXPECT_EQ(mUser.dialogs.messages[0].text, GetLngString("global msg", "1008"));
+    mUser.dialogs.messages.clear();
     importFrom(mUser.folder.write("damaged.xls", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and no more"));
     EXPECT_EQ(entries(), kFirst);
     EXPECT_FALSE(mWindow.IsModified());

@@ -336,6 +336,10 @@ TEST_F(MainGrid, EntriesOfAnUnknownScopeAreShownAsFarAsTheyCan) {
     clickCell(2, 1);
     EXPECT_EQ(entry(2), "Item-2 b> 7");
     EXPECT_FALSE(window.IsModified());
+    EXPECT_EQ(lookIn->currentText(), "Cells");
+    lookIn->showPopup();
+    QTest::keyClick(lookIn->view(), Qt::Key_Return);
+    EXPECT_EQ(entry(2) + "|" + fromQt(grid->TextMatrix(2, 3)), "Item-2 b> 0|Cells");
     lookIn->setCurrentIndex(3);
     EXPECT_EQ(entry(2), "Item-2 b> 3");
 }

@@ -380,6 +380,25 @@ TEST_F(MainRun, EverythingIsUsableAsBeforeAfterwards) {
         EXPECT_TRUE(before.count(name) == 0 || isEnabled == before[name]) << name;
 }
 
+// Painted between documents now and then only, but never left behind.
+TEST_F(MainRun, TheLastStateIsPainted) {
+    struct Painted : QObject {
+        bool eventFilter(QObject* watched, QEvent* event) override {
+            if (event->type() == QEvent::Paint)
+                text = fromQt(static_cast<const QLabel*>(watched)->text());
+            return false;
+        }
+        std::string text;
+    } painted;
+    for (int number = 0; number < 30; ++number) document(std::to_string(number) + ".csv");
+    search();
+    inWindow<QLabel>("lblDocChanged").installEventFilter(&painted);
+    mUser.dialogs.answers = {MessageAnswer::Yes};
+    replace();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(painted.text, "Finished. Matches in 30 of 30 document(s)");
+}
+
 // The same project, the same documents: the same counts and, byte for byte, the same files.
 TEST_F(MainRun, DoesWhatTheCommandLineDoes) {
     const fs::path samples = fs::path(BRINDLE_SOURCE_DIR) / "data/samples/documents";

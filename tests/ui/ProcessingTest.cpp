@@ -236,6 +236,10 @@ TEST_F(Processing, TabsShowTheirPanelsAndTexts) {
     }
     for (const char* name : {"trvChangedFiles", "trvNotChangedFiles", "trvErrors", "pgbar1"})
         EXPECT_NE(the(name)->accessibleName(), "") << name;
+    const QStringList families = QStringList("Tahoma") + QApplication::font().families();
+    for (const char* name : {"trvErrors", "lblDocChanged", "cmdOK", "qt_tabwidget_tabbar"})
+        EXPECT_EQ(the(name)->font().families(), families) << name;
+    EXPECT_EQ(window->font().pointSize(), QApplication::font().pointSize());
 }
 
 TEST_F(Processing, AWarningAndALongPathFitEveryLanguage) {
@@ -404,6 +408,8 @@ TEST_F(Processing, TheContextMenuIsAboutTheDocument) {
     }
     EXPECT_THAT(user.desktop.documents, ElementsAre("/folder/a.xls", "/folder"));
     EXPECT_EQ(user.desktop.clipboard, "/folder/a.xls");
+    QTest::keyClick(tree, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_TRUE(menu->isVisible());
 }
 
 // What comes while the tree is looked at is laid out now and then, not each time.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
@@ -144,6 +145,12 @@ TEST_F(Menus, PicturesAreThere) {
 
 TEST_F(Menus, ExitNeitherSavesNorAsks) {
     window.setIsModified(true);
+    user.dialogs.answers = {MessageAnswer::Cancel};
+    QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(user.dialogs.messages.size(), 1U) << "the key does";
+    EXPECT_TRUE(window.isVisible());
+    user.dialogs.messages.clear();
+    std::filesystem::remove(user.folder.path("app/default.dat"));
     QTimer::singleShot(0, &window, [&] { choose("mnuExit"); });
     EXPECT_EQ(QApplication::exec(), 0);
     EXPECT_TRUE(user.dialogs.messages.empty());

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include <gtest/gtest.h>
 #include <QTest>
 
 #include "Controls.h"
@@ -21,7 +22,7 @@ struct ShownMainWindow {
         window.Form_Load({});
         window.show();
         window.activateWindow();
-        QCoreApplication::processEvents();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&window)) << "hears no keys before";
     }
 
     template <class Kind = QWidget>

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include <QtWidgets>
 
@@ -84,6 +85,7 @@ private:
     void lookAtPlace(const QWidget& control);
     void lookAtCaption(const QWidget& control);
     void lookAtName(const QWidget& control);
+    void lookAtTabOrder();
     void lookAtMnemonics(const QWidget& control, Captions& taken);
     void lookAtMenuBar(Captions& taken);
     void lookAtMenu(const QMenu& menu);
@@ -238,6 +240,15 @@ void Audit::lookAtName(const QWidget& control) {
     add("unnamed", nameOf(control), control.metaObject()->className());
 }
 
+// The window must not fall apart into rings of controls that lead only to each other.
+void Audit::lookAtTabOrder() {
+    std::set<const QWidget*> ring;
+    for (const QWidget* next = &mWindow; ring.insert(next).second;) next = next->nextInFocusChain();
+    for (const QWidget* control : shownControls())
+        if ((control->focusPolicy() & Qt::TabFocus) != 0 && ring.count(control) == 0)
+            add("unreachable", nameOf(*control), "not in the order of the Tab key");
+}
+
 void Audit::takeMnemonic(const QString& caption, const QString& who, Captions& taken) {
     const QString key = QKeySequence::mnemonic(caption).toString(QKeySequence::PortableText);
     if (key.isEmpty()) return;
@@ -274,6 +285,7 @@ void Audit::lookAtMenuBar(Captions& taken) {
 void Audit::lookAtPage() {
     Captions taken;
     lookAtMenuBar(taken);
+    lookAtTabOrder();
     for (QWidget* control : shownControls()) {
         lookAtRoom(*control);
         lookAtPlace(*control);

@@ -19,7 +19,8 @@ namespace brindle::test {
 //                  the tab page and what stands beside the tabs; or one of a label without buddy,
 //                  unless that shows plain text
 //   unnamed        a control that has no name for a screen reader: caption, label or accessible
-//   name
+//                  name
+//   unreachable    a control that the Tab key should come to but never does
 std::vector<std::string> auditWindow(QWidget& window);
 
 }  // namespace brindle::test

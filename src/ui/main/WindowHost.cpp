@@ -66,10 +66,13 @@ bool isInList(const QObject* watched) {
 
 WindowHost::WindowHost(Dialogs& dialogs, QWidget& owner, std::function<QWidget*()> runWindow,
                        std::string title)
-    : mDialogs(dialogs),
-      mOwner(owner),
-      mRunWindow(std::move(runWindow)),
-      mTitle(std::move(title)) {}
+    : mDialogs(dialogs), mOwner(owner), mRunWindow(std::move(runWindow)), mTitle(std::move(title)) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+WindowHost::~WindowHost() {
+    if (mUntilPainting.isActive()) paintRunWindow();
+}
 
 MessageAnswer WindowHost::showMessage(const std::string& text, MessageIcon icon,
                                       MessageButtons buttons) {
@@ -79,15 +82,7 @@ MessageAnswer WindowHost::showMessage(const std::string& text, MessageIcon icon,
 }
 
 void WindowHost::processEvents() {
-    const bool paints = !mSincePainting.isValid() || mSincePainting.elapsed() >= kBetweenPaintings;
-    if (paints) {
-        finish();
-        mSincePainting.start();
-        return;
-    }
-    if (QWidget* window = mRunWindow()) window->setUpdatesEnabled(false);
     finish();
-    if (QWidget* window = mRunWindow()) window->setUpdatesEnabled(true);
 }
 
 void WindowHost::finish() {
@@ -98,9 +93,7 @@ void WindowHost::finish() {
 void WindowHost::processEventsInDocument() {
     if (mIsInDocument) return;
     const QScopedValueRollback<bool> inDocument(mIsInDocument, true);
-    QCoreApplication::instance()->installEventFilter(this);
     QCoreApplication::processEvents();
-    QCoreApplication::instance()->removeEventFilter(this);
 }
 
 // A box that somebody's input opens lets events run, too, and more may be waiting then.
@@ -113,23 +106,52 @@ void WindowHost::deliverWaiting() {
 }
 
 bool WindowHost::eventFilter(QObject* watched, QEvent* event) {
-    if (!mIsInDocument) return false;
-    switch (event->type()) {
+    if (event->type() == QEvent::UpdateRequest) return holdsPainting(*watched);
+    return mIsInDocument && holdsInDocument(*watched, *event);
+}
+
+bool WindowHost::holdsInDocument(QObject& watched, QEvent& event) {
+    switch (event.type()) {
         case QEvent::Timer:
-            return !isOfRunWindow(*watched);  // it comes again
+            return &watched != this && !isOfRunWindow(watched);  // it comes again
         case QEvent::DragEnter:
         case QEvent::DragMove:
         case QEvent::Drop:
-            event->ignore();
+            event.ignore();
             return true;
         default:
             break;
     }
-    if (!isInput(event->type()) || mayTake(*watched, *event)) return false;
-    if (isWorthWaiting(event->type()))
-        mWaiting.push_back({watched, std::unique_ptr<QEvent>(event->clone())});
-    event->ignore();
+    if (!isInput(event.type()) || mayTake(watched, event)) return false;
+    if (isWorthWaiting(event.type()))
+        mWaiting.push_back({&watched, std::unique_ptr<QEvent>(event.clone())});
+    event.ignore();
     return true;
+}
+
+// What is to be painted gathers in the window until it is asked for again.
+bool WindowHost::holdsPainting(const QObject& watched) {
+    if (&watched != mRunWindow()) return false;
+    const bool isEarly = mSincePainting.isValid() && !mSincePainting.hasExpired(kBetweenPaintings);
+    if (!isEarly) {
+        mUntilPainting.stop();
+        mSincePainting.start();
+    } else if (!mUntilPainting.isActive()) {
+        mUntilPainting.start(kBetweenPaintings, this);
+    }
+    return isEarly;
+}
+
+void WindowHost::paintRunWindow() {
+    mSincePainting.invalidate();
+    QEvent request(QEvent::UpdateRequest);
+    if (QWidget* window = mRunWindow()) QCoreApplication::sendEvent(window, &request);
+}
+
+void WindowHost::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != mUntilPainting.timerId()) return;
+    mUntilPainting.stop();
+    paintRunWindow();
 }
 
 bool WindowHost::isOfRunWindow(const QObject& watched) const {

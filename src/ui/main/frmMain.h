@@ -199,6 +199,7 @@ private:
     bool isRunConfirmed();
     void carryOutRun();
     std::shared_ptr<Entries> entriesOfRun();
+    void loadProgressTexts();
     void showChanges(frmProcessingDocuments& window);
     // What can be used while a run is on: the way out and the help, nothing else.
     QList<QAction*> commandsThatWait() const;
@@ -232,6 +233,10 @@ private:
     RunFlags mFlags{mStopProcessing};
     std::unique_ptr<ExcelConnector> mExcelConnector;  // of the run that is on, else null
     std::function<void()> mLeaving;                   // waits for the end of the run
+    struct {
+        std::string document;  // %d: number, %i: of how many, %s: path
+        std::string changes;   // %d: how many
+    } mProgressTexts;
     QPointer<frmProcessingDocuments> mProcessing;
     QPointer<frmHelp> mHelp;
 };

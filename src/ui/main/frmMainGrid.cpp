@@ -60,6 +60,8 @@ void frmMain::connectGrid() {
     connect(ui->cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
     connect(ui->cmdDelete, &QPushButton::clicked, this, [this] { cmdDelete_Click(); });
     connect(ui->cboLookIn, &QComboBox::currentIndexChanged, this, [this] { cboLookIn_Click(); });
+    // The scope that is shown can be chosen too: an entry may have one that cannot be shown.
+    connect(ui->cboLookIn, &QComboBox::activated, this, [this] { cboLookIn_Click(); });
     connect(ui->chkMatchCase, &QCheckBox::toggled, this, [this] { chkMatchCase_Click(); });
     connect(ui->chkWholeWord, &QCheckBox::toggled, this, [this] { chkWholeWord_Click(); });
 

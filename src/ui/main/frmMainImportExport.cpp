@@ -37,7 +37,7 @@ void frmMain::mnuImportList_Click() {
 
 void frmMain::ImportList(const std::string& path, const std::shared_ptr<Entries>& list,
                          bool toGrid) {
-    run("ImportList", [&] {
+    const bool isRead = run("ImportList", [&] {
         EntryListOutcome outcome = EntryListOutcome::Read;
         if (toGrid) {
             const GridAtRest rest(*ui->vsflex);
@@ -49,6 +49,7 @@ void frmMain::ImportList(const std::string& path, const std::shared_ptr<Entries>
         if (outcome == EntryListOutcome::WrongColumns) ask("1009", MessageIcon::None);
         if (outcome == EntryListOutcome::WrongHeader) ask("1006", MessageIcon::None);
     });
+    if (!isRead && toGrid && !fileExists(path)) ask("1008", MessageIcon::Information);
     // Entries that came before a failure stay.
     if (toGrid && list == mApplication.Items && list->Count() > 0) setIsModified(true);
 }

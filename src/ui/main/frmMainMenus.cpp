@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include <QApplication>
+#include <QShortcut>
 
 #include "lang/Captions.h"
 #include "shell/frmAbout.h"
@@ -55,6 +56,9 @@ void frmMain::connectMenus() {
         if (ui->cmdStartReplacing->isEnabled()) cmdStartReplacing_Click();
     });
     connect(ui->mnuExit, &QAction::triggered, this, &frmMain::mnuExit_Click);
+    // A key is soon hit by mistake, and Exit would not ask.
+    connect(new QShortcut(Qt::CTRL | Qt::Key_Q, this), &QShortcut::activated, this,
+            [this] { close(); });
     connect(ui->mnuChangeLanguage, &QAction::triggered, this, &frmMain::mnuChangeLanguage_Click);
     connect(ui->mnuHelp1, &QAction::triggered, this, &frmMain::mnuHelp1_Click);
     connect(ui->mnuHomePage, &QAction::triggered, this, &frmMain::mnuHomePage_Click);

@@ -20,9 +20,8 @@ namespace {
 constexpr const char* kMessages = "global msg";
 constexpr const char* kTexts = "frmProcessingDocuments";
 
-std::string documentsText(std::int32_t changed, std::int32_t total) {
-    return filledIn(filledIn(GetLngString(kTexts, "101"), "%d", std::to_string(changed)), "%i",
-                    std::to_string(total));
+std::string withNumbers(const std::string& text, std::int32_t number, std::int32_t total) {
+    return filledIn(filledIn(text, "%d", std::to_string(number)), "%i", std::to_string(total));
 }
 
 // Controls and commands cannot be used as long as this lives; afterwards all is as it was.
@@ -115,6 +114,7 @@ void frmMain::carryOutRun() {
     processing().setDocumentText(GetLngString(kMessages, "1021"));
     if (!mFlags.isSearchOnly) processing().clearTrees();
     processing().setProgress(0, 0);
+    loadProgressTexts();
     const AtRest rest(*ui->centralwidget, commandsThatWait());
     WindowHost host(
         mServices.dialogs, *this, [this] { return mProcessing.data(); }, mAppTitle);
@@ -157,15 +157,14 @@ void frmMain::mExcelConnector_FileStatusChanged(const std::string& vFileName,
         window.AddChangedFiles(
             vFileName, vEntries,
             documentResult(vFileName, vCurFileCount, vEntries, mFlags, *mExcelConnector));
-        const std::string text = filledIn(GetLngString(kTexts, "lblDocChanged.caption"), "%d",
-                                          std::to_string(vCurFileCount));
         window.setDocumentText(
-            filledIn(filledIn(text, "%i", std::to_string(total)), "%s", vFileName));
+            filledIn(withNumbers(mProgressTexts.document, vCurFileCount, total), "%s", vFileName));
         showChanges(window);
         window.setProgress(vCurFileCount, total);
         if (total != 0 && window.progress() != window.progressMaximum()) return;
         RunReport& report = window.report();
-        window.setDocumentText(documentsText(report.changedFileCount, total));
+        window.setDocumentText(
+            withNumbers(GetLngString(kTexts, "101"), report.changedFileCount, total));
         window.setButtonText(GetLngString(kMessages, "1019"));
         report.mChangeCount = 0;
         window.isProcess = false;
@@ -173,13 +172,19 @@ void frmMain::mExcelConnector_FileStatusChanged(const std::string& vFileName,
     });
 }
 
-void frmMain::showChanges(frmProcessingDocuments& window) {
+// Once for all documents: every text is looked up in the language file anew.
+void frmMain::loadProgressTexts() {
     const bool isSearch = mFlags.isSearchOnly;
+    mProgressTexts.document = GetLngString(kTexts, "lblDocChanged.caption");
+    const std::string changes = GetLngString(kTexts, "lblChangesMade.caption");
+    const std::string what =
+        filledIn(changes, "%s", GetLngString(kTexts, isSearch ? "102" : "103"));
+    mProgressTexts.changes = filledIn(what, "%t", GetLngString(kTexts, isSearch ? "104" : "105"));
+}
+
+void frmMain::showChanges(frmProcessingDocuments& window) {
     const std::int32_t changes = std::max(window.report().mChangeCount, 0);
-    std::string text =
-        filledIn(GetLngString(kTexts, "lblChangesMade.caption"), "%d", std::to_string(changes));
-    text = filledIn(text, "%s", GetLngString(kTexts, isSearch ? "102" : "103"));
-    window.setChangesText(filledIn(text, "%t", GetLngString(kTexts, isSearch ? "104" : "105")));
+    window.setChangesText(filledIn(mProgressTexts.changes, "%d", std::to_string(changes)));
 }
 
 void frmMain::completeProcessForm() {
@@ -187,7 +192,7 @@ void frmMain::completeProcessForm() {
         frmProcessingDocuments& window = processing();
         window.setProgress(100, 100);
         showChanges(window);
-        window.setDocumentText(documentsText(0, 0));
+        window.setDocumentText(withNumbers(GetLngString(kTexts, "101"), 0, 0));
         if (mFlags.isSearchOnly) return;
         window.setWindowTitle(toQt(GetLngString(kTexts, "frmProcessingDocuments.caption")));
     });

@@ -107,15 +107,22 @@ void ResultsTree::keyPressEvent(QKeyEvent* event) {
         Q_EMIT returnPressed(currentIndex());
         return;
     }
+    // Qt knows only the menu key, which many keyboards lack.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
+        return requestMenuOfCurrent();
     QTreeView::keyPressEvent(event);
 }
 
 void ResultsTree::contextMenuEvent(QContextMenuEvent* event) {
-    const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-    const QModelIndex index = byKey ? currentIndex() : indexAt(event->pos());
+    if (event->reason() == QContextMenuEvent::Keyboard) return requestMenuOfCurrent();
+    const QModelIndex index = indexAt(event->pos());
+    if (index.isValid()) Q_EMIT menuRequested(index, event->globalPos());
+}
+
+void ResultsTree::requestMenuOfCurrent() {
+    const QModelIndex index = currentIndex();
     if (!index.isValid()) return;
-    const QPoint at = byKey ? visualRect(index).center() : event->pos();
-    Q_EMIT menuRequested(index, viewport()->mapToGlobal(at));
+    Q_EMIT menuRequested(index, viewport()->mapToGlobal(visualRect(index).center()));
 }
 
 }  // namespace brindle

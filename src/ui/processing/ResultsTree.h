@@ -36,6 +36,7 @@ protected:
 private:
     void showNewRows();
     void fitColumn();
+    void requestMenuOfCurrent();
 
     QTimer mPause;           // after rows were laid out; what comes meanwhile waits for its end
     int mFirstWaiting = -1;  // the first row that is not laid out yet; -1: none

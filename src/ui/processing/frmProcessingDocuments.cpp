@@ -45,6 +45,10 @@ frmProcessingDocuments::frmProcessingDocuments(Services& services, RunFlags& fla
       mMenu(this) {
     setAttribute(Qt::WA_DeleteOnClose);
     ui->setupUi(this);
+    // Where there is no such font, that of the desktop; the size is always that of the desktop.
+    QFont tahoma;
+    tahoma.setFamilies(QStringList("Tahoma") + font().families());
+    setFont(tahoma);
     mReport.leavesNotChanged = [this](const RunReport::Document& document) {
         mNotChanged.remove(document);
         countRefusals(document, -1);
@@ -185,7 +189,10 @@ void frmProcessingDocuments::setChangesText(const std::string& text) {
 
 void frmProcessingDocuments::setProgress(int value, int maximum) {
     if (maximum >= 1) ui->pgbar1->setMaximum(maximum);
+    // Otherwise it paints at once, and with it all that waits to be painted.
+    ui->pgbar1->setUpdatesEnabled(false);
     ui->pgbar1->setValue(std::min(value, ui->pgbar1->maximum()));
+    ui->pgbar1->setUpdatesEnabled(true);
 }
 
 int frmProcessingDocuments::progress() const {

@@ -16,7 +16,10 @@ namespace {
 constexpr std::size_t kNeighbourhood = 256 * 1024;  // read around a field that is changed
 constexpr std::size_t kLongestSheetName = 31;
 
-CellValue valueOf(const EnteredCell& entered) {
+// What a field would become in a cell. One that would be a formula keeps the text it has: "-b"
+// stands for itself in a list, not for the formula "=-b".
+CellValue valueOf(std::string_view field, const EntryContext& context) {
+    const EnteredCell entered = recogniseEntry(field, context);
     CellValue value;
     value.text = entered.text;
     value.number = entered.number;
@@ -33,6 +36,7 @@ CellValue valueOf(const EnteredCell& entered) {
             break;
         case EnteredCell::Kind::Formula:
             value.kind = CellValue::Kind::Formula;
+            value.text = field;
             break;
         case EnteredCell::Kind::Boolean:
             value.kind = CellValue::Kind::Boolean;
@@ -265,10 +269,10 @@ CellValue TextSheet::cellValue(CellPosition position) {
     context.currentYear = mOptions->currentYear;
     const auto known = std::lower_bound(mFields.begin(), mFields.end(), position, isBefore);
     if (known != mFields.end() && known->position == position && known->edit != 0) {
-        return valueOf(recogniseEntry(editedText(*known), context));
+        return valueOf(editedText(*known), context);
     }
     if (!moveCursorTo(position)) return {};
-    return valueOf(recogniseEntry(mCursor->text(), context));
+    return valueOf(mCursor->text(), context);
 }
 
 CellRange TextSheet::usedRange() {

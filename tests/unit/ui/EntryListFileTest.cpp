@@ -38,6 +38,7 @@ TEST(EntryListFile, ReadsRowsByTheirRules) {
         {"red,blue,2.5,,", {"Item-2|red|blue|2|-|-"}},
         {"red,blue,6.2,,", {"Item-2|red|blue|0|-|-"}},
         {"007,true,1,,", {"Item-2|7|True|1|-|-"}},
+        {"-b,+a,0,,\r\n=x,@y,0,,", {"Item-2|-b|+a|0|-|-", "Item-3|=x|@y|0|-|-"}},
         {R"(" a,""b""",x,3,,)", {R"(Item-2| a,"b"|x|3|-|-)"}},
         {"  ,x,1,True,True", {}},
         {",x,1,True,True\r\nred,blue,1,,", {"Item-3|red|blue|1|-|-"}},
