@@ -58,7 +58,7 @@ private:
             if (index < counts.size()) ++counts[index];
         };
         for (const auto& sheet : mSheets) {
-            for (const Candidate& candidate : sheet->index().candidates().all()) {
+            for (const Candidate& candidate : sheet->candidates().all()) {
                 count(candidate.sharedString);
             }
         }

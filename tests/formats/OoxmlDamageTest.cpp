@@ -9,6 +9,7 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "support/CellRuns.h"
+#include "support/Noise.h"
 #include "support/TempDir.h"
 #include "support/Thrown.h"
 #include "support/WorkbookBuilder.h"
@@ -132,6 +133,25 @@ TEST(OoxmlDamage, SurvivesDamagedParts) {
         survives(fullBook().withoutPart(name).write(dir));
     }
     EXPECT_GT(opened, 0);
+}
+
+// Neither what an earlier pass found nor half of this one is taken for its result.
+TEST(OoxmlDamage, FailsAgainUntilAPassSucceeds) {
+    const TempDir dir;
+    WorkbookBuilder book;
+    book.row(R"(<c r="A1" t="str"><v>red</v></c><c r="B1" t="str"><v>green</v></c>)");
+    book.part("xl/media/image.png", noise(2 << 20));  // small files stand in memory
+    const std::string path = book.write(dir);
+    const std::string whole = dir.read("book.xlsx");
+    const auto document = openDocument(path, {});
+    Worksheet& sheet = document->worksheet(0);
+    sheet.replaceInCell(cell("A1"), part("red"), "blue");
+    dir.write("book.xlsx", "");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(thrownBy([&] { sheet.findCell(part("e"), {}); }).has_value());
+    }
+    dir.write("book.xlsx", whole);
+    EXPECT_EQ(found(sheet, part("e")), (std::vector{cell("B1"), cell("A1")}));
 }
 
 TEST(OoxmlDamage, SaysWhatIsWrong) {

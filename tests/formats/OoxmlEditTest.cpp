@@ -346,6 +346,9 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
     odd.rawSheet("<x:worksheet xmlns:x=\"" + ns + "\"><x:sheetData><row xmlns=\"" + ns +
                  R"("><c r="A1" t="str"><v>x</v></c></row></x:sheetData></x:worksheet>)");
     WorkbookBuilder locked;
+    WorkbookBuilder lockedArray;
+    const std::string isLocked =
+        "The cell or chart that you are trying to change is protected and therefore read-only";
     const struct {
         const char* name;
         WorkbookBuilder book;
@@ -360,8 +363,8 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
          "You cannot change part of an array"},
         {"data table", oneRow(table), "B1", part("TABLE"), "X",
          "Cannot change part of a data table"},
-        {"protected", locked.row(a1(text("x")), kProtection), "A1", part("x"), "y",
-         "The cell or chart that you are trying to change is protected and therefore read-only"},
+        {"protected", locked.row(a1(text("x")), kProtection), "A1", part("x"), "y", isLocked},
+        {"protected array", lockedArray.row(array, kProtection), "B1", part("C1"), "E1", isLocked},
         {"signed", signedBook(), "A1", part("x"), "y", "The workbook is signed"},
         {"no formula", oneRow(formula), "A1", part(")"), "", isWrong},
         {"no formula, from a text", oneText("x1+"), "A1", part("x"), "=", isWrong},

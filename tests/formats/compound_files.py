@@ -244,13 +244,14 @@ def too_late(*_):
 
 def seen_in_time(path):
     """Broken files lead olefile into exceptions of every kind, and into endless work."""
-    signal.alarm(20)
     try:
-        return Seen(path)
-    except (Exception, MemoryError):
+        signal.alarm(20)
+        try:
+            return Seen(path)
+        finally:
+            signal.alarm(0)  # which the alarm may still precede
+    except Exception:
         return None
-    finally:
-        signal.alarm(0)
 
 
 def str_of(clsid):

@@ -19,29 +19,47 @@ namespace brindle::workbook::ooxml {
 // What a cell holds, in the form in which it is changed and written.
 struct CellContent {
     EnteredCell::Kind kind = EnteredCell::Kind::Blank;
+    std::uint32_t style = 0;
     SharedText text;             // as the edit line shows it
     SharedText item;             // Text: content of an si or is element
-    bool isInline = false;       // Text: written into the cell, not into the shared strings
     std::string formula;         // Formula: as stored, not escaped
     std::string arrayReference;  // Formula: of an array formula in this one cell
     double number = 0;
     bool boolean = false;
-    std::uint32_t style = 0;
+    bool isInline = false;  // Text: written into the cell, not into the shared strings
+    // In the file alone: something else in a cell of numbers, which a search knows by halves only;
+    // the shared formula that the cell has, and whether it has its text.
+    bool isNoNumber = false;
+    bool isSharedMaster = false;
+    std::optional<std::uint32_t> sharedFormula;
 };
 
 struct CellEdit {
+    CellEdit(const Candidate& place, const CellContent& old)
+        : cell(place),
+          oldText(old.text),
+          oldKind(old.kind),
+          oldSharedFormula(old.sharedFormula),
+          wasSharedMaster(old.isSharedMaster) {}
+
     Candidate cell;  // where it stands in the file
     SharedText oldText;
-    EnteredCell::Kind oldKind = EnteredCell::Kind::Blank;
+    EnteredCell::Kind oldKind;
     std::optional<std::uint32_t> oldSharedFormula;
-    bool wasSharedMaster = false;
+    bool wasSharedMaster;
     CellContent content;
     // Set when saving: the shared string that the content became; none when the string itself
     // was changed and the cell stays as it is.
     std::uint32_t sharedString = Candidate::kNoString;
     bool isInPlace = false;
 
-    // For StringPlacement.
+    // For EditedWorksheet and StringPlacement.
+    bool isBack() const {
+        return content.kind == oldKind && content.text == oldText && keepsFormat();
+    }
+    void shareTexts(TextPool& pool) {
+        for (SharedText* text : {&oldText, &content.text, &content.item}) pool.share(*text);
+    }
     bool isSharedText() const {
         return content.kind == EnteredCell::Kind::Text && !content.isInline;
     }

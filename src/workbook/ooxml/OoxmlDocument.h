@@ -38,7 +38,9 @@ public:
     // The text that `formula` on the sheet `home` shows when it refers to one cell that was
     // changed and holds a text.
     std::optional<std::string> changedCellText(const std::string& formula,
-                                               const OoxmlWorksheet& home) const;
+                                               const OoxmlWorksheet& home) const {
+        return workbook::changedCellText(formula, mWorksheets, home);
+    }
 
 private:
     const InputFile& file() const override { return mPackage.file(); }

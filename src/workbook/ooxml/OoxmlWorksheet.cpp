@@ -10,6 +10,7 @@
 #include "workbook/ooxml/IsoDate.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
+#include "workbook/ooxml/SheetIndex.h"
 #include "workbook/ooxml/SheetWriter.h"
 #include "workbook/ooxml/Xstring.h"
 #include "workbook/package/XmlScanner.h"
@@ -20,17 +21,7 @@ using package::XmlScanner;
 using package::XmlToken;
 
 OoxmlWorksheet::OoxmlWorksheet(OoxmlDocument& document, const SheetEntry& entry)
-    : mDocument(document), mEntry(entry) {}
-
-bool OoxmlWorksheet::isIndexed() const {
-    return mIndex && mIndexGeneration == mDocument.generation();
-}
-
-SheetIndex& OoxmlWorksheet::indexFor(const CellMatch& match) {
-    mDocument.patternsFor(match);
-    if (!isIndexed()) buildIndex();
-    return *mIndex;
-}
+    : EditedWorksheet(document), mDocument(document), mEntry(entry) {}
 
 namespace {
 
@@ -53,39 +44,14 @@ void checkNoCellTwice(const package::ZipArchive& archive, std::size_t member) {
 
 }  // namespace
 
-void OoxmlWorksheet::buildIndex() {
-    const PatternSet& patterns = mDocument.patterns();
+CandidateList OoxmlWorksheet::readCandidates(const PatternSet& patterns) {
     mTexts = std::make_unique<CellTexts>(mDocument.texts());
-    mIndex = std::make_unique<SheetIndex>(*mTexts, patterns);
-    mIndexGeneration = mDocument.generation();
+    SheetIndex index(*mTexts, patterns);
     const Package& package = mDocument.package();
     const std::size_t member = package.memberOf(mEntry.partName);
-    try {
-        mFrame = scanSheet(package.archive(), member, *mIndex, [this] { mIndex->restart(); });
-        if (!mIndex->isOrdered()) checkNoCellTwice(package.archive(), member);
-    } catch (...) {
-        mIndex.reset();
-        throw;
-    }
-    mIndex->finish();
-    for (const auto& [position, edit] : mEdits) {
-        mIndex->candidates().setMask(edit.cell, patterns.matching(edit.content.text.str()));
-    }
-}
-
-std::optional<CellPosition> OoxmlWorksheet::findCell(const CellMatch& match, CellPosition after) {
-    SheetIndex& index = indexFor(match);
-    const Candidate* found = index.candidates().findBehind(
-        after, mDocument.patterns().bitOf(match),
-        [&](const Candidate& candidate) { return match.matches(currentText(candidate)); });
-    if (!found) return std::nullopt;
-    return found->position;
-}
-
-std::string OoxmlWorksheet::currentText(const Candidate& candidate) {
-    const auto edit = mEdits.find(candidate.position);
-    if (edit != mEdits.end()) return edit->second.content.text.str();
-    return stateInFile(candidate).content.text.str();
+    mFrame = scanSheet(package.archive(), member, index, [&index] { index.restart(); });
+    if (!index.isOrdered()) checkNoCellTwice(package.archive(), member);
+    return index.finish();
 }
 
 std::string_view OoxmlWorksheet::part() {
@@ -135,16 +101,6 @@ void OoxmlWorksheet::withScanned(const Candidate& candidate, const Use& use) {
     if (!isTold) throw Error::refused("The cell is written in a form that cannot be changed");
 }
 
-OoxmlWorksheet::State OoxmlWorksheet::stateOf(const Candidate& candidate) {
-    const auto edit = mEdits.find(candidate.position);
-    if (edit == mEdits.end()) return stateInFile(candidate);
-    State state;
-    state.content = edit->second.content;
-    state.sharedFormula = edit->second.oldSharedFormula;
-    state.isSharedMaster = edit->second.wasSharedMaster;
-    return state;
-}
-
 namespace {
 
 bool holdsNumber(const ScannedCell& cell, bool date1904) {
@@ -154,9 +110,8 @@ bool holdsNumber(const ScannedCell& cell, bool date1904) {
 
 }  // namespace
 
-OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
-    State state;
-    CellContent& content = state.content;
+CellContent OoxmlWorksheet::contentInFile(const Candidate& candidate) {
+    CellContent content;
     content.style = candidate.style;
     SharedStrings& strings = mDocument.texts().strings;
     if (candidate.sharedString != Candidate::kNoString) {
@@ -164,20 +119,20 @@ OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
         content.kind = EnteredCell::Kind::Text;
         content.text = item.text();
         content.item = item.content();
-        return state;
+        return content;
     }
     withScanned(candidate, [&](const ScannedCell& cell) {
         content.text = mTexts->textOf(cell);
-        state.sharedFormula = cell.hasFormula ? sharedFormulaIndex(cell) : std::nullopt;
-        state.isSharedMaster = state.sharedFormula && !cell.formula.empty() &&
-                               mTexts->sharedMaster(*state.sharedFormula) == cell.position;
+        content.sharedFormula = cell.hasFormula ? sharedFormulaIndex(cell) : std::nullopt;
+        content.isSharedMaster = content.sharedFormula && !cell.formula.empty() &&
+                                 mTexts->sharedMaster(*content.sharedFormula) == cell.position;
         if (cell.hasFormula) {
             content.kind = EnteredCell::Kind::Formula;
             if (!cell.formula.empty()) {
                 content.formula = package::xmlText(cell.formula);
-            } else if (state.sharedFormula) {
+            } else if (content.sharedFormula) {
                 content.formula =
-                    mTexts->sharedFormulaAt(*state.sharedFormula, cell.position).value_or("");
+                    mTexts->sharedFormulaAt(*content.sharedFormula, cell.position).value_or("");
             }
             if (rawAttribute(cell.formulaAttributes, "t") == "array") {
                 content.arrayReference = rawAttribute(cell.formulaAttributes, "ref");
@@ -198,10 +153,10 @@ OoxmlWorksheet::State OoxmlWorksheet::stateInFile(const Candidate& candidate) {
             content.kind = EnteredCell::Kind::Error;
         } else {
             content.kind = EnteredCell::Kind::Number;
-            state.isNoNumber = !holdsNumber(cell, mDocument.texts().date1904);
+            content.isNoNumber = !holdsNumber(cell, mDocument.texts().date1904);
         }
     });
-    return state;
+    return content;
 }
 
 const SheetFrame& OoxmlWorksheet::frame() {
@@ -213,7 +168,7 @@ const SheetFrame& OoxmlWorksheet::frame() {
 }
 
 void OoxmlWorksheet::readFrame() {
-    if (mIsFrameRead) return;
+    if (mTables) return;
     std::set<std::string> tables;  // each once, however often it is named
     XmlScanner scanner(frame().text);
     for (XmlToken token = scanner.next(); token != XmlToken::EndOfInput; token = scanner.next()) {
@@ -227,28 +182,27 @@ void OoxmlWorksheet::readFrame() {
         }
     }
     mTables = std::make_unique<TableParts>(mDocument.package(), tables);
-    mIsFrameRead = true;
 }
 
-std::vector<CellEdit*> OoxmlWorksheet::edits() {
-    std::vector<CellEdit*> list;
-    for (auto& [position, edit] : mEdits) list.push_back(&edit);
-    return list;
+bool OoxmlWorksheet::isProtected() {
+    readFrame();
+    return mIsProtected;
 }
 
-bool OoxmlWorksheet::isChanged() const {
-    return !mEdits.empty() || (mLinks && mLinks->isChanged()) || (mPages && mPages->isChanged());
+TableParts& OoxmlWorksheet::tables() {
+    readFrame();
+    return *mTables;
 }
 
 void OoxmlWorksheet::changePart(Package& package) {
     std::vector<Splice> splices;
-    if (mLinks) splices = mLinks->changes().sheet;
-    if (mPages) {
-        for (Splice& splice : mPages->splices()) splices.push_back(std::move(splice));
+    if (knownLinks()) splices = knownLinks()->changes().sheet;
+    if (knownPages()) {
+        for (Splice& splice : knownPages()->splices()) splices.push_back(std::move(splice));
     }
     std::vector<const CellEdit*> written;
-    for (const auto& [position, edit] : mEdits) {
-        if (!edit.isInPlace) written.push_back(&edit);
+    for (const CellEdit* edit : edits()) {
+        if (!edit->isInPlace) written.push_back(edit);
     }
     if (splices.empty() && written.empty()) return;
     const std::string_view text = part();
@@ -268,8 +222,8 @@ void OoxmlWorksheet::changePart(Package& package) {
 std::map<std::string, std::string> OoxmlWorksheet::changedPartsBeside() const {
     std::map<std::string, std::string> parts;
     if (mTables) parts = mTables->changedParts();
-    if (!mLinks) return parts;
-    const RelationshipChanges changes = mLinks->changes().relationships;
+    if (!knownLinks()) return parts;
+    const RelationshipChanges changes = knownLinks()->changes().relationships;
     if (!changes.isEmpty()) {
         const std::string name = relationshipPartName(mEntry.partName);
         parts[name] = changedRelationships(mDocument.package().read(name).view(), changes);

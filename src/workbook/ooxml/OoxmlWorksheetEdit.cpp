@@ -14,64 +14,40 @@ namespace brindle::workbook::ooxml {
 
 using Kind = EnteredCell::Kind;
 
-void OoxmlWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
-                                   std::string_view replacement) {
-    SheetIndex& index = indexFor(match);
-    const Candidate* found = index.candidates().find(position);
-    if (!found) return;
-    const Candidate cell = *found;
-    try {
-        const State state = stateOf(cell);
-        const std::string& text = state.content.text.str();
-        const std::vector<TextSpan> spans = match.spans(text);
-        if (spans.empty()) return;
-        std::string newText = replaceSpans(text, spans, replacement);
-        if (newText == text) return;
-        checkMayChange(cell);
-        if (state.isNoNumber) throw Error::refused("The cell should hold a number, but does not");
-        keep(cell, state, entered(state, cell, match, replacement, std::move(newText)));
-    } catch (Error& error) {
-        throw error.inMember(mEntry.name).inCell(cellName(position));
-    }
+bool OoxmlWorksheet::isLocked(const Candidate& cell, const CellContent&) {
+    return mDocument.texts().styles.style(cell.style).locked;
 }
 
-void OoxmlWorksheet::checkMayChange(const Candidate& cell) {
-    mDocument.checkMayChange();
-    readFrame();
-    if (mIsProtected && mDocument.texts().styles.style(cell.style).locked) {
-        throw Error::refused(
-            "The cell or chart that you are trying to change is protected and therefore read-only");
-    }
+void OoxmlWorksheet::checkForm(const Candidate& cell, const CellContent& content) {
     if (const FormulaBlock* block = mTexts->blockAt(cell.position)) {
         throw Error::refused(block->isDataTable ? "Cannot change part of a data table"
                                                 : "You cannot change part of an array");
     }
+    if (content.isNoNumber) throw Error::refused("The cell should hold a number, but does not");
 }
 
-CellContent OoxmlWorksheet::entered(const State& state, const Candidate& cell,
+CellContent OoxmlWorksheet::entered(const Candidate& cell, const CellContent& old,
                                     const CellMatch& match, std::string_view replacement,
                                     std::string newText) {
-    const bool isHeader = mTables->isHeaderCell(cell.position);
+    const bool isHeader = tables().isHeaderCell(cell.position);
     StyleSheet& styles = mDocument.texts().styles;
     CellContent content;
     CellReplacement entry;
-    entry.style = styles.style(state.content.style);
-    entry.wasFormula = state.content.kind == Kind::Formula;
+    entry.style = styles.style(old.style);
+    entry.wasFormula = old.kind == Kind::Formula;
     entry.staysText = isHeader;
     entry.date1904 = mDocument.texts().date1904;
     entry.currentYear = mDocument.options().currentYear;
-    entry.keepFormula = [&](const std::string& formula) {
-        content = enteredFormula(state, formula);
-    };
+    entry.keepFormula = [&](const std::string& formula) { content = enteredFormula(old, formula); };
     const EnteredCell result = entry.enter(newText);
     if (result.kind == Kind::Formula) return content;
-    if (result.kind == Kind::Text) content = enteredText(state, match, replacement, newText);
+    if (result.kind == Kind::Text) content = enteredText(old, match, replacement, newText);
     // Last of what may refuse, so that a refused cell keeps its column's name.
-    if (isHeader) mTables->rename(cell.position, newText);
+    if (isHeader) tables().rename(cell.position, newText);
     if (result.kind == Kind::Text) return content;
 
     content.kind = result.kind;
-    content.style = state.content.style;
+    content.style = old.style;
     if (!result.formatCode.empty()) {
         content.style = styles.withFormat(content.style, result.formatCode);
     }
@@ -108,17 +84,16 @@ void checkTableColumns(const formula::Formula& formula, const CellContent& old) 
 
 }  // namespace
 
-CellContent OoxmlWorksheet::enteredFormula(const State& state, const std::string& newText) {
+CellContent OoxmlWorksheet::enteredFormula(const CellContent& old, const std::string& newText) {
     const auto formula = formula::Formula::parse(std::string_view(newText).substr(1));
     for (const std::string& name : formula.sheetNames()) checkSheets(name);
-    checkTableColumns(formula, state.content);
+    checkTableColumns(formula, old);
     const std::string shown = formula.print();
     CellContent content;
     content.kind = Kind::Formula;
-    content.style = state.content.style;
-    content.arrayReference = state.content.arrayReference;
-    content.formula =
-        formula::storedText(shown, state.content.formula, mDocument.texts().externalBooks);
+    content.style = old.style;
+    content.arrayReference = old.arrayReference;
+    content.formula = formula::storedText(shown, old.formula, mDocument.texts().externalBooks);
     // What the part cannot hold is refused here, not when the document is saved.
     static_cast<void>(package::xmlEscaped(content.formula));
     content.text = "=" + shown;
@@ -134,44 +109,22 @@ void OoxmlWorksheet::checkSheets(const std::string& name) const {
     if (!isKnown) throw Error::refused("The formula you typed contains an error");
 }
 
-CellContent OoxmlWorksheet::enteredText(const State& state, const CellMatch& match,
+CellContent OoxmlWorksheet::enteredText(const CellContent& old, const CellMatch& match,
                                         std::string_view replacement, std::string newText) {
     SharedStrings& strings = mDocument.texts().strings;
     CellContent content;
     content.kind = Kind::Text;
-    content.style = state.content.style;
-    content.isInline = state.content.isInline || !strings.exists();
+    content.style = old.style;
+    content.isInline = old.isInline || !strings.exists();
     const FragmentContext& context = content.isInline ? mTexts->context() : strings.context();
-    if (state.content.kind == Kind::Text) {
-        const RichText old(context, state.content.item.str());
-        content.item = old.replaced(match.spans(old.text()), replacement);
+    if (old.kind == Kind::Text) {
+        const RichText item(context, old.item.str());
+        content.item = item.replaced(match.spans(item.text()), replacement);
     } else {
         content.item = RichText::plain(context, newText);
     }
     content.text = std::move(newText);
     return content;
-}
-
-void OoxmlWorksheet::keep(const Candidate& cell, const State& state, CellContent content) {
-    const PatternMask mask = mDocument.patterns().matching(content.text.str());
-    const auto [known, isNew] = mEdits.try_emplace(cell.position);
-    CellEdit& edit = known->second;
-    if (isNew) {
-        edit.cell = cell;
-        edit.oldText = state.content.text;
-        edit.oldKind = state.content.kind;
-        edit.oldSharedFormula = state.sharedFormula;
-        edit.wasSharedMaster = state.isSharedMaster;
-    }
-    const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
-                        content.style == edit.cell.style;
-    edit.content = std::move(content);
-    TextPool& pool = mDocument.editTexts();
-    for (SharedText* text : {&edit.oldText, &edit.content.text, &edit.content.item}) {
-        pool.share(*text);
-    }
-    mIndex->candidates().setMask(edit.cell, mask);
-    if (isBack) mEdits.erase(known);
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -1,25 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The half of OoxmlWorksheet that is about hyperlinks, page headers and page footers.
+// The half of OoxmlWorksheet that is no cell: hyperlinks, page headers and footers, shapes.
 #include <algorithm>
 
-#include "base/Error.h"
 #include "workbook/ooxml/OoxmlDocument.h"
 #include "workbook/ooxml/OoxmlNames.h"
 #include "workbook/ooxml/OoxmlWorksheet.h"
 
 namespace brindle::workbook::ooxml {
 
-Hyperlinks& OoxmlWorksheet::links() {
-    if (!mLinks) {
-        const auto& relationships = mDocument.package().relationships(mEntry.partName);
-        mLinks = std::make_unique<Hyperlinks>(frame().text, relationships);
-    }
-    return *mLinks;
-}
-
-HeaderFooter& OoxmlWorksheet::pages() {
-    if (!mPages) mPages = std::make_unique<HeaderFooter>(frame().text);
-    return *mPages;
+std::unique_ptr<Hyperlinks> OoxmlWorksheet::readLinks() {
+    const auto& relationships = mDocument.package().relationships(mEntry.partName);
+    return std::make_unique<Hyperlinks>(frame().text, relationships);
 }
 
 // Most sheets have no address anywhere, and a look at the relationships is much cheaper than one
@@ -29,38 +20,18 @@ std::size_t OoxmlWorksheet::hyperlinkCount() {
     const bool hasAddresses = std::any_of(
         relationships.begin(), relationships.end(),
         [](const Relationship& one) { return one.isExternal && one.hasType(kHyperlinkType); });
-    return hasAddresses ? links().count() : 0;
+    return hasAddresses ? EditedWorksheet::hyperlinkCount() : 0;
 }
 
-std::string OoxmlWorksheet::hyperlinkAddress(std::size_t index) {
-    return links().address(index);
+std::unique_ptr<HeaderFooter> OoxmlWorksheet::readPages() {
+    return std::make_unique<HeaderFooter>(frame().text);
 }
 
-void OoxmlWorksheet::setHyperlinkAddress(std::size_t index, std::string_view address) {
-    if (links().address(index) == address) return;
-    mDocument.checkMayChange();
-    readFrame();
-    if (mIsProtected) {
-        throw Error::refused(
-            "The cell or chart that you are trying to change is protected and therefore read-only");
-    }
-    links().setAddress(index, address);
-}
-
-bool OoxmlWorksheet::usesPages(PageKind kind) {
-    return pages().usesPages(kind);
-}
-
-std::string OoxmlWorksheet::pageSection(PageKind kind, PageSection section) {
-    return pages().section(kind, section);
-}
-
-void OoxmlWorksheet::setPageSection(PageKind kind, PageSection section, std::string_view text) {
-    if (pages().section(kind, section) == text) return;
-    mDocument.checkMayChange();
-    readFrame();
-    if (mIsProtected) throw cannotSet(section, "the sheet is protected");
-    pages().setSection(kind, section, text);
+std::unique_ptr<SheetShapes> OoxmlWorksheet::readShapes() {
+    if (!SheetShapes::mayExist(mDocument.package(), mEntry.partName)) return nullptr;
+    return std::make_unique<SheetShapes>(
+        mDocument.package(), mEntry.partName, frame().text, mDocument.drawings(),
+        [this](const std::string& formula) { return mDocument.changedCellText(formula, *this); });
 }
 
 }  // namespace brindle::workbook::ooxml

@@ -54,24 +54,13 @@ private:
 
 }  // namespace
 
-void OoxmlWorksheet::readValues() {
-    if (mValues) return;
-    mValues.emplace();
+std::map<CellPosition, CellValue> OoxmlWorksheet::readValues() {
+    std::map<CellPosition, CellValue> values;
     const Package& package = mDocument.package();
-    ValueCollector collector(mDocument.texts(), *mValues);
+    ValueCollector collector(mDocument.texts(), values);
     scanSheet(package.archive(), package.memberOf(mEntry.partName), collector,
-              [this] { mValues->clear(); });
-}
-
-CellValue OoxmlWorksheet::cellValue(CellPosition position) {
-    readValues();
-    const auto value = mValues->find(position);
-    return value == mValues->end() ? CellValue() : value->second;
-}
-
-CellRange OoxmlWorksheet::usedRange() {
-    readValues();
-    return rangeOf(*mValues);
+              [&values] { values.clear(); });
+    return values;
 }
 
 }  // namespace brindle::workbook::ooxml

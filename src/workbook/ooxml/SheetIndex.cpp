@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "workbook/ooxml/SheetIndex.h"
 
+#include <utility>
+
 namespace brindle::workbook::ooxml {
 
 void SheetIndex::cell(const ScannedCell& cell) {
@@ -34,8 +36,9 @@ void SheetIndex::restart() {
     mIsOrdered = true;
 }
 
-void SheetIndex::finish() {
+CandidateList SheetIndex::finish() {
     mCandidates.finish(mIsOrdered);
+    return std::move(mCandidates);
 }
 
 }  // namespace brindle::workbook::ooxml

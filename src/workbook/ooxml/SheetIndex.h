@@ -17,13 +17,10 @@ public:
     void cell(const ScannedCell& cell) override;
     // Forgets everything, for a scan that begins anew.
     void restart();
-    // To be called after the last cell: puts odd files into row order.
-    void finish();
+    // To be called after the last cell. They stand in row order, also of odd files.
+    CandidateList finish();
     // Whether every cell stood behind the one before it, in row order.
     bool isOrdered() const { return mIsOrdered; }
-
-    CandidateList& candidates() { return mCandidates; }
-    const CandidateList& candidates() const { return mCandidates; }
 
 private:
     CellTexts& mTexts;

@@ -38,13 +38,25 @@ struct CellContent {
 };
 
 struct CellEdit {
+    CellEdit(const Candidate& place, const CellContent& old)
+        : cell(place), oldText(old.text), oldKind(old.kind) {}
+
     Candidate cell;  // where it stands in the file
     SharedText oldText;
-    EnteredCell::Kind oldKind = EnteredCell::Kind::Blank;
+    EnteredCell::Kind oldKind;
     CellContent content;
     // Set when saving: the shared string that the content became.
     std::uint32_t sharedString = Candidate::kNoString;
     bool isInPlace = false;  // the string itself was changed and the cell stays as it is
+
+    // For EditedWorksheet.
+    bool isBack() const {
+        return content.kind == oldKind && content.text == oldText && keepsFormat();
+    }
+    void shareTexts(TextPool& pool) {
+        content.item.text.clear();
+        for (SharedText* text : {&oldText, &content.text}) pool.share(*text);
+    }
 
     // For StringPlacement; in BIFF8 alone.
     bool isSharedText() const { return content.kind == EnteredCell::Kind::Text; }

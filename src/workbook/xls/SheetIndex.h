@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "workbook/CandidateList.h"
 #include "workbook/PatternSet.h"
@@ -17,9 +18,8 @@ public:
     SheetIndex(const WorkbookTexts& workbook, std::size_t sheetOffset, CellTexts& texts,
                const PatternSet& patterns);
 
-    // They begin where their records do.
-    CandidateList& candidates() { return mCandidates; }
-    const CandidateList& candidates() const { return mCandidates; }
+    // They begin where their records do. To be called once.
+    CandidateList takeCandidates() { return std::move(mCandidates); }
     bool hasFormulas() const { return mHasFormulas; }
 
 private:

@@ -5,7 +5,6 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "workbook/formula/SingleCell.h"
 #include "workbook/StringPlacement.h"
 #include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/Protection.h"
@@ -67,15 +66,7 @@ void XlsDocument::checkText(const StringItem& item) const {
 std::optional<std::string> XlsDocument::changedCellText(const FormulaTokens& formula,
                                                         XlsWorksheet& home) {
     const auto shown = home.shownFormula(formula);
-    const auto cell = shown ? formula::singleCell(*shown) : std::nullopt;
-    if (!cell) return std::nullopt;
-    if (cell->sheet.empty()) return home.changedText(cell->position);
-    for (const auto& sheet : mWorksheets) {
-        if (text::equals(sheet->name(), cell->sheet, CaseMode::Folded)) {
-            return sheet->changedText(cell->position);
-        }
-    }
-    return std::nullopt;
+    return shown ? workbook::changedCellText(*shown, mWorksheets, home) : std::nullopt;
 }
 
 WorkbookProperties& XlsDocument::properties() {

@@ -7,6 +7,7 @@
 #include "workbook/xls/biff/SheetRecords.h"
 #include "workbook/xls/CellLabel.h"
 #include "workbook/xls/CellWriter.h"
+#include "workbook/xls/SheetIndex.h"
 #include "workbook/xls/XlsDocument.h"
 
 namespace brindle::workbook::xls {
@@ -14,56 +15,34 @@ namespace brindle::workbook::xls {
 using Kind = EnteredCell::Kind;
 
 XlsWorksheet::XlsWorksheet(XlsDocument& document, const SheetEntry& entry)
-    : mDocument(document), mEntry(entry) {}
+    : EditedWorksheet(document), mDocument(document), mEntry(entry) {}
 
-bool XlsWorksheet::isIndexed() const {
-    return mIndex && mIndexGeneration == mDocument.generation();
-}
-
-SheetIndex& XlsWorksheet::indexFor(const CellMatch& match) {
-    mDocument.patternsFor(match);
-    if (!isIndexed()) buildIndex();
-    return *mIndex;
-}
-
-LinkTable& XlsWorksheet::links() {
+LinkTable& XlsWorksheet::linkTable() {
     if (mDocument.globals().version() != Version::Biff5) return mDocument.globals().links();
     if (!mOwnLinks) mOwnLinks = mDocument.globals().linksOf(mDocument.texts().stream, mEntry);
     return *mOwnLinks;
 }
 
 CellTexts& XlsWorksheet::cellTexts() {
-    if (!mTexts) mTexts = std::make_unique<CellTexts>(mDocument.texts(), links(), mEntry.offset);
+    if (!mTexts) {
+        mTexts = std::make_unique<CellTexts>(mDocument.texts(), linkTable(), mEntry.offset);
+    }
     return *mTexts;
 }
 
-void XlsWorksheet::buildIndex() {
-    const PatternSet& patterns = mDocument.patterns();
+CandidateList XlsWorksheet::readCandidates(const PatternSet& patterns) {
     CellTexts& texts = cellTexts();
-    mIndex.reset();
+    mHasFormulas = false;
     try {
-        mIndex = std::make_unique<SheetIndex>(mDocument.texts(), mEntry.offset, texts, patterns);
+        SheetIndex index(mDocument.texts(), mEntry.offset, texts, patterns);
+        mHasFormulas = index.hasFormulas();
+        return index.takeCandidates();
     } catch (Error& error) {
         throw error.inMember(mEntry.name);
     }
-    mIndexGeneration = mDocument.generation();
-    for (const auto& [position, edit] : mEdits) {
-        mIndex->candidates().setMask(edit.cell, patterns.matching(edit.content.text.str()));
-    }
 }
 
-std::optional<CellPosition> XlsWorksheet::findCell(const CellMatch& match, CellPosition after) {
-    SheetIndex& index = indexFor(match);
-    const Candidate* found = index.candidates().findBehind(
-        after, mDocument.patterns().bitOf(match),
-        [&](const Candidate& candidate) { return match.matches(currentText(candidate)); });
-    if (!found) return std::nullopt;
-    return found->position;
-}
-
-std::string XlsWorksheet::currentText(const Candidate& candidate) {
-    const auto edit = mEdits.find(candidate.position);
-    if (edit != mEdits.end()) return edit->second.content.text.str();
+std::string XlsWorksheet::textInFile(const Candidate& candidate) {
     std::string text;
     mTexts->append(text, recordOf(candidate));
     return text;
@@ -77,11 +56,6 @@ CellRecord XlsWorksheet::recordOf(const Candidate& candidate) const {
     if (shape != CellShape::MulRk) return first;
     return cellOf(record, shape, version,
                   static_cast<std::size_t>(candidate.position.column - first.position.column));
-}
-
-CellContent XlsWorksheet::contentOf(const Candidate& candidate) {
-    const auto edit = mEdits.find(candidate.position);
-    return edit == mEdits.end() ? contentInFile(candidate) : edit->second.content;
 }
 
 namespace {
@@ -152,36 +126,29 @@ const SheetProtection& XlsWorksheet::protection() {
     return mProtection.emplace(protection);
 }
 
-std::vector<CellEdit*> XlsWorksheet::edits() {
-    std::vector<CellEdit*> list;
-    for (auto& [position, edit] : mEdits) list.push_back(&edit);
-    return list;
-}
-
-bool XlsWorksheet::hasFormulas() const {
-    return (mIndex && mIndex->hasFormulas()) ||
-           std::any_of(mEdits.begin(), mEdits.end(),
-                       [](const auto& it) { return it.second.content.kind == Kind::Formula; });
+bool XlsWorksheet::hasFormulas() {
+    if (mHasFormulas) return true;
+    const std::vector<CellEdit*> changed = edits();
+    return std::any_of(changed.begin(), changed.end(),
+                       [](const CellEdit* edit) { return edit->content.kind == Kind::Formula; });
 }
 
 bool XlsWorksheet::isChanged() const {
-    return !mEdits.empty() || (mHyperlinks && mHyperlinks->isChanged()) ||
-           (mPages && mPages->isChanged()) || (mShapes && mShapes->isChanged());
+    return EditedWorksheet::isChanged() || (knownShapes() && knownShapes()->isChanged());
 }
 
 void XlsWorksheet::appendSplices(std::vector<RecordSplice>& splices) {
     const auto append = [&](std::vector<RecordSplice> more) {
         for (RecordSplice& splice : more) splices.push_back(std::move(splice));
     };
-    if (mHyperlinks) append(mHyperlinks->splices());
-    if (mPages) append(mPages->splices());
-    if (mShapes) append(mShapes->splices());
+    if (knownLinks()) append(knownLinks()->splices());
+    if (knownPages()) append(knownPages()->splices());
+    if (knownShapes()) append(knownShapes()->splices());
     if (mOwnLinks) append(mOwnLinks->splices());
-    if (!mEdits.empty()) append(changedCells(mDocument.texts(), mEntry.offset, edits()));
+    if (hasCellEdits()) append(changedCells(mDocument.texts(), mEntry.offset, edits()));
 }
 
-void XlsWorksheet::readValues() {
-    if (mValues) return;
+std::map<CellPosition, CellValue> XlsWorksheet::readValues() {
     CellTexts& texts = cellTexts();
     std::map<CellPosition, CellValue> values;
     const Version version = mDocument.globals().version();
@@ -197,18 +164,7 @@ void XlsWorksheet::readValues() {
             if (!value.text.empty()) values[cell.position] = std::move(value);
         }
     }
-    mValues = std::move(values);
-}
-
-CellValue XlsWorksheet::cellValue(CellPosition position) {
-    readValues();
-    const auto value = mValues->find(position);
-    return value == mValues->end() ? CellValue() : value->second;
-}
-
-CellRange XlsWorksheet::usedRange() {
-    readValues();
-    return rangeOf(*mValues);
+    return values;
 }
 
 }  // namespace brindle::workbook::xls

@@ -22,32 +22,11 @@ constexpr std::size_t kLongestFormula = 1 + 1024;  // characters, with the equal
 
 }  // namespace
 
-void XlsWorksheet::replaceInCell(CellPosition position, const CellMatch& match,
-                                 std::string_view replacement) {
-    SheetIndex& index = indexFor(match);
-    const Candidate* found = index.candidates().find(position);
-    if (!found) return;
-    const Candidate cell = *found;
-    try {
-        const CellContent old = contentOf(cell);
-        const std::string& text = old.text.str();
-        const std::vector<TextSpan> spans = match.spans(text);
-        if (spans.empty()) return;
-        const std::string newText = replaceSpans(text, spans, replacement);
-        if (newText == text) return;
-        checkMayChange(old);
-        keep(cell, old, entered(old, match, replacement, newText, position));
-    } catch (Error& error) {
-        throw error.inMember(mEntry.name).inCell(cellName(position));
-    }
+bool XlsWorksheet::isLocked(const Candidate&, const CellContent& content) {
+    return mDocument.texts().formats.style(content.format).locked;
 }
 
-void XlsWorksheet::checkMayChange(const CellContent& content) {
-    mDocument.checkMayChange();
-    if (protection().cells && mDocument.texts().formats.style(content.format).locked) {
-        throw Error::refused(
-            "The cell or chart that you are trying to change is protected and therefore read-only");
-    }
+void XlsWorksheet::checkForm(const Candidate&, const CellContent& content) {
     if (content.block == Block::Table) throw Error::refused("Cannot change part of a data table");
     if (content.block == Block::Array) {
         throw Error::refused("You cannot change part of an array");
@@ -60,9 +39,9 @@ void XlsWorksheet::checkMayChange(const CellContent& content) {
     }
 }
 
-CellContent XlsWorksheet::entered(const CellContent& old, const CellMatch& match,
-                                  std::string_view replacement, const std::string& newText,
-                                  CellPosition position) {
+CellContent XlsWorksheet::entered(const Candidate& cell, const CellContent& old,
+                                  const CellMatch& match, std::string_view replacement,
+                                  std::string newText) {
     CellFormats& formats = mDocument.texts().formats;
     CellContent content;
     CellReplacement entry;
@@ -71,14 +50,14 @@ CellContent XlsWorksheet::entered(const CellContent& old, const CellMatch& match
     entry.date1904 = mDocument.texts().date1904;
     entry.currentYear = mDocument.options().currentYear;
     entry.keepFormula = [&](const std::string& formula) {
-        content = enteredFormula(old, formula, position);
+        content = enteredFormula(old, formula, cell.position);
     };
     const EnteredCell result = entry.enter(newText);
     if (result.kind == Kind::Formula) return content;
     // Of the names of errors the format knows only the oldest.
     const bool isText =
         result.kind == Kind::Text || (result.kind == Kind::Error && !errorCode(result.text));
-    if (isText) return enteredText(old, match, replacement, newText);
+    if (isText) return enteredText(old, match, replacement, std::move(newText));
     content.kind = result.kind;
     content.format = old.format;
     if (!result.formatCode.empty()) {
@@ -105,7 +84,7 @@ CellContent XlsWorksheet::enteredFormula(const CellContent& old, const std::stri
     const std::size_t longest = std::max(
         kLongestFormula, text::lengthUtf16(content.kind == old.kind ? old.text.str() : ""));
     if (text::lengthUtf16(formula) > longest) throw Error::refused("Formula is too long");
-    content.formula = FormulaCompiler(mDocument.globals().codec(), links())
+    content.formula = FormulaCompiler(mDocument.globals().codec(), linkTable())
                           .compile(std::string_view(formula).substr(1), place,
                                    old.kind == Kind::Formula ? &oldTokens : nullptr);
     if (!fits(content.formula, mDocument.globals().version())) {
@@ -131,25 +110,6 @@ CellContent XlsWorksheet::enteredText(const CellContent& old, const CellMatch& m
     mDocument.checkText(content.item);
     content.text = std::move(newText);
     return content;
-}
-
-void XlsWorksheet::keep(const Candidate& cell, const CellContent& old, CellContent content) {
-    const PatternMask mask = mDocument.patterns().matching(content.text.str());
-    const auto [known, isNew] = mEdits.try_emplace(cell.position);
-    CellEdit& edit = known->second;
-    if (isNew) {
-        edit.cell = cell;
-        edit.oldText = old.text;
-        edit.oldKind = old.kind;
-    }
-    const bool isBack = content.kind == edit.oldKind && content.text == edit.oldText &&
-                        content.format == edit.cell.style;
-    edit.content = std::move(content);
-    edit.content.item.text.clear();
-    TextPool& pool = mDocument.editTexts();
-    for (SharedText* text : {&edit.oldText, &edit.content.text}) pool.share(*text);
-    mIndex->candidates().setMask(edit.cell, mask);
-    if (isBack) mEdits.erase(known);
 }
 
 }  // namespace brindle::workbook::xls
