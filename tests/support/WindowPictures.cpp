@@ -141,7 +141,7 @@ int main(int argc, char** argv) {
     setenv("QT_STYLE_OVERRIDE", "fusion", 0);
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments().mid(1);
-    if (arguments.isEmpty()) {
+    if (arguments.isEmpty() || arguments.first().startsWith("-")) {
         std::cerr << "window_pictures FOLDER [--language NAME] [--dark]\n";
         return 2;
     }
@@ -149,6 +149,10 @@ int main(int argc, char** argv) {
     const qsizetype language = arguments.indexOf("--language");
     if (language >= 0) {
         brindle::gLanguageFile = brindle::fromQt(arguments.value(language + 1)) + ".lng";
+        if (brindle::GetLngString("frmMain", "mnuFile.caption").empty()) {
+            std::cerr << "no language " << brindle::gLanguageFile << "\n";
+            return 2;
+        }
     }
     const auto folder = std::filesystem::absolute(brindle::fromQt(arguments.first()));
     return brindle::Pictures(folder.string()).take() ? 0 : 1;
