@@ -82,10 +82,6 @@ MessageAnswer WindowHost::showMessage(const std::string& text, MessageIcon icon,
 }
 
 void WindowHost::processEvents() {
-    finish();
-}
-
-void WindowHost::finish() {
     deliverWaiting();
     QCoreApplication::processEvents();
 }

@@ -36,9 +36,6 @@ public:
     void processEventsInDocument() override;
     bool isWatched() const override { return true; }
 
-    // At the end of the run, while the controls are still at rest.
-    void finish();
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void timerEvent(QTimerEvent* event) override;

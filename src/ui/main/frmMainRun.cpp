@@ -136,7 +136,7 @@ void frmMain::carryOutRun() {
     }
     if (mFlags.NoFilesToProcess) completeProcessForm();
     // What was clicked in the last document finds the controls as they were then.
-    host.finish();
+    host.processEvents();
 }
 
 std::shared_ptr<Entries> frmMain::entriesOfRun() {
