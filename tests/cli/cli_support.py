@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """What the tests of the command line share: a folder for each test, calls of the built program,
-and documents made from scratch."""
+and files made from scratch."""
 
 import json
 import os
@@ -9,7 +9,6 @@ import struct
 import subprocess
 import tempfile
 import unittest
-import zipfile
 
 TARVELLO = os.environ.get("TARVELLO", "tarvello")
 
@@ -103,82 +102,16 @@ def column(*values):
     return "".join('"%s"\r\n' % value for value in values)
 
 
-# --- a workbook with the text "apple" in every scope ---------------------------------------------
-
-CONTENT_TYPES = """<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
-<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">\
-<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>\
-<Default Extension="xml" ContentType="application/xml"/>\
-<Override PartName="/xl/workbook.xml" ContentType="application/vnd.openxmlformats-officedocument.\
-spreadsheetml.sheet.main+xml"/>\
-<Override PartName="/xl/worksheets/sheet1.xml" ContentType="application/vnd.openxmlformats-\
-officedocument.spreadsheetml.worksheet+xml"/>\
-<Override PartName="/xl/drawings/drawing1.xml" ContentType="application/vnd.openxmlformats-\
-officedocument.drawing+xml"/>\
-<Override PartName="/docProps/core.xml" ContentType="application/vnd.openxmlformats-package.\
-core-properties+xml"/>\
-<Override PartName="/docProps/custom.xml" ContentType="application/vnd.openxmlformats-\
-officedocument.custom-properties+xml"/></Types>"""
+# --- parts of a workbook --------------------------------------------------------------------------
 
 OFFICE = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
 PACKAGE = "http://schemas.openxmlformats.org/package/2006/relationships"
 MAIN = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
-DRAWING = "http://schemas.openxmlformats.org/drawingml/2006"
 
 
 def relationships(*rows):
     items = "".join('<Relationship Id="%s" Type="%s" Target="%s"%s/>' % row for row in rows)
     return '<Relationships xmlns="%s">%s</Relationships>' % (PACKAGE, items)
-
-
-def workbook_parts(word):
-    anchor = ('<xdr:twoCellAnchor><xdr:from><xdr:col>1</xdr:col><xdr:colOff>0</xdr:colOff>'
-              '<xdr:row>1</xdr:row><xdr:rowOff>0</xdr:rowOff></xdr:from><xdr:to>'
-              '<xdr:col>3</xdr:col><xdr:colOff>0</xdr:colOff><xdr:row>4</xdr:row>'
-              '<xdr:rowOff>0</xdr:rowOff></xdr:to><xdr:sp macro="" textlink=""><xdr:nvSpPr>'
-              '<xdr:cNvPr id="2" name="Box"/><xdr:cNvSpPr txBox="1"/></xdr:nvSpPr><xdr:spPr/>'
-              '<xdr:txBody><a:bodyPr/><a:p><a:r><a:t>%s</a:t></a:r></a:p></xdr:txBody></xdr:sp>'
-              '<xdr:clientData/></xdr:twoCellAnchor>' % word)
-    return {
-        "[Content_Types].xml": CONTENT_TYPES,
-        "_rels/.rels": relationships(
-            ("r1", OFFICE + "/officeDocument", "xl/workbook.xml", ""),
-            ("r2", PACKAGE + "/metadata/core-properties", "docProps/core.xml", ""),
-            ("r3", OFFICE + "/custom-properties", "docProps/custom.xml", "")),
-        "xl/workbook.xml":
-            '<workbook xmlns="%s" xmlns:r="%s"><sheets><sheet name="First" sheetId="1" r:id="r1"/>'
-            '</sheets></workbook>' % (MAIN, OFFICE),
-        "xl/_rels/workbook.xml.rels": relationships(
-            ("r1", OFFICE + "/worksheet", "worksheets/sheet1.xml", "")),
-        "xl/worksheets/sheet1.xml":
-            '<worksheet xmlns="%s" xmlns:r="%s"><sheetData><row r="1"><c r="A1" t="inlineStr"><is>'
-            '<t>%s pie</t></is></c></row></sheetData><hyperlinks><hyperlink ref="A1" r:id="r1"/>'
-            '</hyperlinks><headerFooter><oddHeader>&amp;L%s</oddHeader><oddFooter>&amp;R%s'
-            '</oddFooter></headerFooter><drawing r:id="r2"/></worksheet>'
-            % (MAIN, OFFICE, word, word, word),
-        "xl/worksheets/_rels/sheet1.xml.rels": relationships(
-            ("r1", OFFICE + "/hyperlink", "http://example.org/%s" % word,
-             ' TargetMode="External"'),
-            ("r2", OFFICE + "/drawing", "../drawings/drawing1.xml", "")),
-        "xl/drawings/drawing1.xml":
-            '<xdr:wsDr xmlns:xdr="%s/spreadsheetDrawing" xmlns:a="%s/main">%s</xdr:wsDr>'
-            % (DRAWING, DRAWING, anchor),
-        "docProps/core.xml":
-            '<cp:coreProperties xmlns:cp="http://schemas.openxmlformats.org/package/2006/metadata/'
-            'core-properties" xmlns:dc="http://purl.org/dc/elements/1.1/"><dc:title>%s</dc:title>'
-            '</cp:coreProperties>' % word,
-        "docProps/custom.xml":
-            '<Properties xmlns="http://schemas.openxmlformats.org/officeDocument/2006/'
-            'custom-properties" xmlns:vt="http://schemas.openxmlformats.org/officeDocument/2006/'
-            'docPropsVTypes"><property fmtid="{D5CDD505-2E9C-101B-9397-08002B2CF9AE}" pid="2" '
-            'name="Fruit"><vt:lpwstr>%s</vt:lpwstr></property></Properties>' % word,
-    }
-
-
-def write_workbook(path, word="apple"):
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as package:
-        for name, text in workbook_parts(word).items():
-            package.writestr(name, text)
 
 
 # --- project files ---------------------------------------------------------------------------

@@ -7,8 +7,9 @@
 Each file is searched and replaced on a copy, once for a letter that is nearly everywhere and once
 for a text that is nowhere. The program must not crash, hang or take much memory; a document that
 is not reported as changed must be byte for byte what it was, with its times; nothing may be left
-over. Of the broken binary workbooks it is known which ones can be worked on. Exits with 1 when one of this happened, and when there was no file. With TARVELLO_SANITIZED=1
-in the environment a file has three times as long, and memory is not looked at.
+over. Of the broken binary workbooks it is known which ones can be worked on. Exits with 1 when one
+of this happened, and when there was no file. With TARVELLO_SANITIZED=1 in the environment a file
+has three times as long, and memory is not looked at.
 """
 import argparse
 import collections
@@ -17,13 +18,12 @@ import shutil
 import sys
 import tempfile
 
-from hostile_support import IS_SANITIZED, TIME_FACTOR, Place, apart, parse, snapshot
+from hostile_support import TIME_FACTOR, Place, apart, parse, run_faults, snapshot
 
 SECONDS = 10 * TIME_FACTOR
 MEMORY = 1024  # MiB
 PASSES = (("search", "--find", "e"), ("replace", "--find", "e", "--with", "E e"),
           ("replace", "--find", "no such text 4711", "--with", "x"))
-
 
 # Entries of their directories are reached twice or lie; all other broken .xls can be worked on.
 FAILING = {"clusterfuzz-testcase-minimized-POIHSSFFuzzer-4651309315719168.xls",
@@ -65,16 +65,7 @@ def statuses(result):
 
 
 def judge(call, place, before, result):
-    faults = []
-    if result.code not in (0, 1, 2):
-        faults.append(f"exit status {result.code}: {result.err[-500:]!r}")
-    if result.seconds > SECONDS:
-        faults.append(f"took {result.seconds:.1f} s")
-    if result.memory > MEMORY and not IS_SANITIZED:
-        faults.append(f"took {result.memory:.0f} MiB")
-    if b"Sanitizer" in result.err or b"runtime error" in result.err:
-        faults.append(f"a sanitizer speaks: {result.err[:2000]!r}")
-    faults += parse(result)
+    faults = run_faults(result, {0, 1, 2}, SECONDS, MEMORY) + parse(result)
     if len(result.documents) != 1:
         faults.append(f"{len(result.documents)} documents")
     after = snapshot(place.docs)

@@ -5,8 +5,9 @@ apart with code that is not ours.
 
     encrypted_test.py --tarvello PROGRAM [--corpus FOLDER] [--only TEXT]
 
-Exit status 77 when python3-cryptography, python3-olefile or python3-xlrd is not there. Without --corpus the
-environment variable BRINDLE_CORPUS names the folder of real files; they are left out without it.
+Exit status 77 when python3-cryptography, python3-olefile or python3-xlrd is not there. Without
+--corpus the environment variable BRINDLE_CORPUS names the folder of real files; they are left out
+without it.
 """
 import argparse
 import io
@@ -25,11 +26,12 @@ import zipfile
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '../../scripts'))
 try:
     import check_binary
-    import olefile
     import openpyxl
     import xlrd
     import xls_crypto
-    from office_crypto import Agile, Standard, compound, encrypted, file_of, opened
+    from hostile_books import Member, archive
+    from office_crypto import Agile, Standard, encrypted, file_of, opened, streams_of
+    from xls_books import Compound
 except ImportError:
     sys.exit(77)
 
@@ -61,12 +63,6 @@ def raw_members(package):
     return found
 
 
-def binary_streams(path):
-    with olefile.OleFileIO(path) as file:
-        return {'/'.join(name): file.openstream(name).read()
-                for name in file.listdir(streams=True, storages=False)}
-
-
 def binary_texts(stream):
     """The cells of a decrypted workbook stream, and how many formulas of them show nothing."""
     clear = bytearray(stream)
@@ -84,6 +80,23 @@ def texts(package):
     book = openpyxl.load_workbook(file_of(package))
     return [(sheet.title, cell.coordinate, cell.value) for sheet in book
             for row in sheet.iter_rows() for cell in row if cell.value is not None]
+
+
+def corpus_table(corpus, ending):
+    """Name and password of each encrypted document."""
+    return re.findall(rf'^\| (encrypted/[^|]*{ending}) \|(?:[^|]*\|){{3}} ([^|]*?) \|',
+                      bytes_of(os.path.join(corpus, 'README.md')).decode(), re.M)
+
+
+def replaced(value, word):
+    if not isinstance(value, str):
+        return value
+    return re.sub(re.escape(word), 'Qvz' + word, value, flags=re.I)
+
+
+def bytes_of(path):
+    with open(path, 'rb') as file:
+        return file.read()
 
 
 class Test:
@@ -127,12 +140,19 @@ class Test:
 
     # --- what works --------------------------------------------------------------------------
 
+    def replace(self, name, path, old, new, words, may_refuse=False):
+        """Whether the workbook was not protected."""
+        document = self.run('replace', '--find', old, '--with', new, path, *words)
+        if may_refuse and 'protected' in str(document.get('refused')):
+            return False
+        self.check(document['status'] == 'changed', name, f'not changed: {document}')
+        return True
+
     def changes(self, name, path, password, given, word):
         """Replaces a word and looks at everything that was written."""
         old = opened(path, password)
         words = ['--password', given] if given else []
-        document = self.run('replace', '--find', word, '--with', 'Qvz' + word, path, *words)
-        self.check(document['status'] == 'changed', name, f'not changed: {document}')
+        self.replace(name, path, word, 'Qvz' + word, words)
         self.check(os.listdir(os.path.dirname(path)) == [os.path.basename(path)], name, 'left over')
         try:
             package, settings, fresh, key, others = opened(path, password)
@@ -154,17 +174,14 @@ class Test:
         may = re.compile(r'sharedStrings|worksheets/|workbook\.xml$|styles\.xml$', re.I)
         changed = [m for m in after if after[m] != before[m]]
         self.check(changed and all(may.search(m) for m in changed), name, f'{changed} changed')
-        expected = [(s, c, re.sub(re.escape(word), 'Qvz' + word, v, flags=re.I)
-                     if isinstance(v, str) and not v.startswith('=') else v)
-                    for s, c, v in texts(old[0])]
+        expected = [(*place, value if str(value).startswith('=') else replaced(value, word))
+                    for *place, value in texts(old[0])]
         self.check(texts(package) == expected, name, 'other texts than expected')
-        again = self.run('replace', '--find', 'Qvz' + word, '--with', word, path, *words)
-        self.check(again['status'] == 'changed', name, f'not changed back: {again}')
+        self.replace(name, path, 'Qvz' + word, word, words)
         self.check(texts(opened(path, password)[0]) == texts(old[0]), name, 'not what it was')
 
     def passwords(self, name, path, password):
-        with open(path, 'rb') as file:
-            before = file.read()
+        before = bytes_of(path)
         for given, kind, text in ((password, None, None), ('Wr0ng', 1004, PASSWORD_WRONG),
                                   (password.swapcase() + ' ', 1004, PASSWORD_WRONG),
                                   ('', 1004, PASSWORD_NEEDED)):
@@ -174,17 +191,16 @@ class Test:
                 error = document.get('error', {})
                 self.check((error.get('number'), error.get('description')) == (kind, text), name,
                            f'{action[0]} with {given!r}: {document}')
-        with open(path, 'rb') as file:
-            self.check(file.read() == before, name, 'was written')
+        self.check(bytes_of(path) == before, name, 'was written')
 
     def generated(self):
         package = workbook()
         odd = workbook(1)
         table = [(f'agile AES {bits} {hash}', Agile(bits=bits, hash=hash, rounds=rounds), 9)
-                 for bits, hash, rounds in ((128, 'SHA1', 1000), (192, 'SHA256', 5), (256, 'SHA384', 0),
-                                            (256, 'SHA512', 100000), (256, 'SHA1', 77),
-                                            (128, 'MD5', 50), (128, 'RIPEMD-160', 50),
-                                            (128, 'SHA-512', 50), (256, 'MD5', 3))]
+                 for bits, hash, rounds in (
+                     (128, 'SHA1', 1000), (192, 'SHA256', 5), (256, 'SHA384', 0),
+                     (256, 'SHA512', 100000), (256, 'SHA1', 77), (128, 'MD5', 50),
+                     (128, 'RIPEMD-160', 50), (128, 'SHA-512', 50), (256, 'MD5', 3))]
         table += [
             ('agile AES CFB', Agile(chaining='ChainingModeCFB'), 9),
             ('agile DES', Agile('DES', 64, 'SHA1'), 9),
@@ -216,25 +232,22 @@ class Test:
     def failures(self):
         package = workbook(50)
 
-        def with_info(change, how=None):
-            info, stream = (how or Agile()).write(package)
-            changed = change(info)
-            assert changed != info
-            return compound({'EncryptionInfo': changed, 'EncryptedPackage': stream})
+        def document(change, which, how):
+            def make():
+                written = dict(zip(('EncryptionInfo', 'EncryptedPackage'), how.write(package)))
+                changed = {**written, which: change(written[which])}
+                assert changed != written
+                return Compound(changed).bytes()
+            return make
 
-        def with_stream(change, how=None):
-            info, stream = (how or Agile()).write(package)
-            return compound({'EncryptionInfo': info, 'EncryptedPackage': change(stream)})
-
-        def text(old, new, how=None):
-            return lambda: with_info(lambda info: info.replace(old, new), how)
-
-        def flipped(at):
-            return lambda stream: stream[:at] + bytes([stream[at] ^ 1]) + stream[at + 1:]
-
+        info = lambda change, how=Agile(): document(change, 'EncryptionInfo', how)
+        stream = lambda change, how=Agile(): document(change, 'EncryptedPackage', how)
+        number = lambda at, value: (
+            lambda data: data[:at] + struct.pack('<I', value) + data[at + 4:])
+        flipped = lambda at: lambda data: data[:at] + bytes([data[at] ^ 1]) + data[at + 1:]
+        text = lambda old, new: info(lambda data: data.replace(old, new))
         whole = encrypted(Agile(), package)
         spun = lambda rounds: text(b'spinCount="1000"', b'spinCount="%d"' % rounds)
-        size = lambda n: lambda stream: struct.pack('<Q', n) + stream[8:]
         broken = 'The description of the encryption is broken'
         shorter = 'The encrypted package is shorter than the package in it'
         altered = 'The encrypted package is not what was encrypted'
@@ -248,48 +261,45 @@ class Test:
             ('unknown cipher', text(b'"AES"', b'"DESX"'), 'unknown cipher: DESX'),
             ('unknown hash', text(b'"SHA512"', b'"WHIRLPOOL"'), 'unknown hash: WHIRLPOOL'),
             ('unknown chaining', text(b'ModeCBC', b'ModeXTS'), 'unknown chaining'),
-            ('odd key size', text(b'keyBits="256"', b'keyBits="250"'), 'unknown cipher: AES of 250'),
+            ('odd key size', text(b'keyBits="256"', b'keyBits="250"'),
+             'unknown cipher: AES of 250'),
             ('huge key', text(b'keyBits="256"', b'keyBits="99999999999"'), 'unknown cipher'),
             ('other hash size', text(b'hashSize="64"', b'hashSize="63"'), broken),
             ('other block size', text(b'blockSize="16"', b'blockSize="4096"'), broken),
             ('other salt size', text(b'saltSize="16"', b'saltSize="17"'), broken),
             ('no base64', text(b'encryptedKeyValue="', b'encryptedKeyValue="!'), broken),
-            ('short key', lambda: with_info(lambda info: re.sub(
-                b'encryptedKeyValue="[^"]*"', b'encryptedKeyValue="QUJD"', info)), broken),
+            ('short key', info(lambda data: re.sub(
+                b'encryptedKeyValue="[^"]*"', b'encryptedKeyValue="QUJD"', data)), broken),
             ('no key data', text(b'keyData', b'KeyData'), broken),
             ('a certificate alone', text(b'p:encryptedKey', b'c:encryptedKey'),
              'not encrypted with a password'),
             ('ill-formed', text(b'</keyEncryptors>', b''), ''),
             ('document type', text(b'<encryption', b'<!DOCTYPE a><encryption'), ''),
-            ('cut description', lambda: with_info(lambda info: info[:7]), broken),
-            ('extensible', lambda: with_info(lambda info: struct.pack('<HH', 4, 3) + info[4:]), own),
-            ('external', lambda: with_info(lambda info: info[:4] + struct.pack('<I', 0x10) + info[8:],
-                                           Standard()), own),
-            ('unknown version', lambda: with_info(lambda info: b'\7' + info[1:]), 'unknown way'),
-            ('standard RC4', lambda: with_info(
-                lambda info: info[:20] + struct.pack('<I', 0x6801) + info[24:], Standard()),
-             'unknown cipher'),
-            ('standard, other key size', lambda: with_info(
-                lambda info: info[:28] + struct.pack('<I', 256) + info[32:], Standard()), broken),
-            ('standard, huge header', lambda: with_info(
-                lambda info: info[:8] + b'\xf0\xff\xff\xff' + info[12:], Standard()), broken),
-            ('standard, cut', lambda: with_info(lambda info: info[:-1], Standard()), broken),
-            ('a bit of the package', lambda: with_stream(flipped(500)), altered),
-            ('a bit of the size', lambda: with_stream(flipped(0)), altered),
-            ('a bit of the end', lambda: with_stream(flipped(-1)), altered),
-            ('package cut', lambda: with_stream(lambda stream: stream[:4500]), altered),
-            ('package gone', lambda: with_stream(lambda stream: b''), altered),
-            ('size beyond, standard', lambda: with_stream(size(1 << 62), Standard()), shorter),
-            ('size missing, standard', lambda: with_stream(lambda stream: stream[:5], Standard()),
-             shorter),
-            ('bits of the package, standard', lambda: with_stream(
-                lambda stream: stream[:-64] + bytes(64), Standard()), 'not a complete zip archive'),
+            ('cut description', info(lambda data: data[:7]), broken),
+            ('extensible', info(number(0, 0x30004)), own),
+            ('external', info(number(4, 0x10), Standard()), own),
+            ('unknown version', info(lambda data: b'\7' + data[1:]), 'unknown way'),
+            ('standard RC4', info(number(20, 0x6801), Standard()), 'unknown cipher'),
+            ('standard, other key size', info(number(28, 256), Standard()), broken),
+            ('standard, huge header', info(number(8, 0xFFFFFFF0), Standard()), broken),
+            ('standard, cut', info(lambda data: data[:-1], Standard()), broken),
+            ('a bit of the package', stream(flipped(500)), altered),
+            ('a bit of the size', stream(flipped(0)), altered),
+            ('a bit of the end', stream(flipped(-1)), altered),
+            ('package cut', stream(lambda data: data[:4500]), altered),
+            ('package gone', stream(lambda data: b''), altered),
+            ('size beyond, standard', stream(number(4, 1 << 30), Standard()), shorter),
+            ('size missing, standard', stream(lambda data: data[:5], Standard()), shorter),
+            ('bits of the package, standard',
+             stream(lambda data: data[:-64] + bytes(64), Standard()), 'not a complete zip archive'),
             ('no zip inside', lambda: encrypted(Agile(), b'no archive'), ''),
-            ('no workbook inside', lambda: encrypted(Agile(), zip_of({'a': b'b'})),
+            ('no workbook inside', lambda: encrypted(Agile(), archive([Member('a', b'b')])),
              'not in a recognizable format'),
-            ('a binary workbook beside', lambda: encrypted(Agile(), package, {'Workbook': b'x' * 5000}),
+            ('a binary workbook beside',
+             lambda: encrypted(Agile(), package, {'Workbook': b'x' * 5000}),
              'The workbook does not begin as one'),
-            ('no package', lambda: compound({'EncryptionInfo': Agile().write(package)[0]}),
+            ('no package',
+             lambda: Compound({'EncryptionInfo': Agile().write(package)[0]}).bytes(),
              'not in a recognizable format'),
             ('cut compound file', lambda: whole[:len(whole) // 2], ''),
             ('compound header alone', lambda: whole[:512], ''),
@@ -297,29 +307,25 @@ class Test:
         for name, make, text in self.rows(table):
             content = make()
             path = self.put('b k.xlsx', content)
-            document = self.run('replace', '--find', 'apple', '--with', 'x', path,
-                                '--password', 'secret')
-            error = document.get('error', {}).get('description', '')
-            self.check(document['status'] == 'failed' and document['status code'] == 2, name, document)
+            outcome = self.run('replace', '--find', 'apple', '--with', 'x', path,
+                               '--password', 'secret')
+            error = outcome.get('error', {}).get('description', '')
+            self.check((outcome['status'], outcome['status code']) == ('failed', 2), name, outcome)
             self.check(text in error and len(error) > 10, name, f'{error!r} instead of {text!r}')
-            if text not in (PASSWORD_WRONG, ):
+            if text != PASSWORD_WRONG:
                 self.check(PASSWORD_WRONG not in error, name, 'said to be the password')
-            self.check(document['seconds'] < 10, name, f'took {document["seconds"]:.1f} s')
-            with open(path, 'rb') as file:
-                self.check(file.read() == content, name, 'was written')
+            self.check(outcome['seconds'] < 10, name, f'took {outcome["seconds"]:.1f} s')
+            self.check(bytes_of(path) == content, name, 'was written')
             self.check(len(os.listdir(os.path.dirname(path))) == 1, name, 'left over')
 
     # --- real files --------------------------------------------------------------------------
 
     def real(self, corpus):
-        with open(os.path.join(corpus, 'README.md')) as readme:
-            table = re.findall(r'^\| (encrypted/[^|]*\.xls[xmb]) \|(?:[^|]*\|){3} ([^|]*?) \|',
-                               readme.read(), re.M)
-        self.check(len(table) >= 8, 'corpus', f'{len(table)} encrypted packages')
         self.binaries(corpus)
+        table = corpus_table(corpus, r'\.xls[xmb]')
+        self.check(len(table) >= 8, 'corpus', f'{len(table)} encrypted packages')
         for name, password in self.rows(table):
-            with open(os.path.join(corpus, name), 'rb') as file:
-                path = self.put(os.path.basename(name), file.read())
+            path = self.put(os.path.basename(name), bytes_of(os.path.join(corpus, name)))
             package = opened(path, password)[0]
             if name.endswith('.xlsb'):
                 document = self.run('search', '--find', 'a', path, '--password', password)
@@ -332,15 +338,11 @@ class Test:
             if words:
                 self.changes(name, path, password, password, words[0])
 
-
     def binaries(self, corpus):
-        with open(os.path.join(corpus, 'README.md')) as readme:
-            table = re.findall(r'^\| (encrypted/[^|]*\.xls) \|(?:[^|]*\|){3} ([^|]*?) \|',
-                               readme.read(), re.M)
+        table = corpus_table(corpus, r'\.xls')
         self.check(len(table) >= 16, 'corpus', f'{len(table)} encrypted binary workbooks')
         for name, password in self.rows(table):
-            with open(os.path.join(corpus, name), 'rb') as file:
-                path = self.put(os.path.basename(name), file.read())
+            path = self.put(os.path.basename(name), bytes_of(os.path.join(corpus, name)))
             if password.startswith('unknown'):
                 for given, text in (('', PASSWORD_NEEDED), ('Wr0ng', PASSWORD_WRONG)):
                     words = ['--password', given] if given else []
@@ -357,7 +359,7 @@ class Test:
 
     def changes_binary(self, name, path, password, given):
         """As changes(), for a workbook stream that is encrypted where it stands."""
-        old = binary_streams(path)
+        old = streams_of(path)
         main = next(each for each in old if each.lower() in ('workbook', 'book'))
         cipher = xls_crypto.opened(old[main], password)
         before, unseen = binary_texts(cipher.run(old[main]))
@@ -372,29 +374,18 @@ class Test:
         if not found:
             return
         word = found[0]
-        document = self.run('replace', '--find', word, '--with', 'Qvz' + word, path, *words)
-        new = binary_streams(path)
-        if 'protected' in str(document.get('refused')):
+        is_free = self.replace(name, path, word, 'Qvz' + word, words, may_refuse=True)
+        new = streams_of(path)
+        if not is_free:
             self.check(new == old, name, 'was written')
             return
-        self.check(document['status'] == 'changed', name, f'not changed: {document}')
         self.check(xls_crypto.file_pass(new[main]) == xls_crypto.file_pass(old[main]), name,
                    'another salt or verifier')
         self.check({**old, main: b''} == {**new, main: b''}, name, 'other streams differ')
         after, _ = binary_texts(xls_crypto.opened(new[main], password).run(new[main]))
-        expected = [(*place, re.sub(re.escape(word), 'Qvz' + word, value, flags=re.I)
-                     if isinstance(value, str) else value) for *place, value in before]
+        expected = [(*place, replaced(value, word)) for *place, value in before]
         self.check(after == expected, name, 'other texts than expected')
-        again = self.run('replace', '--find', 'Qvz' + word, '--with', word, path, *words)
-        self.check(again['status'] == 'changed', name, f'not changed back: {again}')
-
-
-def zip_of(members):
-    out = file_of(b'')
-    with zipfile.ZipFile(out, 'w') as archive:
-        for name, content in members.items():
-            archive.writestr(name, content)
-    return out.getvalue()
+        self.replace(name, path, 'Qvz' + word, word, words)
 
 
 def main():

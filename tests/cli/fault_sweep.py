@@ -30,6 +30,11 @@ TEMPORARY = re.compile(r"^\.tarvello-\d+-\d+-\d+\.tmp$")
 SKIPPED = 77
 
 
+def bytes_of(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
 class Trial:
     """A folder with a fresh copy of the old file, dressed in everything that has to survive."""
 
@@ -42,8 +47,9 @@ class Trial:
             os.setxattr(self.file, "user.origin", b"somewhere")
         except OSError:
             pass
-        subprocess.run(["setfacl", "-m", "u:1:rw", self.file], stderr=subprocess.DEVNULL,
-                       check=False) if shutil.which("setfacl") else None
+        if shutil.which("setfacl"):
+            subprocess.run(["setfacl", "-m", "u:1:rw", self.file], stderr=subprocess.DEVNULL,
+                           check=False)
         if os.geteuid() == 0:
             os.chown(self.file, 12345, 23456)
 
@@ -53,8 +59,7 @@ class Trial:
                 {name: os.getxattr(self.file, name) for name in sorted(os.listxattr(self.file))})
 
     def content(self):
-        with open(self.file, "rb") as file:
-            return file.read()
+        return bytes_of(self.file)
 
     def others(self):
         return sorted(set(os.listdir(self.folder)) - {os.path.basename(self.file)})
@@ -67,10 +72,7 @@ class Sweep:
     def __init__(self, command, old, new, name, base, keeps_dress):
         self.command, self.old, self.new, self.name, self.base = command, old, new, name, base
         self.keeps_dress = keeps_dress
-        with open(old, "rb") as file:
-            self.old_bytes = file.read()
-        with open(new, "rb") as file:
-            self.new_bytes = file.read()
+        self.old_bytes, self.new_bytes = bytes_of(old), bytes_of(new)
         self.trace = os.path.join(base, "trace")
         self.runs = self.failures = 0
         self.seen = collections.Counter()
@@ -196,10 +198,8 @@ def keeps_both_files(driver, base):
     trial = Trial(base, "book.xls", old)
     result = sweep.run(trial, ["strace", "-o", sweep.trace, "-e", "inject=fsync:error=EIO:when=2",
                                "-e", "inject=renameat2:error=EIO:when=2"])
-    contents = {}
-    for name in os.listdir(trial.folder):
-        with open(os.path.join(trial.folder, name), "rb") as file:
-            contents[name] = file.read()
+    contents = {name: bytes_of(os.path.join(trial.folder, name))
+                for name in os.listdir(trial.folder)}
     left = [name for name, content in contents.items() if content == sweep.old_bytes]
     is_good = (result.returncode == 2 and len(left) == 1 and len(contents) == 2 and
                contents["book.xls"] == sweep.new_bytes and left[0].encode() in result.stderr)

@@ -140,40 +140,15 @@ def random_headers():
 
 def deep(count, is_storage):
     """Entries of which each has the next beside or in it."""
-    def make():
-        file = Compound(streams())
-        file.order = [one for one in file.order if one.kind]
-        last = file.entries[BOOK]
-        top = len(file.order)
+    def hang(file):
+        last, link = file.entries[MODULE], "right"
         for i in range(count):
-            new = Entry("x%d" % i, STORAGE if is_storage else STREAM)
-            if is_storage:
-                new.start = 0
-            else:
-                new.start, new.size = END, 0
-            if i:
-                setattr(last, "child" if is_storage else "right", top + i)
-            else:
-                file.entries[MODULE].right = top
-            file.order.append(new)
-            last = new
-        # The directory goes behind everything else.
-        packed = b"".join(one.packed() for one in file.order)
-        count_of_sectors = -(-len(packed) // 512)
-        file.sectors += [bytes(512)] * len(file.table)
-        for at in file.table:
-            file.fat[at] = FAT
-        file.header["directory"] = file.chain(packed)
-        tables = 1
-        while (len(file.fat) + tables) * 4 > tables * 512:
-            tables += 1
-        assert tables <= 109 and count_of_sectors
-        file.table = list(range(len(file.fat), len(file.fat) + tables))
-        file.fat += [FAT] * tables
-        file.header["fat_count"] = tables
-        file.directory_at = lambda: file.header["directory"]
-        return file.bytes()
-    return make
+            setattr(last, link, len(file.order))
+            last = Entry("x%d" % i, STORAGE if is_storage else STREAM)
+            link = "child" if is_storage else "right"
+            last.start = 0 if is_storage else END
+            file.order.append(last)
+    return lambda: Compound(streams(), add_more=hang).bytes()
 
 
 # Nothing that is needed lies behind the lie.
@@ -231,11 +206,9 @@ def large_sectors():
     return Compound(streams(), shift=12).bytes()
 
 
-def unfinished(shift=9):
+def unfinished():
     """The last sector belongs to the table, of which the end is free."""
-    def make():
-        return Compound(streams(), shift).bytes()[:-100]
-    return make
+    return Compound(streams()).bytes()[:-100]
 
 
 def embedded():
@@ -251,7 +224,7 @@ def hidden_stays(place, _):
 
 def rows():
     quick = dict(seconds=5)  # for all of them
-    good = {"large sectors": large_sectors, "unfinished last sector": unfinished(),
+    good = {"large sectors": large_sectors, "unfinished last sector": unfinished,
             "all red": coloured, "not balanced": unbalanced, "embedded workbooks": embedded}
     return [
         Row("compound file: chains", many(CHAINS), words="", **quick),

@@ -23,8 +23,8 @@ import hostile_xls
 import hostile_xls_texts
 from hostile_support import CannotRun, run_row
 
-TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system, hostile_limits,
-          hostile_xls, hostile_xls_texts)
+TABLES = (hostile_container, hostile_compound, hostile_parts, hostile_lists, hostile_system,
+          hostile_limits, hostile_xls, hostile_xls_texts)
 
 
 def main():

@@ -232,5 +232,3 @@ def rows():
     yield Row("two runs at once", lambda place: None, run=run_twice, code={0, 2}, status=None,
               log=ANY, check=nothing_torn, seconds=60, new=[
                   "%02d.%s" % (i, end) for i in range(40) for end in ("csv", "bak")])
-
-

@@ -6,10 +6,9 @@ import os
 import zipfile
 
 from cli_support import OFFICE, relationships
-from hostile_books import (SHEET, STRINGS, TYPES, Packed, book, inline, parts, row, sheet, strings)
-from hostile_container import CHANGED, MIB, keeps, many, one
+from hostile_books import SHEET, STRINGS, TYPES, book, inline, parts, row, sheet, strings
+from hostile_container import CHANGED, MIB, around, keeps, many, one
 from hostile_support import REPLACE, SEARCH, WITHOUT_LEAKS, CannotRun, Row, is_installed
-
 
 UNCHANGED = dict(code=1, status="unchanged")
 PARTS = {"sheet": SHEET, "strings": STRINGS, "workbook": "xl/workbook.xml",
@@ -126,18 +125,11 @@ def ill_formed_strings():
 # --- sizes --------------------------------------------------------------------------------------
 
 
-def around(text, *pieces):
-    """A sheet in which the pieces stand in place of the bar in the text."""
-    head, tail = text.encode().split(b"|")
-    return Packed((head, 1), *pieces, (tail, 1))
-
-
 def nested_elements():
-    deep = around(sheet(row(1, inline("A1", "apple")), behind="|"),
-                  (b"<a>" * 10000, 100), (b"</a>" * 10000, 100))
-    return {"behind.xlsx": book(sheet=deep),
-            "in a string.xlsx": book(strings=around(strings("apple", "<r>|</r>"),
-                                                    (b"<b>" * 10000, 100), (b"</b>" * 10000, 100)))}
+    deep = (b"<a>" * 10000, 100), (b"</a>" * 10000, 100)
+    behind = sheet(row(1, inline("A1", "apple")), behind="|")
+    return {"behind.xlsx": book(sheet=around(behind, *deep)),
+            "in a string.xlsx": book(strings=around(strings("apple", "<r>|</r>"), *deep))}
 
 
 def many_attributes():

@@ -111,8 +111,7 @@ class Place:
 
     def start(self, *arguments, **options):
         """The program, with its output in files, so that it never waits for a reader."""
-        process = Process(self, arguments, options)
-        return process
+        return Process(self, arguments, options)
 
     def remove(self):
         for cleanup in reversed(self.cleanups):
@@ -186,7 +185,6 @@ def dress(path, status):
 def snapshot(folder):
     """Everything in a folder and below: name -> state."""
     found = {}
-
     for top, folders, files, descriptor in os.fwalk(os.fsencode(folder)):
         for name in folders + files:
             status = os.lstat(name, dir_fd=descriptor)
@@ -257,13 +255,8 @@ def parse(result):
 
 def status_faults(row, result):
     words = [document["status"] for document in result.documents]
-    if row.status is None:
-        return []
-    if isinstance(row.status, str):
-        is_good = bool(words) and set(words) == {row.status}
-    else:
-        is_good = words == list(row.status)
-    if is_good:
+    wanted = [row.status] * max(1, len(words)) if isinstance(row.status, str) else row.status
+    if wanted is None or words == list(wanted):
         return []
     shown = [(path_of(item), item["status"], item.get("error", {}).get("description"))
              for item in result.documents if item["status"] != row.status][:3]
@@ -281,8 +274,6 @@ def line_faults(row, place, result):
     lines = result.err.splitlines()
     if len(lines) < failed or not all(line.startswith(b"tarvello: ") for line in lines):
         faults.append(f"standard error: {result.err[:400]!r}")
-    if b"Sanitizer" in result.err or b"runtime error" in result.err:
-        faults.append(f"a sanitizer speaks: {result.err[:2000]!r}")
     return faults
 
 
@@ -295,16 +286,24 @@ def text_faults(row, result):
             if word.lower() not in said.lower()]
 
 
+def run_faults(result, codes, seconds, memory):
+    """What holds for a run whatever it was about."""
+    faults = []
+    if result.code not in codes:
+        faults.append(f"exit status {result.code}, none of {codes}: {result.err[-500:]!r}")
+    if result.seconds > seconds:
+        faults.append(f"took {result.seconds:.1f} s")
+    if not IS_SANITIZED and result.memory > memory:
+        faults.append(f"took {result.memory:.0f} MiB, more than {memory}")
+    if b"Sanitizer" in result.err or b"runtime error" in result.err:
+        faults.append(f"a sanitizer speaks: {result.err[:2000]!r}")
+    return faults
+
+
 def judge(row, place, before, result):
     """The faults of a run."""
-    faults = []
     codes = row.code if isinstance(row.code, (set, tuple)) else {row.code}
-    if result.code not in codes:
-        faults.append(f"exit status {result.code} instead of {row.code}: {result.err[:300]!r}")
-    if result.seconds > row.seconds * TIME_FACTOR:
-        faults.append(f"took {result.seconds:.1f} s")
-    if not IS_SANITIZED and result.memory > row.memory:
-        faults.append(f"took {result.memory:.0f} MiB, more than {row.memory}")
+    faults = run_faults(result, codes, row.seconds * TIME_FACTOR, row.memory)
     if row.is_json:
         faults += parse(result)
         faults += status_faults(row, result)

@@ -68,19 +68,9 @@ def string_lies():
         record_past_the_end=stream(strings=text[:2] + b"\xff\xff" + text[4:]))
 
 
-def cryptography():
-    """Large, so only where it is needed: a program counts the memory of who starts it."""
-    import xls_crypto
-    return xls_crypto
-
-
 def locked():
     """FILEPASS that lies, and one that another password made."""
-    xls_crypto = cryptography()
-
-    def secret(body):
-        return stream(first=rec(0x2F, body))
-
+    import xls_crypto  # large, and the memory of who starts a program is counted with it
     how = xls_crypto.CryptoApi()
     good = how.make("secret")
     names = {
@@ -91,17 +81,14 @@ def locked():
         "cipher 77": good[:22] + struct.pack("<I", 77) + good[26:],
         "salt of 4 GiB": good[:14] + good[14:].replace(b"\x10\0\0\0", b"\xff\xff\xff\x7f"),
     }
-    return {name + ".xls": book(secret(body)) for name, body in names.items()}
+    return books(**{name: stream(first=rec(0x2F, body)) for name, body in names.items()})
 
 
 def other_password():
-    files = {}
-    xls_crypto = cryptography()
-    for name, how in (("xor", xls_crypto.Xor()), ("rc4", xls_crypto.Rc4()),
-                      ("capi", xls_crypto.CryptoApi())):
-        plain = stream(first=rec(0x2F, how.make("secret")))
-        files[name + ".xls"] = book(how.run(plain, encrypting=True))
-    return files
+    import xls_crypto
+    ciphers = {"xor": xls_crypto.Xor(), "rc4": xls_crypto.Rc4(), "capi": xls_crypto.CryptoApi()}
+    return books(**{name: how.run(stream(first=rec(0x2F, how.make("secret"))), encrypting=True)
+                    for name, how in ciphers.items()})
 
 
 # --- more than it seems -------------------------------------------------------------------------
@@ -115,9 +102,7 @@ def nested(count, has_end):
 
 def many_sheets():
     """Sheets that have no end, each reaching over all that follow."""
-    count = 20_000
-    start = stream([bof(SHEET)] * count + [sheet(*CELLS)])
-    return book(start)
+    return book(stream([bof(SHEET)] * 20_000 + [sheet(*CELLS)]))
 
 
 def token_bombs():
@@ -135,9 +120,7 @@ def token_bombs():
         "sheet": b"\x3A\xff\xff" + bytes(4), "function": b"\x21\xff\xff", "unknown": b"\x7f" * 9,
         "natural language": b"\x18\x0b" + bytes(4),
     }
-    records = [formula(5 + i, 0, body)
-               for i, body in enumerate(tokens.values())]
-    return book(with_cells(*records))
+    return book(with_cells(*(formula(5 + i, 0, body) for i, body in enumerate(tokens.values()))))
 
 
 def shared_loops():
@@ -219,8 +202,8 @@ def split_strings():
 
 
 def odd_strings():
-    return {name + ".xls": book(stream([sheet(*CELLS, label_sst(1, 0, 2))], strings))
-            for name, strings in split_strings().items()}
+    return books(**{name: stream([sheet(*CELLS, label_sst(1, 0, 2))], strings)
+                    for name, strings in split_strings().items()})
 
 
 def odd_books():

@@ -4,9 +4,10 @@
 import struct
 
 from hostile_compound import keeps_streams
-from hostile_container import many
+from hostile_container import many, one
 from hostile_support import ANY, Row
-from xls_books import CELLS, Compound, bof, book, parts, rec, sheet, stream, streams, string
+from hostile_xls import books, with_cells
+from xls_books import Compound, bof, book, parts, rec, streams, string
 
 SUMMARY = "\5SummaryInformation"
 DOCUMENT = "\5DocumentSummaryInformation"
@@ -109,8 +110,8 @@ def keeps_damaged(place, result):
 # --- records of a sheet -------------------------------------------------------------------------
 
 
-def with_records(*records):
-    return book(stream([sheet(*CELLS, *records)]))
+def with_each(records):
+    return books(**{name: with_cells(record) for name, record in records.items()})
 
 
 def text_object(count, text_, size=16):
@@ -157,20 +158,17 @@ def many_texts(count):
     """As many links and shapes as fit."""
     body = link(struct.pack("<2I", 2, 3) + URL + struct.pack("<I", 26) +
                 "http://pear/".encode("utf-16-le") + b"\0\0")
-    return lambda place: place.write("book.xls", with_records(
-        (body + text_object(4, b"pear")) * count, rec(0x14, string("&Lapple"))))
+    return one("book.xls", lambda: book(with_cells(
+        (body + text_object(4, b"pear")) * count, rec(0x14, string("&Lapple")))))
 
 
 def rows():
     return [
         Row("properties that lie", with_streams(property_lies), status="changed", refused=None,
             log=ANY, call=IN_ALL, check=keeps_damaged),
-        Row("texts that lie", many(lambda: {name + ".xls": with_records(records)
-                                            for name, records in record_lies().items()}),
-            code={0, 2}, status="changed", refused=None, log=ANY, call=IN_ALL),
-        Row("headers that are cut", many({name + ".xls": with_records(records)
-                                          for name, records in CUT_HEADERS.items()}),
-            call=IN_ALL),
+        Row("texts that lie", many(lambda: with_each(record_lies())), code={0, 2},
+            status="changed", refused=None, log=ANY, call=IN_ALL),
+        Row("headers that are cut", many(with_each(CUT_HEADERS)), call=IN_ALL),
         Row("50,000 links and shapes", many_texts(50_000), code=0, status="changed", call=IN_ALL,
             is_large=True, memory=256),
     ]

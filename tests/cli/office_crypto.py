@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Encrypted packages without our own code: written, opened and taken apart, after [MS-OFFCRYPTO]
-2.3.4 and [MS-CFB], with hashlib and python3-cryptography."""
+2.3.4, with hashlib and python3-cryptography."""
 import base64
 import hashlib
 import hmac
@@ -12,12 +12,13 @@ import warnings
 
 import olefile
 from cryptography.hazmat.primitives.ciphers import Cipher, algorithms, modes
+from xls_books import Compound
 
 warnings.simplefilter('ignore')
 
+OFFICE = 'http://schemas.microsoft.com/office/2006'
 BLOCK_KEYS = {'input': 'fea7d2763b4b9e79', 'hash': 'd7aa0f6d3061344e', 'key': '146e0be7abacd0d6',
               'hmac key': '5fb2ad010cb9e1f6', 'hmac value': 'a0677f02b22c8433'}
-FREE, END, FAT = 0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFFD
 HASHES = {'SHA1': 'sha1', 'SHA256': 'sha256', 'SHA384': 'sha384', 'SHA512': 'sha512',
           'MD5': 'md5', 'RIPEMD-160': 'ripemd160', 'SHA-1': 'sha1', 'SHA-512': 'sha512'}
 SPACES = {'\x06DataSpaces/Version': b'version' * 9, '\x06DataSpaces/DataSpaceMap': b'map' * 40,
@@ -25,74 +26,10 @@ SPACES = {'\x06DataSpaces/Version': b'version' * 9, '\x06DataSpaces/DataSpaceMap
           '\x06DataSpaces/TransformInfo/StrongEncryptionTransform/\x06Primary': b'trans' * 40}
 
 
-# --- compound files ------------------------------------------------------------------------------
-
-
-def compound(streams, shift=9):
-    """A compound file with these streams, by path; all search trees are degenerate lists."""
-    size, per = 1 << shift, 1 << (shift - 2)
-    names = sorted({p[:i] for p in (tuple(s.split('/')) for s in streams)
-                    for i in range(1, len(p) + 1)}, key=lambda p: (p[:-1], len(p[-1]), p[-1].upper()))
-    ids = {name: i + 1 for i, name in enumerate(names)}
-    ids[()] = 0
-    mini, mini_fat, big, fat = b'', [], [], []
-
-    def place(content):
-        first = len(big)
-        pieces = [content[at:at + size] for at in range(0, len(content), size)]
-        big.extend(piece.ljust(size, b'\0') for piece in pieces)
-        fat.extend([*range(first + 1, first + len(pieces)), END][:len(pieces)])
-        return first if pieces else END
-
-    starts = {}
-    for name in names:
-        content = streams.get('/'.join(name))
-        if content is None or not content:
-            starts[name] = (END if content == b'' else 0, 0)
-        elif len(content) < 4096:
-            count = -(-len(content) // 64)
-            starts[name] = (len(mini_fat), len(content))
-            mini_fat += [*range(len(mini_fat) + 1, len(mini_fat) + count), END]
-            mini += content.ljust(count * 64, b'\0')
-        else:
-            starts[name] = (place(content), len(content))
-    starts[()] = (place(mini), len(mini))
-    mini_first = place(struct.pack(f'<{len(mini_fat)}I', *mini_fat).ljust(
-        -(-len(mini_fat) // per) * size, b'\xff'))
-    entries = b''
-    for name in [(), *names]:
-        kids = [n for n in names if n[:-1] == name and len(n) == len(name) + 1]
-        siblings = [n for n in names if name and n[:-1] == name[:-1]]
-        behind = siblings[siblings.index(name) + 1:] if name else []
-        text = (name[-1] if name else 'Root Entry').encode('utf-16-le')
-        kind = 5 if not name else 2 if '/'.join(name) in streams else 1
-        entries += text.ljust(64, b'\0') + struct.pack(
-            '<HBBIII16sIQQIQ', len(text) + 2, kind, 1, FREE, ids[behind[0]] if behind else FREE,
-            ids[kids[0]] if kids else FREE, bytes(range(16)), ids[name], 5 * ids[name],
-            7 * ids[name], *starts[name])
-    entries = entries.ljust(-(-len(entries) // size) * size, b'\0')
-    directory = place(entries)
-    count = 1
-    while count * per < len(fat) + count:
-        count += 1
-    assert count <= 109
-    tables = list(range(len(fat), len(fat) + count))
-    fat += [FAT] * count
-    table = struct.pack(f'<{len(fat)}I', *fat).ljust(count * size, b'\xff')
-    header = b'\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1' + bytes(16) + struct.pack(
-        '<HHHHH6xIIIIIIIIII', 0x3E, 3 if shift == 9 else 4, 0xFFFE, shift, 6,
-        0 if shift == 9 else len(entries) // size, count, directory, 0, 4096,
-        mini_first, -(-len(mini_fat) // per), END, 0, tables[0])
-    header += struct.pack(f'<{len(tables) - 1}I', *tables[1:])
-    return header.ljust(512, b'\xff').ljust(size, b'\0') + b''.join(big) + table
-
-
 def streams_of(path):
-    with olefile.OleFileIO(path) as ole:
-        return {'/'.join(name): ole.openstream(name).read() for name in ole.listdir()}
-
-
-# --- encryption ----------------------------------------------------------------------------------
+    with olefile.OleFileIO(path) as file:
+        return {'/'.join(name): file.openstream(name).read()
+                for name in file.listdir(streams=True, storages=False)}
 
 
 def digest(name, *pieces):
@@ -126,7 +63,8 @@ class Agile:
                  integrity=True):
         self.cipher, self.bits, self.hash, self.chaining = cipher, bits, hash, chaining
         self.block = 16 if cipher == 'AES' else 8
-        self.rounds, self.password, self.others, self.integrity = rounds, password, others, integrity
+        self.rounds, self.password = rounds, password
+        self.others, self.integrity = others, integrity
         self.data_salt, self.salt = os.urandom(salt_size), os.urandom(salt_size)
         self.data_key = data or os.urandom(bits // 8)
 
@@ -168,12 +106,11 @@ class Agile:
         integrity = (f'<dataIntegrity encryptedHmacKey="{mark("hmac key", mac_key)}" '
                      f'encryptedHmacValue="{mark("hmac value", self.mac(mac_key, stream))}"/>')
         xml = ('<?xml version="1.0" encoding="UTF-8" standalone="yes"?>\r\n<encryption '
-               'xmlns="http://schemas.microsoft.com/office/2006/encryption" xmlns:p="http://schemas.'
-               'microsoft.com/office/2006/keyEncryptor/password" xmlns:c="http://schemas.microsoft.'
-               'com/office/2006/keyEncryptor/certificate">'
+               f'xmlns="{OFFICE}/encryption" xmlns:p="{OFFICE}/keyEncryptor/password" '
+               f'xmlns:c="{OFFICE}/keyEncryptor/certificate">'
                f'<keyData {base} saltValue="{code(self.data_salt)}"/>'
                f'{integrity if self.integrity else ""}<keyEncryptors>{self.others}<keyEncryptor '
-               'uri="http://schemas.microsoft.com/office/2006/keyEncryptor/password">'
+               f'uri="{OFFICE}/keyEncryptor/password">'
                f'<p:encryptedKey spinCount="{self.rounds}" {base} saltValue="{code(self.salt)}" '
                f'encryptedVerifierHashInput="{seal("input", test)}" encryptedVerifierHashValue="'
                f'{seal("hash", digest(self.hash, test))}" encryptedKeyValue="'
@@ -259,7 +196,7 @@ class Standard:
 def encrypted(how, package, streams=SPACES, shift=9):
     """A document's bytes."""
     info, stream = how.write(package)
-    return compound({**streams, 'EncryptionInfo': info, 'EncryptedPackage': stream}, shift)
+    return Compound({**streams, 'EncryptionInfo': info, 'EncryptedPackage': stream}, shift).bytes()
 
 
 def opened(path, password):

@@ -59,9 +59,8 @@ def documents(program, base, name):
         file.write(DOCUMENTS[name]())
     shutil.copyfile(old, new)
     done = subprocess.run([program, *REPLACEMENT, new], capture_output=True, check=False)
-    with open(old, "rb") as before, open(new, "rb") as after:
-        if done.returncode != 0 or before.read() == after.read():
-            sys.exit(f"{name} cannot be replaced in: {done.stderr!r}")
+    if done.returncode != 0 or fault_sweep.bytes_of(old) == fault_sweep.bytes_of(new):
+        sys.exit(f"{name} cannot be replaced in: {done.stderr!r}")
     return old, new
 
 

@@ -31,10 +31,11 @@ class Compound:
 
     `streams` gives contents by path; storages come into being with what they hold. Entries are
     found by path in `entries`, the chains of sectors in `fat` and `mini_fat` (lists of numbers),
-    the fields of the header in `header`, the rest of the table's sectors in `table`.
+    the fields of the header in `header`, the rest of the table's sectors in `table`. `add_more` may
+    add entries to `order` that belong to no stream.
     """
 
-    def __init__(self, streams, shift=9):
+    def __init__(self, streams, shift=9, add_more=lambda file: None):
         self.shift, self.sector = shift, 1 << shift
         self.sectors, self.fat, self.mini_fat = [], [], []
         self.order = [Entry("Root Entry", ROOT)]
@@ -52,6 +53,7 @@ class Compound:
             elif content:
                 entry.start = self.chain(content)
         self.link_all()
+        add_more(self)
         root = self.order[0]
         root.start, root.size = (self.chain(mini), len(mini)) if mini else (END, 0)
         while len(self.order) % (self.sector // 128):

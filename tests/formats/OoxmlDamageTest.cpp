@@ -19,7 +19,6 @@
 #include "workbook/ooxml/SheetStream.h"
 
 namespace brindle::workbook {
-
 namespace {
 
 using namespace std::string_literals;
@@ -39,13 +38,11 @@ WorkbookBuilder fullBook() {
         .strings("<si><t>a text</t></si>", R"(count="1" uniqueCount="1")")
         .calcChain(R"(<c r="A2" i="1"/><c r="B2"/>)");
     const char* const name = "xl/worksheets/_rels/sheet1.xml.rels";
-    std::string relationships = book.parts().at(name);
-    relationships.insert(
-        relationships.find("</"),
+    const std::string relationship =
         R"(<Relationship Id="h" Type="http://schemas.openxmlformats.org/officeDocument/2006/)"
-        R"(relationships/hyperlink" Target="../the%20same.xlsx" TargetMode="External"/>)");
-    book.part(name, relationships);
-    return book;
+        R"(relationships/hyperlink" Target="../the%20same.xlsx" TargetMode="External"/>)";
+    std::string relationships = book.parts().at(name);
+    return book.part(name, relationships.insert(relationships.find("</"), relationship));
 }
 
 void replaceInTexts(Worksheet& sheet, const char* what) {
@@ -86,18 +83,6 @@ bool survives(const std::string& path) {
         EXPECT_NO_THROW(openDocument(path, {}));
     }
     return !error;
-}
-
-TEST(OoxmlDamage, SurvivesCutArchives) {
-    TempDir dir;
-    fullBook().write(dir);
-    const std::string whole = dir.read("book.xlsx");
-    std::mt19937 random(20240607);
-    for (int i = 0; i < 150; ++i) {
-        const std::size_t length = random() % whole.size();
-        const std::string path = dir.write("cut.xlsx", whole.substr(0, length));
-        EXPECT_FALSE(survives(path)) << length;
-    }
 }
 
 TEST(OoxmlDamage, SurvivesChangedBytes) {
@@ -155,13 +140,9 @@ TEST(OoxmlDamage, FailsAgainUntilAPassSucceeds) {
 }
 
 TEST(OoxmlDamage, SaysWhatIsWrong) {
-    const std::string sheetText = fullBook().parts().at(kSheet);
-    const auto changed = [&](const std::string& text, const std::string& with) {
-        std::string damaged = sheetText;
-        return damaged.replace(damaged.find(text), text.size(), with);
-    };
     const auto withSheet = [&](const std::string& text, const std::string& with) {
-        return fullBook().part(kSheet, changed(text, with));
+        std::string sheet = fullBook().parts().at(kSheet);
+        return fullBook().part(kSheet, sheet.replace(sheet.find(text), text.size(), with));
     };
     const std::string kMain = "xl/workbook.xml";
     const auto damaged = ErrorKind::Damaged;
@@ -293,5 +274,4 @@ TEST(OoxmlCorpus, BothReadersTellTheSameCells) {
 }
 
 }  // namespace
-
 }  // namespace brindle::workbook

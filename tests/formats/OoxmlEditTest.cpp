@@ -18,9 +18,9 @@ std::string rowOf(const std::string& path) {
     return cut(memberText(path, kSheet), "<row", "</row>");
 }
 
-WorkbookBuilder oneRow(const std::string& cells) {
+WorkbookBuilder oneRow(const std::string& cells, const std::string& tail = {}) {
     WorkbookBuilder book;
-    return book.row(cells).strings("<si><t>unused</t></si>");
+    return book.row(cells, tail).strings("<si><t>unused</t></si>");
 }
 
 // The cell A1 from what follows its place; a cell as it stands is taken so.
@@ -51,14 +51,11 @@ const Entering kEntered[] = {
     {"percent", R"( s="1"><v>0.5</v>)", exactly("50%"), "60%", R"( s="1"><v>0.6</v>)", "60%"},
     {"percent without its sign", R"( s="1"><v>0.5</v>)", part("0%"), "", R"( s="1"><v>5</v>)",
      "500%"},
-    {"part of a date", R"( s="8"><v>42675</v>)", part("1/1/2016"), "2/2/2017",
-     R"( s="8"><v>43071</v>)", "12/2/2017"},
     {"date into text", R"( s="2"><v>42370</v>)", part("/"), ".", R"( s="2" t="s"><v>1</v>)",
      "1.1.2016"},
     {"formula result is not searched", R"( t="str"><f>B1&amp;"x"</f><v>abcx</v>)", part("abc"), "z",
      "", R"(=B1&"x")"},
     {"wildcard", text("abc"), {"A*", CaseMode::Folded, true}, "z", text("z"), "z"},
-    {"tilde", text("a*b axxb"), part("a~*b"), "z", text("z axxb"), "z axxb"},
     {"sign in front of a name", text("a*b axxb"), part("a~*b"), "-", R"( s="0"><f>- axxb</f>)",
      "=- axxb"},
     {"sign in front of a sheet that is not there", text("x-No!a"), part("x"), "", text("-No!a"),
@@ -73,17 +70,12 @@ const Entering kEntered[] = {
     {"boolean, letter case", R"( t="b"><v>1</v>)", part("true"), "x", "", "TRUE"},
     {"boolean", R"( t="b"><v>1</v>)", part("TRUE"), "false", R"( t="b"><v>0</v>)", "FALSE"},
     {"error", R"( t="e"><v>#N/A</v>)", part("N/A"), "REF!", R"( t="e"><v>#REF!</v>)", "#REF!"},
-    {"number into text", R"(><v>1234</v>)", part("2"), "x", R"( t="s"><v>1</v>)", "1x34"},
-    {"number into number", R"( s="9"><v>1234</v>)", part("2"), "5", R"( s="9"><v>1534</v>)",
-     "1534"},
     {"text into boolean", text("xtrue"), part("x"), "", R"( s="0" t="b"><v>1</v>)", "TRUE"},
     {"text into formula", text("x1+2"), part("x"), "=", R"( s="0"><f>1+2</f>)", "=1+2"},
-    {"lone equals sign", text("x"), part("x"), "=", text("="), "="},
     {"formula into text", R"( cm="1"><f>B1</f><v>2</v>)", part("="), "", R"( t="s"><v>1</v>)",
      "B1"},
     {"formula into number", R"(><f>1</f><v>1</v>)", part("="), "", R"(><v>1</v>)", "1"},
     {"text format stays", text("x007", 3), part("x"), "", text("007", 3), "007"},
-    {"text format, no formula", text("x1+1", 3), part("x"), "=", text("=1+1", 3), "=1+1"},
     {"apostrophe stays", text("1_2", 4), part("_"), "-", text("1-2", 4), "1-2"},
     {"number with text format", R"( s="3"><v>12</v>)", part("1"), "0", R"( s="3" t="s"><v>1</v>)",
      "02"},
@@ -108,9 +100,6 @@ const Entering kEntered[] = {
      R"(><f>_xlfn.CONCAT(B1,"b")</f>)", R"(=CONCAT(B1,"b"))"},
     {"markup in a formula", R"(><f>B1&amp;"&lt;"</f>)", part("<"), ">&",
      R"(><f>B1&amp;"&gt;&amp;"</f>)", R"(=B1&">&")"},
-    {"markup in a text", text("a &lt; b"), part("<"), "<&>", text("a &lt;&amp;&gt; b"), "a <&> b"},
-    {"what looks like an escape", text("a"), part("a"), "_x0041_", text("_x005F_x0041_"),
-     "_x0041_"},
     {"characters that no part may hold", text("a_xFFFF_b_x0001_"), part("a"), "c",
      text("c_xFFFF_b_x0001_"), "c\uFFFFb\x01"},
     {"ISO date", R"( s="2" t="d"><v>2016-01-01</v>)", part("2016"), "2017",
@@ -166,8 +155,7 @@ TEST(OoxmlEdit, SetsAFormatOnGeneralCells) {
             const std::string mark = prefix.empty() ? "" : prefix + ":";
             const std::string styles = memberText(path, "xl/styles.xml");
             const std::string xfs = cut(styles, "<" + mark + "cellXfs", "</" + mark + "cellXfs>");
-            const std::size_t last = xfs.rfind("<" + mark + "xf ");
-            const std::string added = xfs.substr(last, xfs.find('>', last) - last);
+            const std::string added = cut(xfs.substr(xfs.rfind("<" + mark + "xf ")), "<", ">");
             EXPECT_TRUE(holds(xfs, R"(count="15")"));
             EXPECT_TRUE(holds(added, R"(fontId="1")") && holds(added, R"(applyNumberFormat="1")") &&
                         holds(added, "numFmtId=\"" + std::to_string(row.formatId) + "\""))
@@ -190,10 +178,10 @@ TEST(OoxmlEdit, AddsAFormatWhereABuiltInOneIsTaken) {
 
 TEST(OoxmlEdit, ReusesStyles) {
     TempDir dir;
-    const std::string path =
-        oneRow(R"(<c r="A1" t="str"><v>x1%</v></c><c r="B1" t="str"><v>x2%</v></c>)"
-               R"(<c r="C1" s="2" t="str"><v>x3%</v></c><c r="D1" t="str"><v>x4.5%</v></c>)")
-            .write(dir);
+    const std::string cells =
+        R"(<c r="A1" t="str"><v>x1%</v></c><c r="B1" t="str"><v>x2%</v></c>)"
+        R"(<c r="C1" s="2" t="str"><v>x3%</v></c><c r="D1" t="str"><v>x4.5%</v></c>)";
+    const std::string path = oneRow(cells).write(dir);
     EXPECT_EQ(replaceIn(path, part("x"), ""), 4u);
     // In the order of the walk, which begins behind the first match.
     EXPECT_EQ(rowOf(path),
@@ -212,40 +200,42 @@ TEST(OoxmlEdit, WritesNoFormatWithoutStyles) {
 
 struct Rich {
     const char* name;
-    const char* before;
+    std::string before;
     const char* find;
     const char* with;
-    const char* after;
+    std::string after;
 };
+
+std::string plain(const std::string& text) {
+    return "<r><t>" + text + "</t></r>";
+}
+std::string bold(const std::string& text) {
+    return "<r><rPr><b/></rPr><t>" + text + "</t></r>";
+}
+
 // clang-format off
 const Rich kRich[] = {
-    {"in one run", "<r><t>ab</t></r><r><rPr><b/></rPr><t>cd</t></r>", "c", "X",
-     "<r><t>ab</t></r><r><rPr><b/></rPr><t>Xd</t></r>"},
-    {"over two runs", "<r><t>ab</t></r><r><rPr><b/></rPr><t>cd</t></r>", "bc", "X",
-     "<r><t>aX</t></r><r><rPr><b/></rPr><t>d</t></r>"},
-    {"a run emptied", "<r><t>ab</t></r><r><rPr><b/></rPr><t>cd</t></r>", "cd", "",
-     "<r><t>ab</t></r>"},
-    {"over three runs", "<r><t>ab</t></r><r><rPr><b/></rPr><t>c</t></r><r><t>de</t></r>", "bcd",
-     "X", "<r><t>aX</t></r><r><t>e</t></r>"},
-    {"several matches", "<r><t>aXbX</t></r><r><rPr><i/></rPr><t>Xc</t></r>", "X", "yy",
-     "<r><t>ayybyy</t></r><r><rPr><i/></rPr><t>yyc</t></r>"},
-    {"blanks come to an end", "<r><t>a b</t></r><r><rPr><i/></rPr><t>c</t></r>", "b", "",
-     R"(<r><t xml:space="preserve">a </t></r><r><rPr><i/></rPr><t>c</t></r>)"},
+    {"in one run", plain("ab") + bold("cd"), "c", "X", plain("ab") + bold("Xd")},
+    {"over two runs", plain("ab") + bold("cd"), "bc", "X", plain("aX") + bold("d")},
+    {"a run emptied", plain("ab") + bold("cd"), "cd", "", plain("ab")},
+    {"over three runs", plain("ab") + bold("c") + plain("de"), "bcd", "X",
+     plain("aX") + plain("e")},
+    {"several matches", plain("aXbX") + bold("Xc"), "X", "yy", plain("ayybyy") + bold("yyc")},
+    {"blanks come to an end", plain("a b") + bold("c"), "b", "",
+     R"(<r><t xml:space="preserve">a </t></r>)" + bold("c")},
     {"phonetic text goes", R"(<t>ab</t><rPh sb="0" eb="1"><t>a</t></rPh><phoneticPr fontId="1"/>)",
      "a", "X", "<t>Xb</t>"},
-    {"empty run stays", "<r><rPr><b/></rPr><t/></r><r><t>ab</t></r>", "a", "",
-     "<r><rPr><b/></rPr><t/></r><r><t>b</t></r>"},
-    {"two texts in a run", "<r><rPr><b/></rPr><t>ab</t><t>ac</t></r>", "a", "",
-     "<r><rPr><b/></rPr><t>b</t><t>c</t></r>"},
-    {"one of two texts emptied", "<r><rPr><b/></rPr><t>a</t><t>ac</t></r>", "a", "",
-     "<r><rPr><b/></rPr><t>c</t></r>"},
-    {"texts beside runs", "<t>ab</t><r><t>ab</t></r>", "b", "", "<t>a</t><r><t>a</t></r>"},
-    {"escapes", "<r><t>a_x000D_b</t></r><r><t>_x005F_x0041_</t></r>", "b", "c",
-     "<r><t>a_x000D_c</t></r><r><t>_x005F_x0041_</t></r>"},
+    {"empty run stays", "<r><rPr><b/></rPr><t/></r>" + plain("ab"), "a", "",
+     "<r><rPr><b/></rPr><t/></r>" + plain("b")},
+    {"two texts in a run", bold("ab</t><t>ac"), "a", "", bold("b</t><t>c")},
+    {"one of two texts emptied", bold("a</t><t>ac"), "a", "", bold("c")},
+    {"texts beside runs", "<t>ab</t>" + plain("ab"), "b", "", "<t>a</t>" + plain("a")},
+    {"escapes", plain("a_x000D_b") + plain("_x005F_x0041_"), "b", "c",
+     plain("a_x000D_c") + plain("_x005F_x0041_")},
     {"CDATA", "<t><![CDATA[<ab>]]></t>", "a", "X", "<t>&lt;Xb&gt;</t>"},
     {"numbered character", "<t>&#97;b &amp;</t>", "ab", "X", "<t>X &amp;</t>"},
-    {"comment and instruction", "<r><t>a<?ab?></t></r><!-- ab --><r><t>b</t></r>", "b", "X",
-     "<r><t>a<?ab?></t></r><!-- ab --><r><t>X</t></r>"},
+    {"comment and instruction", "<r><t>a<?ab?></t></r><!-- ab -->" + plain("b"), "b", "X",
+     "<r><t>a<?ab?></t></r><!-- ab -->" + plain("X")},
 };
 // clang-format on
 
@@ -253,48 +243,50 @@ TEST(OoxmlEdit, KeepsTheFormatsOfWhatIsNotReplaced) {
     TempDir dir;
     for (const Rich& row : kRich) {
         SCOPED_TRACE(row.name);
-        const std::string path =
-            oneRow(R"(<c r="A1" t="s"><v>0</v></c><c r="B1" t="inlineStr"><is>)"s + row.before +
-                   "</is></c>")
-                .strings("<si>"s + row.before + "</si>")
-                .write(dir);
+        const std::string inlined = R"(<c r="B1" t="inlineStr"><is>)" + row.before + "</is></c>";
+        const std::string path = oneRow(R"(<c r="A1" t="s"><v>0</v></c>)" + inlined)
+                                     .strings("<si>" + row.before + "</si>")
+                                     .write(dir);
         EXPECT_EQ(replaceIn(path, part(row.find), row.with), 2u);
         EXPECT_EQ(cut(memberText(path, kStringsPart), "<si>", "</si>"),
-                  "<si>"s + row.after + "</si>");
-        EXPECT_EQ(cut(rowOf(path), "<is>", "</is>"), "<is>"s + row.after + "</is>");
+                  "<si>" + row.after + "</si>");
+        EXPECT_EQ(cut(rowOf(path), "<is>", "</is>"), "<is>" + row.after + "</is>");
     }
 }
 
 // --- shared formulas -----------------------------------------------------------------------------
 
 TEST(OoxmlEdit, ChangesOneCellOfASharedFormula) {
-    const std::string child = R"(<f t="shared" si="0"/><v>1</v></c>)";
+    const auto child = [](const std::string& cell) {
+        return "<c r=\"" + cell + R"("><f t="shared" si="0"/><v>1</v></c>)";
+    };
+    const auto own = [](const std::string& cell, const std::string& formula) {
+        return "<c r=\"" + cell + "\"><f>" + formula + R"(&amp;"a"</f></c>)";
+    };
     const std::string master = R"(<c r="A1"><f t="shared" ca="1" ref="A1:D1" si="0">)"
                                R"(A2+1&amp;"a"</f><v>1</v></c>)";
     // What B1 to D1 become when A1 does not share the formula any more.
     const std::string promoted =
-        R"(<c r="B1"><f t="shared" si="0" ref="B1:D1">B2+1&amp;"a"</f><v>1</v></c><c r="C1">)" +
-        child + R"(<c r="D1">)" + child;
+        R"(<c r="B1"><f t="shared" si="0" ref="B1:D1">B2+1&amp;"a"</f><v>1</v></c>)" + child("C1") +
+        child("D1");
     const struct {
         const char* name;
         const char* find;  // replaced by 9
         std::string after;
+        // clang-format off
     } rows[] = {
-        {"a child", "C2",
-         master + R"(<c r="B1">)" + child + R"(<c r="C1"><f>9+1&amp;"a"</f></c><c r="D1">)" +
-             child},
+        {"a child", "C2", master + child("B1") + own("C1", "9+1") + child("D1")},
         {"the one that defines it", "A2", R"(<c r="A1"><f ca="1">9+1&amp;"a"</f></c>)" + promoted},
         {"into a text", "=A2+1&\"a\"", R"(<c r="A1"><v>9</v></c>)" + promoted},
-        {"two of them", "?2+1",
-         R"(<c r="A1"><f ca="1">9&amp;"a"</f></c><c r="B1"><f>9&amp;"a"</f></c>)"
-         R"(<c r="C1"><f>9&amp;"a"</f></c><c r="D1"><f>9&amp;"a"</f></c>)"},
+        {"two of them", "?2+1", R"(<c r="A1"><f ca="1">9&amp;"a"</f></c>)" + own("B1", "9") +
+         own("C1", "9") + own("D1", "9")},
     };
+    // clang-format on
     TempDir dir;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string path = oneRow(master + R"(<c r="B1">)" + child + R"(<c r="C1">)" + child +
-                                        R"(<c r="D1">)" + child)
-                                     .write(dir);
+        const std::string path =
+            oneRow(master + child("B1") + child("C1") + child("D1")).write(dir);
         EXPECT_GE(replaceIn(path, part(row.find), "9"), 1u);
         EXPECT_EQ(rowOf(path), R"(<row r="1">)" + row.after + "</row>");
     }
@@ -323,13 +315,11 @@ TEST(OoxmlEdit, PromotesOverSeveralRows) {
 const char* const kProtection = R"(<sheetProtection sheet="1" objects="1"/>)";
 
 WorkbookBuilder signedBook() {
-    const std::string main = R"(<Relationship Id="main")";
-    return oneText("x")
-        .part("_xmlsignatures/origin.sigs", "")
-        .inAllParts(main, R"(<Relationship Id="sig" Type="http://schemas.openxmlformats.org/)"
-                          R"(package/2006/relationships/digital-signature/origin" )"
-                          R"(Target="_xmlsignatures/origin.sigs"/>)" +
-                              main);
+    const std::string first = R"(<Relationship Id="main")";
+    const std::string signature =
+        R"(<Relationship Id="sig" Type="http://schemas.openxmlformats.org/package/2006/)"
+        R"(relationships/digital-signature/origin" Target="_xmlsignatures/origin.sigs"/>)";
+    return oneText("x").part("_xmlsignatures/origin.sigs", "").inAllParts(first, signature + first);
 }
 
 TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
@@ -339,14 +329,13 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
                               R"(</c><c r="B1"><v>1</v></c>)";
     const std::string formula = R"(<c r="A1"><f>SUM(B1)</f><v>1</v></c>)";
     const std::string isWrong = "The formula you typed contains an error";
+    const std::string isArray = "You cannot change part of an array";
     std::string names = "B1";
     for (int i = 0; i < 2800; ++i) names += "+B1";
     const std::string ns = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
     WorkbookBuilder odd;
     odd.rawSheet("<x:worksheet xmlns:x=\"" + ns + "\"><x:sheetData><row xmlns=\"" + ns +
                  R"("><c r="A1" t="str"><v>x</v></c></row></x:sheetData></x:worksheet>)");
-    WorkbookBuilder locked;
-    WorkbookBuilder lockedArray;
     const std::string isLocked =
         "The cell or chart that you are trying to change is protected and therefore read-only";
     const struct {
@@ -357,14 +346,12 @@ TEST(OoxmlEdit, RefusesAndLeavesTheCell) {
         std::string with;
         std::string text;  // begins with
     } rows[] = {
-        {"first of an array", oneRow(array), "A1", part("C1"), "E1",
-         "You cannot change part of an array"},
-        {"another of an array", oneRow(array), "B1", part("C1"), "E1",
-         "You cannot change part of an array"},
+        {"first of an array", oneRow(array), "A1", part("C1"), "E1", isArray},
+        {"another of an array", oneRow(array), "B1", part("C1"), "E1", isArray},
         {"data table", oneRow(table), "B1", part("TABLE"), "X",
          "Cannot change part of a data table"},
-        {"protected", locked.row(a1(text("x")), kProtection), "A1", part("x"), "y", isLocked},
-        {"protected array", lockedArray.row(array, kProtection), "B1", part("C1"), "E1", isLocked},
+        {"protected", oneRow(a1(text("x")), kProtection), "A1", part("x"), "y", isLocked},
+        {"protected array", oneRow(array, kProtection), "B1", part("C1"), "E1", isLocked},
         {"signed", signedBook(), "A1", part("x"), "y", "The workbook is signed"},
         {"no formula", oneRow(formula), "A1", part(")"), "", isWrong},
         {"no formula, from a text", oneText("x1+"), "A1", part("x"), "=", isWrong},
@@ -412,12 +399,12 @@ TEST(OoxmlEdit, ChangesWhatIsNotLocked) {
         .row(R"(<c r="A1" t="str"><v>x</v></c>)", R"(<sheetProtection sheet="0"/>)")
         .settings(R"(<workbookProtection lockStructure="1"/>)");
     const auto document = openDocument(book.write(dir), {});
-    document->worksheet(0).replaceInCell(cell("A1"), part("x"), "y");
-    document->worksheet(1).replaceInCell(cell("A1"), part("x"), "y");
+    for (std::size_t i = 0; i < 2; ++i) {
+        document->worksheet(i).replaceInCell(cell("A1"), part("x"), "y");
+        EXPECT_EQ(found(document->worksheet(i), part("y")).size(), 1u);
+    }
     // The same text again is no change, so nothing is refused.
     document->worksheet(0).replaceInCell(cell("B1"), part("x"), "x");
-    EXPECT_EQ(found(document->worksheet(0), part("y")).size(), 1u);
-    EXPECT_EQ(found(document->worksheet(1), part("y")).size(), 1u);
 }
 
 // --- tables --------------------------------------------------------------------------------------

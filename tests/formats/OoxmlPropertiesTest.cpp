@@ -12,7 +12,6 @@
 #include "workbook/FormatTable.h"
 
 namespace brindle::workbook {
-
 namespace {
 
 using namespace brindle::test;
@@ -30,18 +29,11 @@ std::string corePart(const std::string& properties) {
            properties + "</cp:coreProperties>";
 }
 
-std::string extendedPart(const std::string& properties) {
-    return "<Properties "
-           "xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\" "
+std::string propertiesPart(const std::string& kind, const std::string& properties) {
+    return "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/" + kind +
+           "-properties\" "
            "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\">" +
            properties + "</Properties>";
-}
-
-std::string customPart(const std::string& values) {
-    return "<Properties "
-           "xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/custom-properties\" "
-           "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\">" +
-           values + "</Properties>";
 }
 
 std::string property(const std::string& value, const std::string& attributes = {}) {
@@ -55,10 +47,7 @@ WorkbookBuilder book(const std::string& core, const std::string& extended,
     const std::string office = isStrict ? "http://purl.oclc.org/ooxml/officeDocument/relationships/"
                                         : "http://schemas.openxmlformats.org/officeDocument/2006/"
                                           "relationships/";
-    std::string links =
-        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-        "<Relationship Id=\"m\" Type=\"" +
-        office + "officeDocument\" Target=\"xl/workbook.xml\"/>";
+    std::string links;
     WorkbookBuilder book;
     book.sheet("");
     const auto add = [&](const char* name, const std::string& bytes, const std::string& type) {
@@ -71,7 +60,8 @@ WorkbookBuilder book(const std::string& core, const std::string& extended,
         "http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties");
     add(kExtended, extended, office + (isStrict ? "extendedProperties" : "extended-properties"));
     add(kCustom, custom, office + (isStrict ? "customProperties" : "custom-properties"));
-    book.part("_rels/.rels", links + "</Relationships>");
+    const std::string first = "<Relationship Id=\"main\"";
+    book.inAllParts(first, links + first);
     if (isStrict) book.strict();
     return book;
 }
@@ -140,7 +130,7 @@ TEST_F(OoxmlProperties, builtIn) {
             SCOPED_TRACE(row.element);
             const auto part = [&](const std::string& element) {
                 const std::string around = "<x/>" + element + "\n<y>1</y>";
-                return row.isCore ? corePart(around) : extendedPart(around);
+                return row.isCore ? corePart(around) : propertiesPart("extended", around);
             };
             const std::string path = book(row.isCore ? part(row.element) : "",
                                           row.isCore ? "" : part(row.element), "", isStrict)
@@ -216,7 +206,7 @@ TEST_F(OoxmlProperties, custom) {
         SCOPED_TRACE(row.value);
         const std::string other = property("<vt:lpwstr>other</vt:lpwstr>");
         const auto part = [&](const std::string& value) {
-            return customPart(other + property(value, " linkTarget=\"name\"") + "\n");
+            return propertiesPart("custom", other + property(value, " linkTarget=\"name\"") + "\n");
         };
         const std::string path = book("", "", part(row.value)).write(mDir);
         const auto document = openDocument(path, {});
@@ -233,8 +223,8 @@ TEST_F(OoxmlProperties, custom) {
 
 TEST_F(OoxmlProperties, changeNothingElse) {
     const std::string path =
-        book(corePart("<dc:title>a</dc:title>"), extendedPart("<Company>b</Company>"),
-             customPart(property("<vt:lpwstr>c</vt:lpwstr>")))
+        book(corePart("<dc:title>a</dc:title>"), propertiesPart("extended", "<Company>b</Company>"),
+             propertiesPart("custom", property("<vt:lpwstr>c</vt:lpwstr>")))
             .write(mDir);
     const auto before = packedMembers(path);
     const auto document = openDocument(path, {});
@@ -249,5 +239,4 @@ TEST_F(OoxmlProperties, changeNothingElse) {
 }
 
 }  // namespace
-
 }  // namespace brindle::workbook

@@ -12,7 +12,6 @@
 #include "workbook/FormatTable.h"
 
 namespace brindle::workbook {
-
 namespace {
 
 using package::testing::buildCompound;
@@ -94,24 +93,20 @@ TEST(OoxmlEncrypted, IsToldByItsStreams) {
         std::map<std::string, std::string> streams;
         ErrorKind kind;
     };
+    const auto damaged = ErrorKind::Damaged;
+    const auto unsupported = ErrorKind::Unsupported;
+    // clang-format off
     const Row table[] = {
-        {"a binary workbook", {{"Workbook", noise(5000, 1)}}, ErrorKind::Damaged},
-        {"an older one", {{"Book", noise(50, 1)}}, ErrorKind::Damaged},
-        {"another program's document", {{"WordDocument", "x"}}, ErrorKind::Unsupported},
-        {"half of it", {{"EncryptedPackage", "x"}}, ErrorKind::Unsupported},
-        {"in a storage",
-         {{"a/EncryptedPackage", "x"}, {"a/EncryptionInfo", "x"}},
-         ErrorKind::Unsupported},
-        {"storages",
-         {{"EncryptedPackage/x", "x"}, {"EncryptionInfo/x", "x"}},
-         ErrorKind::Unsupported},
-        {"both",
-         {{"EncryptedPackage", "x"}, {"EncryptionInfo", "x"}, {"BOOK", "x"}},
-         ErrorKind::Damaged},
-        {"an empty description",
-         {{"EncryptedPackage", "x"}, {"EncryptionInfo", ""}},
-         ErrorKind::Damaged},
+        {"a binary workbook", {{"Workbook", noise(5000, 1)}}, damaged},
+        {"an older one", {{"Book", noise(50, 1)}}, damaged},
+        {"another program's document", {{"WordDocument", "x"}}, unsupported},
+        {"half of it", {{"EncryptedPackage", "x"}}, unsupported},
+        {"in a storage", {{"a/EncryptedPackage", "x"}, {"a/EncryptionInfo", "x"}}, unsupported},
+        {"storages", {{"EncryptedPackage/x", "x"}, {"EncryptionInfo/x", "x"}}, unsupported},
+        {"both", {{"EncryptedPackage", "x"}, {"EncryptionInfo", "x"}, {"BOOK", "x"}}, damaged},
+        {"an empty description", {{"EncryptedPackage", "x"}, {"EncryptionInfo", ""}}, damaged},
     };
+    // clang-format on
     TempDir dir;
     for (const Row& row : table) {
         for (const char* name : {"a.xlsx", "a.xls", "a.csv"}) {
@@ -126,5 +121,4 @@ TEST(OoxmlEncrypted, IsToldByItsStreams) {
 }
 
 }  // namespace
-
 }  // namespace brindle::workbook

@@ -11,7 +11,6 @@
 #include "workbook/FormatTable.h"
 
 namespace brindle::workbook {
-
 namespace {
 
 using namespace brindle::test;
@@ -44,7 +43,7 @@ void replaceIn(const std::string& path, std::string_view what, std::string_view 
 
 struct Change {
     const char* name;
-    std::string before;  // paragraphs
+    std::string before;  // paragraphs, or content of the box of a legacy drawing
     std::string shown;
     std::string what;
     std::string with;
@@ -52,58 +51,54 @@ struct Change {
 };
 
 const std::string kBold = "b=\"1\"";
+const std::string kDate =
+    "<a:fld id=\"{1}\" type=\"datetime\"><a:rPr i=\"1\"/><a:pPr/><a:t>1/2</a:t></a:fld>";
 
+std::string par(const std::string& content) {
+    return "<a:p>" + content + "</a:p>";
+}
+
+// clang-format off
 const Change kChanges[] = {
-    {"one run", "<a:p>" + run("a cat &amp; b", kBold) + "<a:endParaRPr/></a:p>", "a cat & b", "cat",
-     "<dog>", "<a:p>" + run("a &lt;dog&gt; &amp; b", kBold) + "<a:endParaRPr/></a:p>"},
-    {"over runs",
-     "<a:p>" + run("Hel", kBold) + run("lo") + run(" wor") + run("ld", kBold) + "</a:p>",
-     "Hello world", "lo wor", "X",
-     "<a:p>" + run("Hel", kBold) + run("X") + run("ld", kBold) + "</a:p>"},
-    {"begins in one format", "<a:p>" + run("re", kBold) + run("port") + "</a:p>", "report",
-     "report", "summary", "<a:p>" + run("summary", kBold) + "</a:p>"},
+    {"one run", par(run("a cat &amp; b", kBold) + "<a:endParaRPr/>"), "a cat & b", "cat", "<dog>",
+     par(run("a &lt;dog&gt; &amp; b", kBold) + "<a:endParaRPr/>")},
+    {"over runs", par(run("Hel", kBold) + run("lo") + run(" wor") + run("ld", kBold)),
+     "Hello world", "lo wor", "X", par(run("Hel", kBold) + run("X") + run("ld", kBold))},
+    {"begins in one format", par(run("re", kBold) + run("port")), "report", "report", "summary",
+     par(run("summary", kBold))},
     {"several, each in its format",
-     "<a:p>" + run("cat", kBold) + run(" and cat, ") + run("cat", "i=\"1\"") + "</a:p>",
-     "cat and cat, cat", "cat", "dog",
-     "<a:p>" + run("dog", kBold) + run(" and dog, ") + run("dog", "i=\"1\"") + "</a:p>"},
+     par(run("cat", kBold) + run(" and cat, ") + run("cat", "i=\"1\"")), "cat and cat, cat", "cat",
+     "dog", par(run("dog", kBold) + run(" and dog, ") + run("dog", "i=\"1\""))},
     {"lines stay",
-     "<a:p><a:pPr algn=\"r\"/>" + run("one") + "<a:br><a:rPr/></a:br>" + run("two") +
-         "</a:p>\n<a:p/><a:p>" + run("two") + "</a:p>",
-     "one\ntwo\n\ntwo", "two", "2",
-     "<a:p><a:pPr algn=\"r\"/>" + run("one") + "<a:br><a:rPr/></a:br>" + run("2") +
-         "</a:p>\n<a:p></a:p><a:p>" + run("2") + "</a:p>"},
-    {"a line break goes", "<a:p>" + run("one", kBold) + "<a:br/>" + run("two") + "</a:p>",
-     "one\ntwo", "\n", ", ", "<a:p>" + run("one, ", kBold) + run("two") + "</a:p>"},
+     par("<a:pPr algn=\"r\"/>" + run("one") + "<a:br><a:rPr/></a:br>" + run("two")) +
+     "\n<a:p/>" + par(run("two")), "one\ntwo\n\ntwo", "two", "2",
+     par("<a:pPr algn=\"r\"/>" + run("one") + "<a:br><a:rPr/></a:br>" + run("2")) +
+     "\n<a:p></a:p>" + par(run("2"))},
+    {"a line break goes", par(run("one", kBold) + "<a:br/>" + run("two")), "one\ntwo", "\n", ", ",
+     par(run("one, ", kBold) + run("two"))},
     {"paragraphs are joined",
-     "<a:p>" + run("one") + "<a:endParaRPr/></a:p><a:p><a:pPr/>" + run("two", kBold) +
-         "<a:endParaRPr b=\"1\"/></a:p>",
-     "one\ntwo", "e\ntw", "-",
-     "<a:p>" + run("on-") + run("o", kBold) + "<a:endParaRPr b=\"1\"/></a:p>"},
-    {"between kept breaks",
-     "<a:p>" + run("a", kBold) + "<a:br/><a:br/><a:br/>" + run("b") + "</a:p>", "a\n\n\nb",
+     par(run("one") + "<a:endParaRPr/>") +
+     par("<a:pPr/>" + run("two", kBold) + "<a:endParaRPr b=\"1\"/>"), "one\ntwo", "e\ntw", "-",
+     par(run("on-") + run("o", kBold) + "<a:endParaRPr b=\"1\"/>")},
+    {"between kept breaks", par(run("a", kBold) + "<a:br/><a:br/><a:br/>" + run("b")), "a\n\n\nb",
      "\n\n\n", "\nx\n",
-     "<a:p>" + run("a", kBold) + "<a:br/>" + run("x", kBold) + "<a:br/>" + run("b") + "</a:p>"},
-    {"a new line", "<a:p>" + run("one two", kBold) + "</a:p>", "one two", " ", "\n",
-     "<a:p>" + run("one", kBold) + "<a:br><a:rPr b=\"1\"/></a:br>" + run("two", kBold) + "</a:p>"},
-    {"emptied", "<a:p>" + run("one") + "</a:p><a:p>" + run("two") + "</a:p>", "one\ntwo", "one", "",
-     "<a:p></a:p><a:p>" + run("two") + "</a:p>"},
-    {"a field becomes a text",
-     "<a:p>" + run("on ") +
-         "<a:fld id=\"{1}\" type=\"datetime\"><a:rPr i=\"1\"/><a:pPr/><a:t>1/2</a:t>"
-         "</a:fld></a:p>",
-     "on 1/2", "1", "3", "<a:p>" + run("on ") + run("3/2", "i=\"1\"") + "</a:p>"},
-    {"a field of its own stays",
-     "<a:p>" + run("on ") + "<a:fld id=\"{1}\" type=\"datetime\"><a:t>1/2</a:t></a:fld></a:p>",
-     "on 1/2", "on", "at",
-     "<a:p>" + run("at ") + "<a:fld id=\"{1}\" type=\"datetime\"><a:t>1/2</a:t></a:fld></a:p>"},
-    {"no escapes of cells", "<a:p>" + run("_x0041_ &#65;") + "</a:p>", "_x0041_ A", "A", "_x0042_",
-     "<a:p>" + run("_x0041_ _x0042_") + "</a:p>"},
+     par(run("a", kBold) + "<a:br/>" + run("x", kBold) + "<a:br/>" + run("b"))},
+    {"a new line", par(run("one two", kBold)), "one two", " ", "\n",
+     par(run("one", kBold) + "<a:br><a:rPr b=\"1\"/></a:br>" + run("two", kBold))},
+    {"emptied", par(run("one")) + par(run("two")), "one\ntwo", "one", "",
+     par("") + par(run("two"))},
+    {"a field becomes a text", par(run("on ") + kDate), "on 1/2", "1", "3",
+     par(run("on ") + run("3/2", "i=\"1\""))},
+    {"a field of its own stays", par(run("on ") + kDate), "on 1/2", "on", "at",
+     par(run("at ") + kDate)},
+    {"no escapes of cells", par(run("_x0041_ &#65;")), "_x0041_ A", "A", "_x0042_",
+     par(run("_x0041_ _x0042_"))},
     {"what is not understood stays",
-     "<a:p>" + run("a ") + "<a14:m><n/></a14:m>" + run("a") + "</a:p><mc:AlternateContent/><a:p/>",
-     "a a\n", "a", "b",
-     "<a:p>" + run("b ") + "<a14:m><n/></a14:m>" + run("b") +
-         "</a:p><mc:AlternateContent/><a:p></a:p>"},
+     par(run("a ") + "<a14:m><n/></a14:m>" + run("a")) + "<mc:AlternateContent/><a:p/>", "a a\n",
+     "a", "b",
+     par(run("b ") + "<a14:m><n/></a14:m>" + run("b")) + "<mc:AlternateContent/><a:p></a:p>"},
 };
+// clang-format on
 
 TEST(OoxmlShapes, areChangedInPlace) {
     const TempDir dir;
@@ -121,8 +116,7 @@ TEST(OoxmlShapes, areChangedInPlace) {
 TEST(OoxmlShapes, areRefusedWhereATextHasNoPlace) {
     const TempDir dir;
     const std::string path =
-        drawingBook(drawingPart(anchored(shape("<a:p>" + run("a") + "</a:p>")) +
-                                anchored(shape("<a:p/><a:p/>"))))
+        drawingBook(drawingPart(anchored(shape(paragraph("a"))) + anchored(shape("<a:p/><a:p/>"))))
             .write(dir);
     const auto before = packedMembers(path);
     const auto document = openDocument(path, {});
@@ -185,15 +179,15 @@ TEST(OoxmlShapes, countInTheOrderOfTheDrawing) {
 
 TEST(OoxmlShapes, ofSheetsWithoutDrawings) {
     const TempDir dir;
-    const std::string vml = vmlPart(vmlShape("a", "Button", "<div>text</div>"));
-    EXPECT_EQ(shapeTexts(WorkbookBuilder().sheet("").write(dir)), Texts{});
-    // The pictures of headers and footers.
-    EXPECT_EQ(
-        shapeTexts(drawingBook("", vml)
-                       .inAllParts("<legacyDrawing r:id=\"v\"/>", "<legacyDrawingHF r:id=\"v\"/>")
-                       .write(dir)),
-        Texts{});
-    EXPECT_EQ(shapeTexts(drawingBook("", vml).withoutPart(kVml).write(dir)), Texts{});
+    const WorkbookBuilder legacy =
+        drawingBook("", vmlPart(vmlShape("a", "Button", "<div>text</div>")));
+    WorkbookBuilder ofHeaders = legacy;
+    ofHeaders.inAllParts("<legacyDrawing r:id=\"v\"/>", "<legacyDrawingHF r:id=\"v\"/>");
+    WorkbookBuilder withoutPart = legacy;
+    withoutPart.withoutPart(kVml);
+    for (const WorkbookBuilder& book : {WorkbookBuilder().sheet(""), ofHeaders, withoutPart}) {
+        EXPECT_EQ(shapeTexts(book.write(dir)), Texts{});
+    }
     // Other prefixes, and the strict variant.
     std::string strict = drawingPart(anchored(shape(paragraph("text"))));
     strict = text::replaceAll(strict, "http://schemas.openxmlformats.org/drawingml/2006/",
@@ -218,16 +212,7 @@ TEST(OoxmlShapes, areReadWhenAskedFor) {
 
 // --- legacy drawings -----------------------------------------------------------------------------
 
-struct VmlChange {
-    const char* name;
-    std::string before;  // content of the box
-    std::string shown;
-    std::string what;
-    std::string with;
-    std::string after;
-};
-
-const VmlChange kVmlChanges[] = {
+const Change kVmlChanges[] = {
     {"white space", "\n   <div style='x'><font face=\"A\">Dialog\n   Title </font></div>\n  ",
      "Dialog Title", "Dialog T", "t",
      "\n   <div style='x'><font face=\"A\">title</font></div>\n  "},
@@ -239,12 +224,7 @@ const VmlChange kVmlChanges[] = {
      "<div>one<br>2<BR></div>"},
     {"an unclosed break goes, another comes", "<div>one<br>two three<br></div>", "one\ntwo three\n",
      "\ntwo ", " 2\n", "<div>one 2<br>three<br></div>"},
-    {"entity", "<div>a&nbsp;b<br></div>",
-     "a\xC2\xA0"
-     "b\n",
-     "b", "c",
-     "<div>a\xC2\xA0"
-     "c<br></div>"},
+    {"entity", "<div>a&nbsp;b<br></div>", "a\u00A0b\n", "b", "c", "<div>a\u00A0c<br></div>"},
     {"marks of ours in a text", "<div>a<br>b</div>", "a\nb", "b", " brindle-unclosed=\"\"/",
      "<div>a<br> brindle-unclosed=\"\"/</div>"},
     {"paragraphs", "<div>one</div>\n <div></div><div>two</div>", "one\n\ntwo", "two", "2",
@@ -254,7 +234,7 @@ const VmlChange kVmlChanges[] = {
 
 TEST(OoxmlShapes, ofLegacyDrawings) {
     const TempDir dir;
-    for (const VmlChange& row : kVmlChanges) {
+    for (const Change& row : kVmlChanges) {
         SCOPED_TRACE(row.name);
         const auto part = [](const std::string& box) {
             return vmlPart(vmlShape("a", "Button", box, "<x:Anchor>\n 1, 2</x:Anchor>"));
@@ -289,42 +269,48 @@ TEST(OoxmlShapes, ofLegacyDrawingsThatCannotBeRead) {
 
 struct Lock {
     const char* name;
-    std::string protection;  // attributes; empty for an unprotected sheet
+    std::string protection;  // element; that of a relationship signs the workbook
     std::string shape;       // attributes
     std::string clientData;  // attributes
     std::string vmlData;
     bool isRefused;
 };
 
+const std::string kSignature =
+    "<Relationship Id=\"s\" Type=\"http://schemas.openxmlformats.org/package/2006/relationships/"
+    "digital-signature/origin\" Target=\"sig\"/>";
+const std::string kObjects = "<sheetProtection sheet=\"1\" objects=\"1\"/>";
+
+// clang-format off
 const Lock kLocks[] = {
     {"unprotected", "", "", "", "", false},
-    {"objects protected", " sheet=\"1\" objects=\"1\"", "", "", "", true},
-    {"cells protected", " sheet=\"1\"", "", "", "", false},
-    {"protection switched off", " sheet=\"0\" objects=\"1\"", "", "", "", false},
-    {"unlocked shape", " sheet=\"1\" objects=\"true\"", "", " fLocksWithSheet=\"0\"", "", false},
-    {"unlocked text", " sheet=\"1\" objects=\"1\"", " fLocksText=\"0\"", "", "", false},
-    {"locked control", " sheet=\"1\" objects=\"1\"", "", "", "<x:Locked>True</x:Locked>", true},
-    {"unlocked control", " sheet=\"1\" objects=\"1\"", "", "", "<x:Locked>\n False</x:Locked>",
-     false},
-    {"unlocked caption", " sheet=\"1\" objects=\"1\"", "", "", "<x:LockText>False</x:LockText>",
-     false},
+    {"objects protected", kObjects, "", "", "", true},
+    {"cells protected", "<sheetProtection sheet=\"1\"/>", "", "", "", false},
+    {"switched off", "<sheetProtection sheet=\"0\" objects=\"1\"/>", "", "", "", false},
+    {"unlocked shape", "<sheetProtection sheet=\"1\" objects=\"true\"/>", "",
+     " fLocksWithSheet=\"0\"", "", false},
+    {"unlocked text", kObjects, " fLocksText=\"0\"", "", "", false},
+    {"locked control", kObjects, "", "", "<x:Locked>True</x:Locked>", true},
+    {"unlocked control", kObjects, "", "", "<x:Locked>\n False</x:Locked>", false},
+    {"unlocked caption", kObjects, "", "", "<x:LockText>False</x:LockText>", false},
+    {"signed", kSignature, "", "", "", true},
 };
+// clang-format on
 
-TEST(OoxmlShapes, ofProtectedSheets) {
+TEST(OoxmlShapes, ofProtectedSheetsAndSignedWorkbooks) {
     const TempDir dir;
     for (const Lock& row : kLocks) {
         SCOPED_TRACE(row.name);
+        const bool isControl = !row.vmlData.empty();
         const std::string drawing =
-            row.vmlData.empty()
-                ? drawingPart(anchored(shape(paragraph("text"), row.shape), row.clientData))
-                : "";
-        const std::string vml =
-            row.vmlData.empty() ? ""
-                                : vmlPart(vmlShape("a", "Button", "<div>text</div>", row.vmlData));
-        const std::string path =
-            drawingBook(drawing, vml,
-                        row.protection.empty() ? "" : "<sheetProtection" + row.protection + "/>")
-                .write(dir);
+            drawingPart(anchored(shape(paragraph("text"), row.shape), row.clientData));
+        const std::string vml = vmlPart(vmlShape("a", "Button", "<div>text</div>", row.vmlData));
+        const bool isSigned = row.protection == kSignature;
+        const std::string first = "<Relationship Id=\"main\"";
+        const std::string path = drawingBook(isControl ? "" : drawing, isControl ? vml : "",
+                                             isSigned ? "" : row.protection)
+                                     .inAllParts(first, (isSigned ? kSignature : "") + first)
+                                     .write(dir);
         const auto document = openDocument(path, {});
         Worksheet& sheet = document->worksheet(0);
         sheet.setShapeText(0, "text");
@@ -353,8 +339,7 @@ TEST(OoxmlShapes, thatShowACell) {
     const std::string path = book.write(dir);
     replaceIn(path, "old", "new");
     EXPECT_EQ(memberText(path, kDrawing),
-              drawingPart(
-                  anchored(shape("<a:p>" + run("new name", kBold) + "</a:p>", " textlink=\"\""))));
+              drawingPart(anchored(shape(par(run("new name", kBold)), " textlink=\"\""))));
 
     // A changed cell changes what the shape shows, and the link stays.
     book.write(dir);
@@ -413,19 +398,5 @@ TEST(OoxmlShapes, ofOneDrawingOnTwoSheets) {
     EXPECT_EQ(shapeTexts(path), Texts{"c d"});
 }
 
-TEST(OoxmlShapes, ofSignedWorkbooks) {
-    const TempDir dir;
-    WorkbookBuilder book = drawingBook(drawingPart(anchored(shape(paragraph("text")))));
-    book.inAllParts("<Relationship Id=\"main\"",
-                    "<Relationship Id=\"s\" Type=\"http://schemas.openxmlformats.org/package/2006/"
-                    "relationships/digital-signature/origin\" Target=\"sig\"/><Relationship "
-                    "Id=\"main\"");
-    const auto document = openDocument(book.write(dir), {});
-    document->worksheet(0).setShapeText(0, "text");
-    EXPECT_EQ(numberOf([&] { document->worksheet(0).setShapeText(0, "x"); }), 1004);
-    EXPECT_FALSE(document->isChanged());
-}
-
 }  // namespace
-
 }  // namespace brindle::workbook

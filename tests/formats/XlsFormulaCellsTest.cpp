@@ -102,20 +102,19 @@ TEST(XlsFormulaCells, LeaveTheOthersWhole) {
 }
 
 TEST(XlsFormulaCells, AskForACalculation) {
-    struct Row {
+    const std::string text = stringCell("A1", 0);
+    const struct {
         const char* name;
         std::string cells;
         std::string with;
         bool isAsked;
-    };
-    const std::string text = stringCell("A1", 0);
-    const Row table[] = {
+    } table[] = {
         {"beside formulas", text + formulaCell("A2", intToken(1)), "y", true},
         {"no formulas", text, "y", false},
         {"the first formula", text, "=1", true},
     };
     TempDir dir;
-    for (const Row& row : table) {
+    for (const auto& row : table) {
         SCOPED_TRACE(row.name);
         const std::string path =
             XlsBook()
@@ -137,16 +136,15 @@ TEST(XlsFormulaCells, HaveALimitedLength) {
     };
     std::string sum = "=1";
     for (int i = 0; i < 480; ++i) sum += "+1";
-    struct Row {
+    const struct {
         const char* name;
         std::string formula;
         bool fits;
-    };
-    const Row table[] = {{"1,024 characters", joined(1024), true},
-                         {"one more", joined(1025), false},
-                         {"many small parts", sum, false}};
+    } table[] = {{"1,024 characters", joined(1024), true},
+                 {"one more", joined(1025), false},
+                 {"many small parts", sum, false}};
     TempDir dir;
-    for (const Row& row : table) {
+    for (const auto& row : table) {
         SCOPED_TRACE(row.name);
         const std::string path =
             XlsBook().strings({plain("x")}).sheet(stringCell("A1", 0)).write(dir);

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "base/LittleEndian.h"
 #include "support/ScopedEnvironment.h"
 #include "support/Thrown.h"
+#include "support/XlsRecords.h"
 #include "workbook/xls/properties/BuiltInProperties.h"
 #include "workbook/xls/properties/CustomProperties.h"
 
@@ -22,20 +22,6 @@ using namespace std::string_literals;
 
 using Values = std::vector<std::pair<std::uint32_t, std::string>>;
 
-std::string u16(unsigned value) {
-    return littleEndian(static_cast<std::uint16_t>(value));
-}
-
-std::string u32(std::size_t value) {
-    return littleEndian(static_cast<std::uint32_t>(value));
-}
-
-std::string wide(std::u16string_view text) {
-    std::string bytes;
-    for (const char16_t unit : text) bytes += u16(unit);
-    return bytes;
-}
-
 std::string typed(unsigned type, const std::string& data) {
     return u32(type) + data;
 }
@@ -44,8 +30,9 @@ std::string narrowText(const std::string& bytes) {
     return typed(30, u32(bytes.size()) + bytes);
 }
 
-std::string wideText(std::u16string_view units) {
-    return typed(31, u32(units.size()) + wide(units));
+std::string wideText(const std::string& text) {
+    const std::string units = utf16Bytes(text);
+    return typed(31, u32(units.size() / 2) + units);
 }
 
 std::string codePage(unsigned number) {
@@ -111,16 +98,16 @@ const Row kCustomValues[] = {
     {narrowText("a\0\0\0"s), "a", "bc", narrowText("bc\0\0\0"s)},
     {narrowText("none"), "none", "still", narrowText("still")},
     {narrowText("a\0b"s), "a", "c", narrowText("c\0b"s)},
-    {narrowText("latin\0\0"s), "latin", "\u0416", wideText(u"\u0416\0"s)},
+    {narrowText("latin\0\0"s), "latin", "\u0416", wideText("\u0416\0"s)},
     {narrowText("\xC6\0"s), "\u0416", "\u0417", narrowText("\xC7\0"s), 1251},
     {narrowText("\x93\xFA\0"s), "\u65E5", "\u672C", narrowText("\x96\x7B\0"s), 932},
     {narrowText("a\x93"s), "a\uFFFD", "b", "", 932},  // half a character
-    {narrowText(wide(u"a\0"s)), "a", "bc", narrowText(wide(u"bc\0"s)), 1200},
-    {wideText(u"a\0"s), "a", "\u65E5", wideText(u"\u65E5\0"s)},
+    {narrowText(utf16Bytes("a\0"s)), "a", "bc", narrowText(utf16Bytes("bc\0"s)), 1200},
+    {wideText("a\0"s), "a", "\u65E5", wideText("\u65E5\0"s)},
     {typed(8, u32(2) + "a\0"s), "a", "b", typed(8, u32(2) + "b\0"s)},
     {typed(2, u16(0xFFFF)), "-1", "1", narrowText("1\0"s)},
     {typed(3, u32(2023)), "2023", "1993", narrowText("1993\0"s)},
-    {typed(3, u32(2023)), "2023", "1993", wideText(u"1993\0"s), 1200},
+    {typed(3, u32(2023)), "2023", "1993", wideText("1993\0"s), 1200},
     {typed(4, "\xC3\xF5\x48\x40"), "3.14", "3", narrowText("3\0"s)},
     {typed(5, "\x1F\x85\xEB\x51\xB8\x1E\x09\x40"), "3.14", "3", narrowText("3\0"s)},
     {typed(6, littleEndian(std::int64_t{-12300})), "-1.23", "1", narrowText("1\0"s)},
@@ -144,8 +131,8 @@ TEST_F(XlsProperties, custom) {
             const std::string other = narrowText("other\0"s);
             std::string names = dictionary({{4, "b"}, {3, "a"}, {2, "_pid_GUID"}, {9, "missing"}});
             if (row.page == 1200) {
-                names = u32(2) + u32(4) + u32(2) + wide(u"b\0"s) + u32(3) + u32(3) +
-                        wide(u"ab\0"s) + "\0\0"s;
+                names = u32(2) + u32(4) + u32(2) + utf16Bytes("b\0"s) + u32(3) + u32(3) +
+                        utf16Bytes("ab\0"s) + "\0\0"s;
             }
             const Values custom = {{0, names},
                                    {1, codePage(row.page)},
@@ -184,7 +171,7 @@ struct BuiltIn {
 
 const BuiltIn kBuiltIn[] = {
     {1, kSummaryFormat, 2, {narrowText("a\0"s), "a", "b", narrowText("b\0"s)}},
-    {3, kSummaryFormat, 4, {wideText(u"a\0"s), "a", "bc", wideText(u"bc\0"s)}},
+    {3, kSummaryFormat, 4, {wideText("a\0"s), "a", "bc", wideText("bc\0"s)}},
     {8, kSummaryFormat, 9, {narrowText("7\0"s), "7", "8", ""}},
     {9, kSummaryFormat, 18, {narrowText("Program\0"s), "Program", "Other", ""}},
     {10, kSummaryFormat, 11, {kTime, kShownTime, "3/1/2016", kNextTime}},
@@ -196,7 +183,7 @@ const BuiltIn kBuiltIn[] = {
     {29,
      kUserDefinedFormat,
      2,
-     {typed(65, u32(6) + wide(u"c:\0"s)), "c:", "d", typed(65, u32(4) + wide(u"d\0"s))}},
+     {typed(65, u32(6) + utf16Bytes("c:\0"s)), "c:", "d", typed(65, u32(4) + utf16Bytes("d\0"s))}},
 };
 
 TEST_F(XlsProperties, builtIn) {

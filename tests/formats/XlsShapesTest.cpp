@@ -145,18 +145,17 @@ TEST(XlsShapes, AreThoseOfTheSheetWithoutItsNotes) {
 
 TEST(XlsShapes, AreRefusedWhereTheyAreLocked) {
     const std::string text = narrow("old") + more(runs({{0, 1}}, 3));
-    for (const bool isObjectLocked : {true, false}) {
-        for (const bool isTextLocked : {true, false}) {
-            const std::string stream = substream(object(kTextBox, isObjectLocked) +
-                                                 txo(3, 16, 0, u16(0), isTextLocked) + text);
-            for (const bool isProtected : {true, false}) {
-                SheetShapes shapes(stream, 0, kBiff8, isProtected);
-                shapes.setText(0, "old");
-                const bool isRefused = isProtected && isObjectLocked && isTextLocked;
-                EXPECT_EQ(numberOf([&] { shapes.setText(0, "new"); }),
-                          isRefused ? error_number::kApplicationDefined : 0);
-            }
-        }
+    for (int bits = 0; bits < 8; ++bits) {
+        const bool isObjectLocked = (bits & 1) != 0;
+        const bool isTextLocked = (bits & 2) != 0;
+        const bool isProtected = (bits & 4) != 0;
+        const std::string stream = substream(object(kTextBox, isObjectLocked) +
+                                             txo(3, 16, 0, u16(0), isTextLocked) + text);
+        SheetShapes shapes(stream, 0, kBiff8, isProtected);
+        shapes.setText(0, "old");
+        const bool isRefused = isProtected && isObjectLocked && isTextLocked;
+        EXPECT_EQ(numberOf([&] { shapes.setText(0, "new"); }),
+                  isRefused ? error_number::kApplicationDefined : 0);
     }
 }
 

@@ -22,7 +22,9 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), '../../scripts'))
 try:
+    import check_binary
     import olefile
     import openpyxl
     import xlrd
@@ -129,47 +131,28 @@ def as_text(value, kind):
     return value if isinstance(value, str) else f'{value:g}'
 
 
-def records(stream):
-    at = 0
-    while at + 4 <= len(stream):
-        kind, size = struct.unpack_from('<HH', stream, at)
-        yield at, kind, stream[at + 4:at + 4 + size]
-        at += 4 + size
-    assert at == len(stream)
-
-
-def check_binary(path):
+def check_stream(path):
     ole = olefile.OleFileIO(path)
     assert not ole.parsing_issues, ole.parsing_issues
     assert ole.listdir() == [['Workbook']]
     assert ole.root.clsid == '00020820-0000-0000-C000-000000000046'
+    assert not check_binary.faults(path), check_binary.faults(path)
     stream = ole.openstream('Workbook').read()
-    where = {at: (kind, body) for at, kind, body in records(stream)}
     of_kind = {}
-    for at, (kind, body) in where.items():
+    for at, kind, body in check_binary.records(stream):
+        assert len(body) <= 8224
         of_kind.setdefault(kind, []).append((at, body))
-    assert all(len(body) <= 8224 for _, body in where.values())
-    sheet, = struct.unpack_from('<I', of_kind[0x85][0][1])
-    assert where[sheet][0] == 0x809
+    assert at + 4 + len(body) == len(stream)
 
-    index = of_kind[0x20B][0][1]
-    assert where[struct.unpack_from('<I', index, 12)[0]][0] == 0x55
-    assert list(struct.unpack_from(f'<{len(index) // 4 - 4}I', index, 16)) == [
-        at for at, _ in of_kind.get(0xD7, [])]
-    first_cells = {}
-    for at, (kind, body) in where.items():
-        if kind in (0xFD, 0x203, 0x205):
-            first_cells.setdefault(struct.unpack_from('<H', body)[0], at)
-    for at, body in of_kind.get(0xD7, []):
-        first_row = at - struct.unpack_from('<I', body)[0]
-        number, = struct.unpack_from('<H', where[first_row][1])
-        cells = first_row + 20
-        for i, (distance,) in enumerate(struct.iter_unpack('<H', body[4:])):
-            assert where[first_row + 20 * i][0] == 0x208
-            cells += distance
-            assert first_cells.get(number + i, cells) == cells
-
-    references, = struct.unpack_from('<I', of_kind[0xFC][0][1])
+    # All that is there is led to.
+    index = of_kind[check_binary.INDEX][0][1]
+    blocks = of_kind.get(check_binary.DBCELL, [])
+    assert struct.unpack_from('<I', index, 12)[0] == of_kind[check_binary.DEFCOLWIDTH][0][0]
+    assert [at for at, _ in blocks] == [at for at, in struct.iter_unpack('<I', index[16:])]
+    assert [at for at, _ in of_kind.get(check_binary.ROW, [])] == [
+        at - struct.unpack_from('<I', body)[0] + 20 * i
+        for at, body in blocks for i in range(len(body) // 2 - 2)]
+    references, = struct.unpack_from('<I', of_kind[check_binary.SST][0][1])
     assert references == len(of_kind.get(0xFD, []))
 
 
@@ -188,7 +171,7 @@ def check(driver, folder, with_office):
                 is_plain = not isinstance(value, str) or value[0] not in '=-#'
                 assert formats[at] == ('General' if is_plain else '@'), (path, at)
             if kind == 'xls':
-                check_binary(path)
+                check_stream(path)
             if small and with_office:
                 texts = {at: as_text(value, kind) for at, value in wanted.items()}
                 assert seen_by_libreoffice(path, folder) == texts, path

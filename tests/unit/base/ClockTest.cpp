@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <time.h>
 
+#include <optional>
+
 #include "ScopedEnvironment.h"
 
 namespace brindle {
@@ -12,10 +14,21 @@ namespace {
 // 5 March 2026, 19:04:03 UTC.
 const auto kMoment = std::chrono::system_clock::from_time_t(1772737443);
 
+class Zone {
+public:
+    explicit Zone(const char* name) : mVariable(std::in_place, "TZ", name) { tzset(); }
+    ~Zone() {
+        mVariable.reset();
+        tzset();  // the tests behind this one have the zone of before
+    }
+
+private:
+    std::optional<test::ScopedEnvironment> mVariable;
+};
+
 TEST(Clock, WritesYearsOfFourDigits) {
-    const test::ScopedEnvironment zone("TZ", "UTC");
+    const Zone zone("UTC");
     const test::ScopedEnvironment locale("LC_ALL", "C");
-    tzset();
     EXPECT_EQ(generalDate(kMoment, "%d.%m.%y", "%T"), "05.03.2026 19:04:03");
     EXPECT_EQ(generalDate(kMoment, "%d.%m.%Y", "%H:%M:%S"), "05.03.2026 19:04:03");
     EXPECT_EQ(generalDate(kMoment, "%D", "%r"), "03/05/2026 07:04:03 PM");
@@ -24,8 +37,7 @@ TEST(Clock, WritesYearsOfFourDigits) {
 }
 
 TEST(Clock, WritesDayMonthYearInTheCLocale) {
-    const test::ScopedEnvironment zone("TZ", "UTC-2");
-    tzset();
+    const Zone zone("UTC-2");
     for (const char* name : {"C", "POSIX", "C.UTF-8"}) {
         const test::ScopedEnvironment locale("LC_ALL", name);
         EXPECT_EQ(generalDate(kMoment), "05/03/2026 21:04:03") << name;

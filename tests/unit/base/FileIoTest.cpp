@@ -69,10 +69,7 @@ TEST(FileIo, OpensOrdinaryFilesOnly) {
     ASSERT_EQ(::symlink("nowhere", dir.path("dangling").c_str()), 0);
     ASSERT_EQ(::symlink("loop", dir.path("loop").c_str()), 0);
     ASSERT_EQ(::symlink("fifo.xls", dir.path("to fifo").c_str()), 0);
-    const struct {
-        std::string path;
-        int number;
-    } rows[] = {
+    const std::pair<std::string, int> rows[] = {
         {dir.path("fifo.xls"), error_number::kPathFileAccess},  // would hang if it were opened
         {dir.path("to fifo"), error_number::kPathFileAccess},
         {dir.path("socket.xls"), error_number::kPathFileAccess},
@@ -89,7 +86,7 @@ TEST(FileIo, OpensOrdinaryFilesOnly) {
         {"", error_number::kFileNotFound},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(numberOf([&] { InputFile file(row.path); }), row.number) << row.path;
+        EXPECT_EQ(numberOf([&] { InputFile file(row.first); }), row.second) << row.first;
     }
 }
 

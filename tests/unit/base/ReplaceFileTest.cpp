@@ -65,10 +65,8 @@ TEST(ReplaceFile, ReplacesContentAndKeepsMode) {
 TEST(ReplaceFile, ANewFileTakesItsModeFromTheCaller) {
     const TempDir dir;
     const mode_t previous = ::umask(0027);
-    ReplaceOptions options;
-    put(dir.path("usual"), "1", options);
-    options.newFileMode = 0600;
-    put(dir.path("private"), "2", options);
+    put(dir.path("usual"), "1");
+    put(dir.path("private"), "2", {.newFileMode = 0600});
     ::umask(previous);
     EXPECT_EQ(statusOf(dir.path("usual")).st_mode & 0777U, 0640U);
     EXPECT_EQ(statusOf(dir.path("private")).st_mode & 0777U, 0600U);
@@ -108,17 +106,13 @@ TEST(ReplaceFile, AFoldersDefaultAccessListDoesNotOpenAPrivateFile) {
 TEST(ReplaceFile, FollowsSymbolicLinksAndLeavesThem) {
     const TempDir dir;
     dir.write("below/target.xls", "old");
-    const struct {
-        const char* target;
-        const char* link;
-    } links[] = {{"below/target.xls", "one"},
-                 {"./one", "two"},
-                 {"../two", "below/three"},
-                 {"below/not there yet", "dangling"}};
-    for (const auto& link : links)
-        ASSERT_EQ(::symlink(link.target, dir.path(link.link).c_str()), 0);
-    ASSERT_EQ(::symlink((dir.path() + "/two").c_str(), dir.path("absolute").c_str()), 0);
-    for (const char* name : {"one", "two", "below/three", "absolute", "dangling"}) {
+    const std::pair<std::string, const char*> links[] = {{"below/target.xls", "one"},
+                                                         {"./one", "two"},
+                                                         {"../two", "below/three"},
+                                                         {dir.path("two"), "absolute"},
+                                                         {"below/not there yet", "dangling"}};
+    for (const auto& [target, name] : links) {
+        ASSERT_EQ(::symlink(target.c_str(), dir.path(name).c_str()), 0);
         put(dir.path(name), name);
         EXPECT_EQ(dir.read(name), name);
         EXPECT_TRUE(S_ISLNK(statusOf(dir.path(name)).st_mode)) << name;
@@ -135,10 +129,7 @@ TEST(ReplaceFile, RefusesWhatItMayNotReplace) {
     ASSERT_EQ(::symlink("loop", dir.path("loop").c_str()), 0);
     dir.write("folder/file", "old");
     const Names names = namesIn(dir.path());
-    const struct {
-        const char* name;
-        int number;
-    } rows[] = {
+    const std::pair<const char*, int> rows[] = {
         {"protected", error_number::kPermissionDenied},
         {"second", error_number::kApplicationDefined},
         {"fifo", error_number::kPathFileAccess},
@@ -147,7 +138,7 @@ TEST(ReplaceFile, RefusesWhatItMayNotReplace) {
         {"missing/file", error_number::kPathNotFound},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(numberOf([&] { put(dir.path(row.name), "new"); }), row.number) << row.name;
+        EXPECT_EQ(numberOf([&] { put(dir.path(row.first), "new"); }), row.second) << row.first;
     }
     for (const char* name : {"protected", "first", "folder/file"}) EXPECT_EQ(dir.read(name), "old");
     EXPECT_EQ(namesIn(dir.path()), names);
@@ -159,20 +150,16 @@ TEST(ReplaceFile, WritesInPlaceWhenAllowed) {
     const TempDir dir;
     ASSERT_EQ(::link(dir.write("first", "old").c_str(), dir.path("second").c_str()), 0);
     const ino_t inode = statusOf(dir.path("first")).st_ino;
-    ReplaceOptions options;
-    options.allowInPlace = true;
+    const ReplaceOptions options{.allowInPlace = true};
     for (const std::string& content :
          {std::string(500'000, 'l'), std::string("short"), std::string()}) {
         put(dir.path("second"), content, options);
         EXPECT_EQ(dir.read("first"), content);
         EXPECT_EQ(statusOf(dir.path("second")).st_ino, inode);
     }
+    const auto write = [](OutputFile& output) { output.write("bad"); };
     const auto refuse = [](const std::string&) { throw Error::damaged("not good"); };
-    EXPECT_EQ(numberOf([&] {
-                  replaceFile(
-                      dir.path("first"), options, [](OutputFile& output) { output.write("bad"); },
-                      refuse);
-              }),
+    EXPECT_EQ(numberOf([&] { replaceFile(dir.path("first"), options, write, refuse); }),
               error_number::kApplicationDefined);
     EXPECT_EQ(dir.read("first"), "");
     EXPECT_EQ(namesIn(dir.path()), (Names{"first", "second"}));
@@ -212,8 +199,7 @@ TEST(ReplaceFile, ADocumentThatChangedMeanwhileIsLeftAlone) {
          "longer than before"},
         {"touched",
          [](const TempDir& dir) {
-             const struct timespec times[2] = {{0, UTIME_OMIT}, {1, 1}};
-             ASSERT_EQ(::utimensat(AT_FDCWD, dir.path("book.xls").c_str(), times, 0), 0);
+             test::setTimes(dir.path("book.xls"), {0, UTIME_OMIT}, {1, 1});
          },
          "old"},
         {"edited within the second",
@@ -228,9 +214,7 @@ TEST(ReplaceFile, ADocumentThatChangedMeanwhileIsLeftAlone) {
         {"replaced by one of the same size and time",
          [](const TempDir& dir) {
              const struct stat status = statusOf(dir.path("book.xls"));
-             const struct timespec times[2] = {status.st_atim, status.st_mtim};
-             dir.write("other", "odd");
-             ASSERT_EQ(::utimensat(AT_FDCWD, dir.path("other").c_str(), times, 0), 0);
+             test::setTimes(dir.write("other", "odd"), status.st_atim, status.st_mtim);
              std::filesystem::rename(dir.path("other"), dir.path("book.xls"));
          },
          "odd"},
@@ -240,8 +224,7 @@ TEST(ReplaceFile, ADocumentThatChangedMeanwhileIsLeftAlone) {
         const TempDir dir;
         const std::string path = dir.write("book.xls", "old");
         const struct stat status = statusOf(path);
-        ReplaceOptions options;
-        options.expected = &status;
+        const ReplaceOptions options{.expected = &status};
         const auto write = [&](OutputFile& output) {
             row.change(dir);
             output.write("new");
@@ -278,8 +261,8 @@ TEST(CopyFile, MakesACompleteCopyWithModeAndTime) {
     const TempDir dir;
     const std::string source = dir.write("book.xls", std::string(300'000, 's'));
     ASSERT_EQ(::chmod(source.c_str(), 0640), 0);
-    const struct timespec times[2] = {{7, 8}, {-315'619'200, 123'456'789}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+    const struct timespec modified { - 315'619'200, 123'456'789 };
+    test::setTimes(source, {7, 8}, modified);
     ASSERT_EQ(::link(dir.write("linked", "old").c_str(), dir.path("other name").c_str()), 0);
     ASSERT_EQ(::chmod(dir.write("protected", "old").c_str(), 0444), 0);
     ASSERT_EQ(::link(source.c_str(), dir.path("hard link to it").c_str()), 0);
@@ -288,8 +271,8 @@ TEST(CopyFile, MakesACompleteCopyWithModeAndTime) {
         EXPECT_EQ(dir.read(name), dir.read("book.xls")) << name;
         const struct stat copy = statusOf(dir.path(name));
         EXPECT_EQ(copy.st_mode & 07777U, 0640U) << name;
-        EXPECT_EQ(copy.st_mtim.tv_sec, times[1].tv_sec) << name;
-        EXPECT_EQ(copy.st_mtim.tv_nsec, times[1].tv_nsec) << name;
+        EXPECT_EQ(copy.st_mtim.tv_sec, modified.tv_sec) << name;
+        EXPECT_EQ(copy.st_mtim.tv_nsec, modified.tv_nsec) << name;
         EXPECT_NE(copy.st_ino, statusOf(source).st_ino) << name;
     }
     EXPECT_EQ(dir.read("other name"), "old");

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -50,19 +51,17 @@ TEST(Options, ValuesAndNamesAreTakenAsTheyStand) {
         Words paths;
     };
     const std::vector<Row> rows{
+        // clang-format off
         {{"--find", "-x", "--with", "--json", "p"}, "-x", "--json", {"p"}},
         {{"--find=a=b", "--with=", "p"}, "a=b", "", {"p"}},
         {{"--find", "[a,b]", "--with", "", "[2020]", "[a,b]"}, "[a,b]", "", {"[2020]", "[a,b]"}},
-        {{"--find", "a b", "--with", R"("q")", "++", "search", "/x:y"},
-         "a b",
-         R"("q")",
+        {{"--find", "a b", "--with", R"("q")", "++", "search", "/x:y"}, "a b", R"("q")",
          {"++", "search", "/x:y"}},
         {{"p1", "--find", "--", "--with", "w", "p2"}, "--", "w", {"p1", "p2"}},
-        {{"--find", "a", "--with", "w", "--", "-p", "--json", "--"},
-         "a",
-         "w",
+        {{"--find", "a", "--with", "w", "--", "-p", "--json", "--"}, "a", "w",
          {"-p", "--json", "--"}},
         {{"--find", "a", "--with", "w", "-", "\xFF.xls"}, "a", "w", {"-", "\xFF.xls"}},
+        // clang-format on
     };
     for (const Row& row : rows) {
         Words arguments{"replace"};
@@ -161,32 +160,25 @@ TEST(Options, WrongCallsSayWhatIsWrong) {
 }
 
 TEST(Options, HelpNamesEveryOptionOfItsCommand) {
-    for (const Words& call : {Words{"--help"}, Words{"-h"}, Words{"help"}}) {
-        EXPECT_EQ(parseOptions(call).command, Command::Help);
-    }
+    for (const char* call : {"--help", "-h", "help"})
+        EXPECT_EQ(parseOptions({call}).command, Command::Help);
     const Options asked = parseOptions({"search", "--help"});
     EXPECT_EQ(asked.command, Command::Help);
     EXPECT_EQ(asked.helpAbout, Command::Search);
     const std::string search = helpText(Command::Search);
-    for (const char* name : {"--find TEXT", "--in SCOPE", "--list FILE", "-0", "--jobs N"}) {
-        EXPECT_NE(search.find(name), std::string::npos) << name;
-    }
+    for (const char* part :
+         {"--find TEXT", "--in SCOPE", "--list FILE", "-0", "--jobs N", "process lists"})
+        EXPECT_NE(search.find(part), std::string::npos) << part;
     EXPECT_EQ(search.find("--backup"), std::string::npos);
     EXPECT_NE(helpText(Command::Replace).find("--backup"), std::string::npos);
-    EXPECT_NE(search.find("process lists"), std::string::npos);
 }
 
 TEST(Options, HelpFitsATerminal) {
     for (const Command command :
          {Command::Help, Command::Search, Command::Replace, Command::Run, Command::Formats}) {
-        const std::string text = helpText(command);
-        std::size_t begin = 0;
-        while (begin < text.size()) {
-            const std::size_t end = text.find('\n', begin);
-            ASSERT_NE(end, std::string::npos);
-            EXPECT_LE(end - begin, 90U) << text.substr(begin, end - begin);
-            begin = end + 1;
-        }
+        std::istringstream text(helpText(command));
+        for (std::string line; std::getline(text, line);) EXPECT_LE(line.size(), 90U) << line;
+        EXPECT_TRUE(text.str().ends_with('\n'));
     }
 }
 

@@ -10,7 +10,6 @@
 #include "crypto/Cipher.h"
 #include "crypto/Digest.h"
 #include "crypto/PasswordHash.h"
-#include "crypto/Random.h"
 #include "crypto/Rc4Keys.h"
 #include "crypto/XorObfuscation.h"
 #include "support/Thrown.h"
@@ -40,74 +39,32 @@ struct CipherRow {
     Algorithm algorithm;
     unsigned bits;
     Mode mode;
-    const char* expected;
+    const char* expected;  // the MD5 digest of the encrypted bytes
 };
 
 TEST(Cipher, EncryptsAndDecrypts) {
     const CipherRow table[] = {
-        {Algorithm::Aes, 128, Mode::Ecb,
-         "6f0a9fffcb98df4f7425f73d09bbddfb66b4069cb2e53db109808b31d3eedeb5"
-         "21694811ed1909b821fed14c1c0c9ac9"},
-        {Algorithm::Aes, 128, Mode::Cbc,
-         "ea9eb6dc7945da63a3f1c57e292291bbb1b926e9ae998b0f7f5798e5ff42bc7f"
-         "6fc07e7677ed20970d10ce9a07d83a18"},
-        {Algorithm::Aes, 128, Mode::Cfb,
-         "8fd14271c743d061f5949014c1335eec0adc90b438daeabf60b611ce7d796cb1"
-         "a5a279ca755fe161b22096c4da8abe00"},
-        {Algorithm::Aes, 192, Mode::Ecb,
-         "cf3a06c3283752ae55c42b3eb4db8b7304b2fcefef67deb45a7f591b3494e8db"
-         "e8dc330714ff63acb903ebe55eb9e74c"},
-        {Algorithm::Aes, 192, Mode::Cbc,
-         "b9fcd718c4471df02becbc195b087f2e095fe9eb9d30632971993e2f0042a10b"
-         "f0c6d56eb59fa4fc61968708b35d6e96"},
-        {Algorithm::Aes, 192, Mode::Cfb,
-         "5f3c606f65ec1bc2237f3ce621078a86c039e6cc057ed45abbae99b553203a51"
-         "4e78a94de27ff1df934c1022530718ee"},
-        {Algorithm::Aes, 256, Mode::Ecb,
-         "ed6a007c4841f8423969d83d86d62a6d08e0f42a19819e93d8788c5efe8c1b95"
-         "91beeee02309ab794ddde6369e4da52e"},
-        {Algorithm::Aes, 256, Mode::Cbc,
-         "e158de1a3f4c6f0c0a38ff12bbb491e496f306dff165e3a2acfb354bd2996736"
-         "5b55059b65ce930b20deef6d7a936e61"},
-        {Algorithm::Aes, 256, Mode::Cfb,
-         "126177739ea39f81a17f3a34755c1c447e2ec7be5a5ef9204059b1b37ae81992"
-         "359a69d323bed3addeb19b793a9494fd"},
-        {Algorithm::Des, 64, Mode::Ecb,
-         "90152a4c1cf427809f2f3fe41091fec976e690bee82e547b1e2fdd3f6b649ae8"
-         "433f7a758ca274b84dd9f27cebb29d1c"},
-        {Algorithm::Des, 64, Mode::Cbc,
-         "01d38df0cd2d1e48f6242bc7db860292e097b55c1c63c90e7e99aab985ffe9cd"
-         "07afa96f8ca2acaa699373bbbf1d16bc"},
-        {Algorithm::Des, 64, Mode::Cfb,
-         "9d4e8369c08e1bd24de15efd77c66dbe953e973e9c88d523ff3534fef136e5b5"
-         "2f187890d2f7929bf10dfd6525328b5f"},
-        {Algorithm::TripleDes, 192, Mode::Ecb,
-         "1f9d21ae2ec8391e24114f780bafba45bcbdf997a68ca61842da370ab15836ab"
-         "d0a2b8721e1a8bf5a7d4564be41f7a1b"},
-        {Algorithm::TripleDes, 192, Mode::Cbc,
-         "cc0f23ba57c81cfe50d9ad1894da8df8f2de760e4d0af4198c5c1a8daca12bda"
-         "0059e8e7b5fd97e5838d008173173b54"},
-        {Algorithm::TripleDes, 192, Mode::Cfb,
-         "57fdc58cdbf8339845208c2201e21fc22f8d2e0fe036c8dd4e32ff0204a63502"
-         "e6b011b388f8898cf1cb1eb7506d7af7"},
-        {Algorithm::TwoKeys3Des, 128, Mode::Ecb,
-         "38b35be8ea50594290fe2dd20ee51905c79958b1439c202359a77111082db53f"
-         "02c33c0dcb415d3b3140d9ea923490ab"},
-        {Algorithm::TwoKeys3Des, 128, Mode::Cbc,
-         "a7e2787fe172baceabdadf9f06484c0f4b09d24d71a2ab699e2a03d8114cdb2b"
-         "9ed1a9e71ca0b5da30a713a400589653"},
-        {Algorithm::TwoKeys3Des, 128, Mode::Cfb,
-         "f2052d59b351c180daed5b10bef63f33287e8a666c86f85131ee7fda2ccab2e4"
-         "1a78ae9c251edffbaf7a5504ce818ba3"},
-        {Algorithm::Rc2, 40, Mode::Cbc,
-         "2c7f35d197a598a34c4372e131556c17688e0209c52678dfda2ce88cb5655092"
-         "ffee948c85b412b4c78ab03e319ead8f"},
-        {Algorithm::Rc2, 64, Mode::Cbc,
-         "a1d62d8fa263e2b87b94aa992b078a46d3f361f9bee03d499ad92acdc49e7c59"
-         "d8297f6ddaf12dd96db6bed7407970b9"},
-        {Algorithm::Rc2, 128, Mode::Cbc,
-         "a109759d2b55e96e078f6bacadd083b7f4f16eb4c2fc2ad12b5d368c5585ef31"
-         "30809037398962724732f890ea97e336"},
+        {Algorithm::Aes, 128, Mode::Ecb, "4f2ce62233b5518a9530b9c3b842954a"},
+        {Algorithm::Aes, 128, Mode::Cbc, "ac29bb317ec47209471edbd2f7040869"},
+        {Algorithm::Aes, 128, Mode::Cfb, "91e24645afd94c56deca97452bfa3015"},
+        {Algorithm::Aes, 192, Mode::Ecb, "9b8cf3601111267345207ee9ac2b6885"},
+        {Algorithm::Aes, 192, Mode::Cbc, "46d263709b1c6f1a64678fad7b9f20fd"},
+        {Algorithm::Aes, 192, Mode::Cfb, "10f723527fd4a5d17d0ccfd7ad3c59a4"},
+        {Algorithm::Aes, 256, Mode::Ecb, "661c5c0b1fa7d9b26542bf51a66ff0e3"},
+        {Algorithm::Aes, 256, Mode::Cbc, "11bdd435e7d23afc20bc1cf5155a0188"},
+        {Algorithm::Aes, 256, Mode::Cfb, "5a49bbebad7d9166501281ac84c171f8"},
+        {Algorithm::Des, 64, Mode::Ecb, "4e7e465dda796a968a101542a8e85058"},
+        {Algorithm::Des, 64, Mode::Cbc, "11b6ff4fff7b129c056619987aceea82"},
+        {Algorithm::Des, 64, Mode::Cfb, "8e8fbbc925d33f196ea21aacc1649bf5"},
+        {Algorithm::TripleDes, 192, Mode::Ecb, "b0231422611d35f64e35a512b0e5bc19"},
+        {Algorithm::TripleDes, 192, Mode::Cbc, "46b0c579da341bff80f44372e485342c"},
+        {Algorithm::TripleDes, 192, Mode::Cfb, "561d446bd1ce3174228cafd809a27499"},
+        {Algorithm::TwoKeys3Des, 128, Mode::Ecb, "d6984e92c5fde502d7e7bbc203b71d84"},
+        {Algorithm::TwoKeys3Des, 128, Mode::Cbc, "fffe3dd9695a674ec0da950779047c7b"},
+        {Algorithm::TwoKeys3Des, 128, Mode::Cfb, "ca6f3d8718a5b5398c5d2809adaab732"},
+        {Algorithm::Rc2, 40, Mode::Cbc, "303c83e1c1aa07abe9fb7f0a01b29332"},
+        {Algorithm::Rc2, 64, Mode::Cbc, "c0f6f560f5530c6cb9ae9d6f66ad2429"},
+        {Algorithm::Rc2, 128, Mode::Cbc, "024e45b7da001b0a08859cc5d2bd9b50"},
     };
     const std::string plain = counting(0, 48);
     for (const CipherRow& row : table) {
@@ -116,7 +73,7 @@ TEST(Cipher, EncryptsAndDecrypts) {
         const std::string vector = counting(100, blockSize(row.algorithm));
         std::string bytes = plain;
         cipher.encrypt(row.mode, vector, bytes);
-        EXPECT_EQ(hexadecimal(bytes), row.expected);
+        EXPECT_EQ(hexadecimal(digest(Hash::Md5, {bytes})), row.expected);
         cipher.decrypt(row.mode, vector, bytes);
         EXPECT_EQ(bytes, plain) << row.expected;
     }
@@ -193,14 +150,10 @@ TEST(XorObfuscation, OpensWithItsPasswordOnly) {
 // --- hashes --------------------------------------------------------------------------------------
 
 TEST(PasswordHash, IsThatOfOlderVersions) {
-    struct Row {
-        const char* password;
-        unsigned hash;
-    };
-    for (const Row& row : {Row{"abc", 0xCC1A}, Row{"password", 0x83AF}, Row{"a", 0xCE88},
-                           Row{"123456789012345", 0x9EB1}, Row{"kqv", 0xCCEA}}) {
-        EXPECT_EQ(shortPasswordHash(row.password), row.hash) << row.password;
-    }
+    EXPECT_EQ(shortPasswordHash("a"), 0xCE88);
+    EXPECT_EQ(shortPasswordHash("abc"), 0xCC1A);
+    EXPECT_EQ(shortPasswordHash("kqv"), 0xCCEA);
+    EXPECT_EQ(shortPasswordHash("123456789012345"), 0x9EB1);
 }
 
 TEST(PasswordHash, IsSaltedAndSpun) {
@@ -239,12 +192,6 @@ TEST(Base64, RefusesOtherTexts) {
     for (const char* text : {"Q", "QQ", "QUJD!", "QQ==QQ==", "=", "Q\xC3\xA4=="}) {
         EXPECT_FALSE(fromBase64(text)) << text;
     }
-}
-
-TEST(Random, IsNeverTheSame) {
-    EXPECT_EQ(randomBytes(0).size(), 0u);
-    EXPECT_EQ(randomBytes(1000).size(), 1000u);
-    EXPECT_NE(randomBytes(16), randomBytes(16));
 }
 
 // --- packages ------------------------------------------------------------------------------------
@@ -305,13 +252,11 @@ TEST(AgileEncryption, RefusesFieldsOfWrongSize) {
             AgileEncryption broken = sound;
             if ((broken.password.*field).size() == size) continue;
             (broken.password.*field).resize(size);
-            const auto error = test::thrownBy([&] {
-                if (unlock(broken, "secret") == key) FAIL() << size;
-            });
+            std::optional<std::string> opened;
+            const auto kind = test::kindOf([&] { opened = unlock(broken, "secret"); });
             // A shorter input is another one, which no password opens.
-            if (error) {
-                EXPECT_EQ(error->kind(), ErrorKind::Damaged);
-            }
+            EXPECT_EQ(kind.value_or(ErrorKind::Damaged), ErrorKind::Damaged);
+            EXPECT_NE(opened, key) << size;
         }
         AgileEncryption broken = sound;
         broken.integrity->hmacValue.resize(size);

@@ -55,9 +55,13 @@ TEST(ExcelConnectorCells, countsAndReplaces) {
     }
 }
 
-TEST(ExcelConnectorCellsRun, visitsEverySheetInOrder) {
+class ExcelConnectorCellsRun : public testing::Test {
+protected:
     ConnectorRun run;
     FakeBook& book = run.addBook("book.xls");
+};
+
+TEST_F(ExcelConnectorCellsRun, visitsEverySheetInOrder) {
     book.sheets.assign(3, FakeSheet{});
     for (FakeSheet& sheet : book.sheets) sheet.cells = {{{1, 1}, "cat"}, {{5, 5}, "cat"}};
     run.addEntry("cat", "dog");
@@ -67,9 +71,7 @@ TEST(ExcelConnectorCellsRun, visitsEverySheetInOrder) {
         EXPECT_EQ(sheet.cells, (Cells{{{1, 1}, "dog"}, {{5, 5}, "dog"}}));
 }
 
-TEST(ExcelConnectorCellsRun, laterEntrySeesWhatTheEarlierLeft) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, laterEntrySeesWhatTheEarlierLeft) {
     book.sheets[0].cells = {{{1, 1}, "apple"}};
     run.addEntry("apple", "pear");
     run.addEntry("pear", "plum");
@@ -80,9 +82,7 @@ TEST(ExcelConnectorCellsRun, laterEntrySeesWhatTheEarlierLeft) {
 }
 
 // The first match comes last, so the cell in row 3 is reached, refused, and nothing behind it.
-TEST(ExcelConnectorCellsRun, refusedCellEndsTheEntryButNotTheDocument) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, refusedCellEndsTheEntryButNotTheDocument) {
     book.sheets.assign(3, FakeSheet{});
     for (FakeSheet& sheet : book.sheets) {
         sheet.cells = {{{1, 2}, "cat"}, {{2, 2}, "cat"}, {{3, 2}, "cat"}};
@@ -110,9 +110,7 @@ TEST(ExcelConnectorCellsRun, refusedCellEndsTheEntryButNotTheDocument) {
     EXPECT_EQ(report.refusals[0].number, 1004);
 }
 
-TEST(ExcelConnectorCellsRun, counterStopsAtItsWidth) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, counterStopsAtItsWidth) {
     for (std::int32_t row = 1; row <= 40000; ++row) book.sheets[0].cells[{row, 1}] = "cat";
     run.addEntry("cat", "dog");
     run.addEntry("dog", "cow", 4);
@@ -126,7 +124,7 @@ TEST(ExcelConnectorCellsRun, counterStopsAtItsWidth) {
     EXPECT_EQ(report.refusals[0].number, 6);
 }
 
-TEST(ExcelConnectorCellsRun, textTooLongToFindIsSaidForEachDocument) {
+TEST(ExcelConnectorCells, textTooLongToFindIsSaidForEachDocument) {
     ConnectorRun run;
     run.addBook("a.xls");
     run.addBook("b.xls");
@@ -143,9 +141,7 @@ TEST(ExcelConnectorCellsRun, textTooLongToFindIsSaidForEachDocument) {
     }
 }
 
-TEST(ExcelConnectorCellsRun, damageFoundLateFailsTheDocumentUnsaved) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, damageFoundLateFailsTheDocumentUnsaved) {
     book.sheets.assign(2, FakeSheet{});
     book.sheets[0].cells = {{{1, 1}, "cat"}};
     book.sheets[1].damage = Error::damaged("A row ends too early");
@@ -160,9 +156,7 @@ TEST(ExcelConnectorCellsRun, damageFoundLateFailsTheDocumentUnsaved) {
     EXPECT_EQ(run.linesOf("ReplaceCell"), 0u);
 }
 
-TEST(ExcelConnectorCellsRun, documentsAreToldWhatWillBeLookedFor) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, documentsAreToldWhatWillBeLookedFor) {
     run.addEntry("cat", "", 0, true, true);
     run.addEntry("", "x");
     run.addEntry("link", "x", 1);
@@ -174,9 +168,7 @@ TEST(ExcelConnectorCellsRun, documentsAreToldWhatWillBeLookedFor) {
 }
 
 // Only a host with a window is asked, and what goes wrong there is not the document's business.
-TEST(ExcelConnectorCellsRun, letsAWatchedHostWorkInsideALargeDocument) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorCellsRun, letsAWatchedHostWorkInsideALargeDocument) {
     book.sheets.assign(5, FakeSheet{});
     for (FakeSheet& sheet : book.sheets) sheet.findTakes = std::chrono::milliseconds(60);
     run.addEntry("cat", "dog");

@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <ctime>
 
 #include "base/FileIo.h"
 #include "engine/BackupPath.h"
-#include "engine/FolderSource.h"
-#include "engine/ListSource.h"
 #include "lang/modINI.h"
 #include "support/ConnectorRun.h"
 #include "support/FileStatus.h"
@@ -30,41 +24,38 @@ FakeBook& addCat(ConnectorRun& run, const std::string& name) {
     return book;
 }
 
+class ExcelConnectorOneRun : public testing::Test {
+protected:
+    ConnectorRun run;
+};
+
 TEST(ExcelConnectorRun, numbersCountsAndReportsEachDocument) {
-    ConnectorRun run;
-    for (const char* name : {"a.xls", "b.xls", "sub/c.xls", "sub/deep/d.xls", "z.xls"})
-        addCat(run, name);
-    run.dir.write("note.doc", "no workbook");
-    run.addEntry("cat", "dog");
-    run.app.CurrentProject.IncludeSubFolders = true;
-    run.go();
-    EXPECT_EQ(run.totalFiles, 5);
-    EXPECT_FALSE(run.flags.NoFilesToProcess);
-    ASSERT_EQ(run.reports.size(), 5u);
-    for (std::size_t i = 0; i < run.reports.size(); ++i) {
-        EXPECT_EQ(run.reports[i].number, static_cast<std::int32_t>(i) + 1);
-        EXPECT_EQ(run.reports[i].status, 1);
-        EXPECT_EQ(cellsFound(run.reports[i]), 1) << "counters start from zero for each document";
+    for (const bool withSubfolders : {true, false}) {
+        ConnectorRun run;
+        for (const char* name : {"a.xls", "b.xls", "sub/c.xls", "sub/deep/d.xls", "z.xls"})
+            addCat(run, name);
+        run.dir.write("note.doc", "no workbook");
+        run.addEntry("cat", "dog");
+        run.app.CurrentProject.IncludeSubFolders = withSubfolders;
+        run.go();
+        Names wanted{"a.xls", "b.xls", "z.xls"};
+        // Files before subfolders, parents before children.
+        if (withSubfolders) wanted.insert(wanted.end(), {"c.xls", "d.xls"});
+        EXPECT_EQ(run.reportedNames(), wanted);
+        EXPECT_EQ(run.totalFiles, static_cast<std::int32_t>(wanted.size()));
+        EXPECT_FALSE(run.flags.NoFilesToProcess);
+        std::int32_t number = 0;
+        for (const Report& report : run.reports) {
+            EXPECT_EQ(report.number, ++number);
+            EXPECT_EQ(report.status, 1);
+            EXPECT_EQ(cellsFound(report), 1) << "counters start from zero for each document";
+        }
+        EXPECT_EQ(run.app.Items->Item(1)->counts.CellCounter, 0);
+        EXPECT_EQ(run.log(), "");
     }
-    EXPECT_EQ(run.app.Items->Item(1)->counts.CellCounter, 0);
-    // Files before subfolders, parents before children.
-    const Names names = run.reportedNames();
-    EXPECT_EQ(names[3], "c.xls");
-    EXPECT_EQ(names[4], "d.xls");
-    EXPECT_EQ(run.log(), "");
 }
 
-TEST(ExcelConnectorRun, staysInTheFolderUnlessToldOtherwise) {
-    ConnectorRun run;
-    run.addBook("a.xls");
-    run.addBook("sub/b.xls");
-    run.go();
-    EXPECT_EQ(run.reportedNames(), (Names{"a.xls"}));
-    EXPECT_EQ(run.totalFiles, 1);
-}
-
-TEST(ExcelConnectorRun, runWithoutEntriesStillOpensSavesAndReports) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, runWithoutEntriesStillOpensSavesAndReports) {
     FakeBook& book = run.addBook("a.xls");
     run.addEntry("", "x");
     run.addEntry("cat", "x", 7);
@@ -114,8 +105,7 @@ TEST(ExcelConnectorRun, stopLetsTheDocumentInWorkFinish) {
     }
 }
 
-TEST(ExcelConnectorRun, applicationThatCannotBeStartedIsSaid) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, applicationThatCannotBeStartedIsSaid) {
     run.home.write("Languages/English.lng", "[global msg]\r\n1015=No application\r\n");
     gLanguageFile = "English.lng";
     run.addBook("a.xls");
@@ -134,17 +124,17 @@ TEST(ExcelConnectorRun, applicationThatCannotBeStartedIsSaid) {
     }
 }
 
-TEST(ExcelConnectorRun, listIsProcessedInItsOrderWithRepetitions) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, listIsProcessedInItsOrderWithRepetitions) {
     addCat(run, "a.xls");
     addCat(run, "b.csv");
     run.dir.write("empty.xls", "");
-    const std::string a = run.dir.path("a.xls");
+    std::filesystem::create_directory(run.dir.path("folder.xls"));
     run.app.CurrentProject.IsScanFolder = false;
-    run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.write(
-        "list.txt", run.dir.path("b.csv") + "\r\n" + a + "\r\n" + run.dir.path("empty.xls") +
-                        "\r\n" + run.dir.path("gone.xls") + "\r\n" + run.dir.path("x.doc") +
-                        "\r\n" + a + "\r\n");
+    std::string list;
+    for (const char* name :
+         {"b.csv", "a.xls", "empty.xls", "gone.xls", "x.doc", "folder.xls", "a.xls"})
+        list += run.dir.path(name) + "\r\n";
+    run.app.CurrentProject.GetFilenamesFromTextFile = run.dir.write("list.txt", list);
     run.addEntry("cat", "dog");
     run.go();
     EXPECT_EQ(run.reportedNames(), (Names{"b.csv", "a.xls", "a.xls"}));
@@ -179,25 +169,29 @@ TEST(ExcelConnectorRun, listWithoutADocumentIsSaid) {
     }
 }
 
-TEST(ExcelConnectorRun, failedDocumentIsReportedOnceAndTheRunGoesOn) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, failedDocumentIsReportedOnceAndTheRunGoesOn) {
     run.addBook("a.xls").password = "secret";
     run.dir.write("b.xls", "not a workbook");
     FakeBook& unsavable = addCat(run, "c.xls");
     unsavable.saveError = Error(ErrorKind::System, error_number::kDiskFull, "Disk full");
     run.addBook("d.xls").sheets.clear();
     addCat(run, "e.xls");
+    run.dir.write("f.xls", "");
     run.addEntry("cat", "dog");
     run.go();
-    ASSERT_EQ(run.reports.size(), 5u);
+    ASSERT_EQ(run.reports.size(), 6u);
+    EXPECT_EQ(run.files.openedPaths.size(), 5u) << "an empty file holds nothing and is no fault";
     std::map<std::string, int> errors;
     for (const Report& report : run.reports) {
         errors[report.path.substr(report.path.size() - 5)] = report.errorNumber;
         EXPECT_EQ(report.failed, report.errorNumber != 0);
     }
-    EXPECT_EQ(errors,
-              (std::map<std::string, int>{
-                  {"a.xls", 1004}, {"b.xls", 1004}, {"c.xls", 61}, {"d.xls", 9}, {"e.xls", 0}}));
+    EXPECT_EQ(errors, (std::map<std::string, int>{{"a.xls", 1004},
+                                                  {"b.xls", 1004},
+                                                  {"c.xls", 61},
+                                                  {"d.xls", 9},
+                                                  {"e.xls", 0},
+                                                  {"f.xls", 0}}));
     EXPECT_EQ(run.linesOf("ReplaceFile"), 4u) << run.log();
     EXPECT_EQ(unsavable.sheets[0].cells.at({1, 1}), "cat");
     EXPECT_EQ(unsavable.closed, 1);
@@ -274,8 +268,7 @@ TEST(ExcelConnectorRun, backupNeedsFourCharactersOfTheName) {
     EXPECT_EQ(backupPath("/folder/a.bak"), "");
 }
 
-TEST(ExcelConnectorRun, backupThatCannotBeMadeIsPassedOver) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, backupThatCannotBeMadeIsPassedOver) {
     FakeBook& book = run.addBook("book.xls");
     std::filesystem::create_directory(run.dir.path("book.bak"));
     run.app.CurrentProject.BackupMode = true;
@@ -327,19 +320,7 @@ TEST(ExcelConnectorRun, leftoversOfDeadRunsGoBeforeTheFolderIsTouched) {
     }
 }
 
-TEST(ExcelConnectorRun, emptyFileHoldsNothingAndIsNoFault) {
-    ConnectorRun run;
-    run.dir.write("empty.xls", "");
-    run.addEntry("cat", "dog");
-    run.go();
-    ASSERT_EQ(run.reports.size(), 1u) << "counted, so reported";
-    EXPECT_FALSE(run.reports[0].failed);
-    EXPECT_TRUE(run.files.openedPaths.empty());
-    EXPECT_EQ(run.log(), "");
-}
-
-TEST(ExcelConnectorRun, failureOfTheListenerDoesNotEndTheRun) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, failureOfTheListenerDoesNotEndTheRun) {
     run.addBook("a.xls");
     run.addBook("b.xls");
     run.onReport = [](const Report&) { throw std::runtime_error("listener"); };
@@ -348,8 +329,7 @@ TEST(ExcelConnectorRun, failureOfTheListenerDoesNotEndTheRun) {
     EXPECT_EQ(run.linesOf("AddChangedFilePath"), 2u);
 }
 
-TEST(ExcelConnectorRun, projectLoadedMeanwhileDoesNotEndTheEntries) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, projectLoadedMeanwhileDoesNotEndTheEntries) {
     addCat(run, "a.xls");
     addCat(run, "b.xls");
     run.addEntry("cat", "dog");
@@ -359,58 +339,29 @@ TEST(ExcelConnectorRun, projectLoadedMeanwhileDoesNotEndTheEntries) {
     EXPECT_EQ(cellsFound(run.reports[1]), 1);
 }
 
-class TwoPaths : public DocumentSource {
-public:
-    explicit TwoPaths(std::vector<std::string> paths) : mPaths(std::move(paths)) {}
-    std::optional<std::string> next() override {
-        return mAt < mPaths.size() ? std::optional(mPaths[mAt++]) : std::nullopt;
-    }
-
-private:
-    std::vector<std::string> mPaths;
-    std::size_t mAt = 0;
-};
-
-TEST(ExcelConnectorRun, takesDocumentsFromAnySource) {
-    ConnectorRun run;
+TEST_F(ExcelConnectorOneRun, takesDocumentsFromAnySource) {
     addCat(run, "a.xls");
     addCat(run, "b.weird");
     run.addEntry("cat", "dog");
-    TwoPaths source({run.dir.path("b.weird"), run.dir.path("gone.xls"), run.dir.path("a.xls")});
+    class Countdown : public DocumentSource {
+    public:
+        std::optional<std::string> next() override {
+            if (left.empty()) return std::nullopt;
+            const std::string path = left.back();
+            left.pop_back();
+            return path;
+        }
+        Names left;
+    } source;
+    source.left = {run.dir.path("a.xls"), run.dir.path("gone.xls"), run.dir.path("b.weird")};
     run.go(&source);
     ASSERT_EQ(run.reports.size(), 3u);
     EXPECT_EQ(run.reports[2].number, 3);
     EXPECT_EQ(cellsFound(run.reports[2]), 1);
     EXPECT_TRUE(run.reports[1].failed);
     EXPECT_FALSE(run.flags.NoFilesToProcess);
-
-    TwoPaths none({});
-    run.go(&none);
+    run.go(&source);  // which has no more
     EXPECT_TRUE(run.flags.NoFilesToProcess);
-}
-
-TEST(DocumentSources, folderSourceYieldsMatchingFilesParentsFirst) {
-    TempDir dir;
-    for (const char* name : {"b.xls", "a.XLS", "c.doc", "sub/a.xls", "sub/deep/a.xls"})
-        dir.write(name, "x");
-    const auto all = [&](bool subfolders) {
-        FolderSource source(dir.path(), "*.xls;", subfolders);
-        std::vector<std::string> paths;
-        while (const auto path = source.next()) paths.push_back(path->substr(dir.path().size()));
-        return paths;
-    };
-    EXPECT_EQ(all(true), (Names{"/a.XLS", "/b.xls", "/sub/a.xls", "/sub/deep/a.xls"}));
-    EXPECT_EQ(all(false), (Names{"/a.XLS", "/b.xls"}));
-}
-
-TEST(DocumentSources, listSourceSkipsWhatIsMissingOrEmpty) {
-    TempDir dir;
-    const std::string a = dir.write("a.xls", "x");
-    const std::string empty = dir.write("empty.xls", "");
-    ListSource source({a, empty, dir.path("gone.xls"), dir.path(), a});
-    EXPECT_EQ(source.next(), a);
-    EXPECT_EQ(source.next(), a);
-    EXPECT_EQ(source.next(), std::nullopt);
 }
 
 }  // namespace

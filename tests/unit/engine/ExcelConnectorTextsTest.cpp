@@ -93,9 +93,13 @@ TEST(ExcelConnectorTexts, countsAndReplaces) {
     }
 }
 
-TEST(ExcelConnectorTextsRun, eachSectionCountsOnceAndOnlyItsOwnHalf) {
+class ExcelConnectorTextsRun : public testing::Test {
+protected:
     ConnectorRun run;
     FakeBook& book = run.addBook("book.xls");
+};
+
+TEST_F(ExcelConnectorTextsRun, eachSectionCountsOnceAndOnlyItsOwnHalf) {
     auto& sections = book.sheets[0].sections;
     sections[{PageKind::Odd, PageSection::LeftHeader}] = "Final";
     sections[{PageKind::Odd, PageSection::RightHeader}] = "Final 2";
@@ -107,9 +111,7 @@ TEST(ExcelConnectorTextsRun, eachSectionCountsOnceAndOnlyItsOwnHalf) {
     EXPECT_EQ((sections[{PageKind::Odd, PageSection::LeftFooter}]), "Final 3");
 }
 
-TEST(ExcelConnectorTextsRun, pagesOfTheirOwnCountWhenTheSheetUsesThem) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorTextsRun, pagesOfTheirOwnCountWhenTheSheetUsesThem) {
     book.sheets[0].usedPages = {PageKind::Odd, PageKind::First};
     auto& sections = book.sheets[0].sections;
     for (const PageKind kind : {PageKind::Odd, PageKind::Even, PageKind::First})
@@ -122,7 +124,7 @@ TEST(ExcelConnectorTextsRun, pagesOfTheirOwnCountWhenTheSheetUsesThem) {
 }
 
 // A refused section ends only itself; a refused link or shape the whole scope.
-TEST(ExcelConnectorTextsRun, refusedTextIsKeptAndLogged) {
+TEST(ExcelConnectorTexts, refusedTextIsKeptAndLogged) {
     const struct {
         Scope scope;
         const char* locked;
@@ -162,9 +164,7 @@ TEST(ExcelConnectorTextsRun, refusedTextIsKeptAndLogged) {
     }
 }
 
-TEST(ExcelConnectorTextsRun, lockedItemsWithoutAMatchAreNoRefusal) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorTextsRun, lockedItemsWithoutAMatchAreNoRefusal) {
     book.sheets[0].links = {"keep"};
     book.sheets[0].shapes = {"", "keep"};
     book.sheets[0].lockedItems = {"hyperlink 1", "shape 1", "shape 2", "section 0"};
@@ -176,9 +176,7 @@ TEST(ExcelConnectorTextsRun, lockedItemsWithoutAMatchAreNoRefusal) {
 }
 
 // What is locked shows that a search does not even try to write.
-TEST(ExcelConnectorTextsRun, searchWritesNothingBack) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorTextsRun, searchWritesNothingBack) {
     FakeSheet& sheet = book.sheets[0];
     sheet.cells = {{{1, 1}, "cat"}};
     sheet.lockedCells = {{1, 1}};
@@ -197,9 +195,7 @@ TEST(ExcelConnectorTextsRun, searchWritesNothingBack) {
 }
 
 // Three properties that match: without a value, locked, ordinary.
-TEST(ExcelConnectorPropertiesRun, builtInWalkPassesOverWhatFails) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorTextsRun, builtInWalkPassesOverWhatFails) {
     book.properties[0] = {std::nullopt, "cat locked", "cat"};
     book.lockedProperties = {"cat locked"};
     run.addEntry("cat", "dog", 5);
@@ -214,9 +210,7 @@ TEST(ExcelConnectorPropertiesRun, builtInWalkPassesOverWhatFails) {
     EXPECT_EQ(report.refusals[0].sheet, "");
 }
 
-TEST(ExcelConnectorPropertiesRun, customWalkEndsAtTheFirstFailure) {
-    ConnectorRun run;
-    FakeBook& book = run.addBook("book.xls");
+TEST_F(ExcelConnectorTextsRun, customWalkEndsAtTheFirstFailure) {
     book.properties[1] = {"cat", "cat locked", "cat"};
     book.lockedProperties = {"cat locked"};
     run.addEntry("cat", "dog", 6);

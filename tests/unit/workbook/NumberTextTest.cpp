@@ -199,13 +199,10 @@ TEST(DateSerial, CountsEveryDayOnce) {
         }
     }
     EXPECT_EQ(expected, 2958465);
-    for (const auto& [y, m, d] : {std::tuple(1899, 12, 31),
-                                  {1900, 1, 0},
-                                  {10000, 1, 1},
-                                  {2001, 2, 29},
-                                  {2100, 2, 29},
-                                  {2003, 13, 1},
-                                  {2003, 0, 1}}) {
+    const std::tuple<int, int, int> missing[] = {{1899, 12, 31}, {1900, 1, 0},  {10000, 1, 1},
+                                                 {2001, 2, 29},  {2100, 2, 29}, {2003, 13, 1},
+                                                 {2003, 0, 1}};
+    for (const auto& [y, m, d] : missing) {
         EXPECT_FALSE(dateSerial(y, m, d)) << y << '-' << m << '-' << d;
     }
 }

@@ -109,9 +109,6 @@ std::uint32_t BuiltCompound::number(std::size_t at) const {
 void BuiltCompound::set(std::size_t at, std::uint32_t value) {
     put(bytes, at, value, 4);
 }
-void BuiltCompound::set16(std::size_t at, std::uint16_t value) {
-    put(bytes, at, value, 2);
-}
 
 BuiltCompound buildCompound(const std::map<std::string, std::string>& streams, unsigned shift,
                             bool isReversed) {

@@ -25,8 +25,9 @@ struct BuiltCompound {
     // The directory is not scattered.
     std::size_t entryAt(const std::string& path) const;
     std::uint32_t number(std::size_t at) const;
+    // The first sector of a stream.
+    std::uint32_t startOf(const std::string& path) const { return number(entryAt(path) + 116); }
     void set(std::size_t at, std::uint32_t value);
-    void set16(std::size_t at, std::uint16_t value);
     void setByte(std::size_t at, char value) { bytes[at] = value; }
 };
 

@@ -15,7 +15,7 @@ namespace brindle::workbook::package {
 namespace {
 
 using testing::buildCompound;
-using testing::BuiltCompound;
+using Built = testing::BuiltCompound;
 using testing::noise;
 using Streams = std::map<std::string, std::string>;
 using Action = StreamEdit::Action;
@@ -67,7 +67,7 @@ TEST(CompoundFile, ReadsEveryLayout) {
 TEST(CompoundFile, ReadsTablesBeyondTheHeader) {
     // 109 sectors of the table hold 7 MB, one further sector of sectors 8 MB more.
     const Streams streams = {{"large", noise(18'000'000, 1)}, {"small", "s"}};
-    const BuiltCompound built = buildCompound(streams);
+    const Built built = buildCompound(streams);
     ASSERT_EQ(built.difatSectors.size(), 2u);
     EXPECT_EQ(contentOf(built.bytes), streams);
     // Rewritten from few to many and back.
@@ -82,7 +82,7 @@ TEST(CompoundFile, ReadsTablesBeyondTheHeader) {
 }
 
 TEST(CompoundFile, TellsAttributes) {
-    const BuiltCompound built = buildCompound(mixedStreams());
+    const Built built = buildCompound(mixedStreams());
     const MemorySource source(built.bytes);
     const CompoundFile file(source);
     const auto index = file.find("vba/DEEP");
@@ -120,138 +120,123 @@ TEST(CompoundFile, OrdersNames) {
 
 // --- damage --------------------------------------------------------------------------------------
 
+using Change = std::function<void(Built&)>;
+
 struct Damage {
     const char* name;
-    std::function<void(BuiltCompound&)> apply;
+    Change apply;
     ErrorKind kind = ErrorKind::Damaged;
 };
 
-TEST(CompoundFile, RefusesDamage) {
-    const Damage table[] = {
-        {"empty", [](BuiltCompound& b) { b.bytes.clear(); }},
-        {"half a header", [](BuiltCompound& b) { b.bytes.resize(300); }},
-        {"a header alone", [](BuiltCompound& b) { b.bytes.resize(512); }},
-        {"signature", [](BuiltCompound& b) { b.setByte(3, 0); }},
-        {"version", [](BuiltCompound& b) { b.set16(26, 5); }, ErrorKind::Unsupported},
-        {"byte order", [](BuiltCompound& b) { b.set16(28, 0xFEFF); }},
-        {"sector size", [](BuiltCompound& b) { b.set16(30, 63); }},
-        {"tiny sectors", [](BuiltCompound& b) { b.set16(30, 8); }},
-        {"mini sector size", [](BuiltCompound& b) { b.set16(32, 9); }},
-        {"cutoff", [](BuiltCompound& b) { b.set(56, 5000); }},
-        {"count of the table", [](BuiltCompound& b) { b.set(44, 0xFFFFFFF0); }},
-        {"count of the table, a little", [](BuiltCompound& b) { b.set(44, b.number(44) + 1); }},
-        {"place of the table", [](BuiltCompound& b) { b.set(76, 70000); }},
-        {"table twice",
-         [](BuiltCompound& b) {
-             b.set(44, 2);
-             b.set(80, b.number(76));
-         }},
-        {"loop of the table's sectors",
-         [](BuiltCompound& b) {
-             b.set(44, 125);
-             b.set(68, 3);
-         }},
-        {"place of the directory", [](BuiltCompound& b) { b.set(48, kFree); }},
-        {"loop of the directory",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.directoryStart), b.directoryStart); }},
-        {"the directory runs into a stream",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.directoryStart), 0); }},
-        {"directory without a root", [](BuiltCompound& b) { b.setByte(b.entryAt("") + 66, 1); }},
-        {"a second root", [](BuiltCompound& b) { b.setByte(b.entryAt("VBA") + 66, 5); }},
-        {"an unused entry in a tree",
-         [](BuiltCompound& b) { b.setByte(b.entryAt("VBA") + 66, 0); }},
-        {"tree in a circle",
-         [](BuiltCompound& b) { b.set(b.entryAt("edge") + 68, b.ids.at("edge")); }},
-        {"tree up to the root", [](BuiltCompound& b) { b.set(b.entryAt("VBA/deep") + 76, 0); }},
-        {"two parents",
-         [](BuiltCompound& b) { b.set(b.entryAt("other") + 76, b.ids.at("VBA/dir")); }},
-        {"an entry outside", [](BuiltCompound& b) { b.set(b.entryAt("edge") + 68, 5000); }},
-        {"one name twice",
-         [](BuiltCompound& b) {
-             b.bytes.replace(b.entryAt("other"), 10, "E\0D\0G\0E\0\0\0", 10);
-             b.set16(b.entryAt("other") + 64, 10);
-         }},
-        {"length of a name", [](BuiltCompound& b) { b.set16(b.entryAt("edge") + 64, 66); }},
-        {"odd length of a name", [](BuiltCompound& b) { b.set16(b.entryAt("edge") + 64, 9); }},
-        {"no name", [](BuiltCompound& b) { b.set16(b.entryAt("edge") + 64, 0); }},
-        {"loop of a stream",
-         [](BuiltCompound& b) {
-             const std::uint32_t start = b.number(b.entryAt("Workbook") + 116);
-             b.set(b.fatEntryAt(start + 9), start);
-         }},
-        {"two streams in one sector",
-         [](BuiltCompound& b) {
-             b.set(b.entryAt("edge") + 116, b.number(b.entryAt("Workbook") + 116) + 5);
-         }},
-        {"a stream in the table",
-         [](BuiltCompound& b) { b.set(b.entryAt("edge") + 116, b.fatSectors[0]); }},
-        {"a stream outside", [](BuiltCompound& b) { b.set(b.entryAt("edge") + 116, 5000); }},
-        {"a chain through free sectors",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.number(b.entryAt("edge") + 116)), kFree); }},
-        {"a chain that ends early",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.number(b.entryAt("edge") + 116)), kEnd); }},
-        {"a stream longer than its sectors",
-         [](BuiltCompound& b) { b.set(b.entryAt("edge") + 120, 5000); }},
-        {"a stream longer than the file",
-         [](BuiltCompound& b) { b.set(b.entryAt("edge") + 120, 0xFFFFFFFF); }},
-        {"loop of a mini stream",
-         [](BuiltCompound& b) {
-             const std::uint32_t start = b.number(b.entryAt("VBA/dir") + 116);
-             b.set(b.miniFatEntryAt(start + 2), start);
-         }},
-        {"two streams in one mini sector",
-         [](BuiltCompound& b) {
-             b.set(b.entryAt("below") + 116, b.number(b.entryAt("VBA/dir") + 116));
-         }},
-        {"a mini stream outside",
-         [](BuiltCompound& b) { b.set(b.entryAt("VBA/dir") + 116, 5000); }},
-        {"no mini sectors", [](BuiltCompound& b) { b.set(b.entryAt("") + 120, 0); }},
-        {"more mini sectors than there are",
-         [](BuiltCompound& b) { b.set(b.entryAt("") + 120, 1 << 20); }},
-        {"loop of the mini table",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.miniFatStart), b.miniFatStart); }},
-        {"cut in the middle", [](BuiltCompound& b) { b.bytes.resize(b.bytes.size() / 2); }},
+constexpr const char* kHeader = nullptr;
+
+// Sets a number in the header or in the directory entry of a path.
+Change put(const char* path, std::size_t at, std::uint32_t value, std::size_t width = 4) {
+    return [=](Built& b) {
+        const std::size_t begin = at + (path == kHeader ? 0 : b.entryAt(path));
+        for (std::size_t i = 0; i < width; ++i) {
+            b.setByte(begin + i, static_cast<char>(value >> (8 * i)));
+        }
     };
+}
+Change both(const Change& one, const Change& other) {
+    return [=](Built& b) { one(b), other(b); };
+}
+
+TEST(CompoundFile, RefusesDamage) {
+    // clang-format off
+    const Damage table[] = {
+        {"empty", [](Built& b) { b.bytes.clear(); }},
+        {"half a header", [](Built& b) { b.bytes.resize(300); }},
+        {"a header alone", [](Built& b) { b.bytes.resize(512); }},
+        {"signature", put(kHeader, 3, 0, 1)},
+        {"version", put(kHeader, 26, 5, 2), ErrorKind::Unsupported},
+        {"byte order", put(kHeader, 28, 0xFEFF, 2)},
+        {"sector size", put(kHeader, 30, 63, 2)}, {"tiny sectors", put(kHeader, 30, 8, 2)},
+        {"mini sector size", put(kHeader, 32, 9, 2)}, {"cutoff", put(kHeader, 56, 5000)},
+        {"count of the table", put(kHeader, 44, 0xFFFFFFF0)},
+        {"count of the table, a little", [](Built& b) { b.set(44, b.number(44) + 1); }},
+        {"place of the table", put(kHeader, 76, 70000)},
+        {"table twice", both(put(kHeader, 44, 2), [](Built& b) { b.set(80, b.number(76)); })},
+        {"loop of the table's sectors", both(put(kHeader, 44, 125), put(kHeader, 68, 3))},
+        {"place of the directory", put(kHeader, 48, kFree)},
+        {"loop of the directory",
+         [](Built& b) { b.set(b.fatEntryAt(b.directoryStart), b.directoryStart); }},
+        {"the directory runs into a stream",
+         [](Built& b) { b.set(b.fatEntryAt(b.directoryStart), 0); }},
+        {"directory without a root", put("", 66, 1, 1)},
+        {"a second root", put("VBA", 66, 5, 1)},
+        {"an unused entry in a tree", put("VBA", 66, 0, 1)},
+        {"tree in a circle", [](Built& b) { b.set(b.entryAt("edge") + 68, b.ids.at("edge")); }},
+        {"tree up to the root", put("VBA/deep", 76, 0)},
+        {"two parents", [](Built& b) { b.set(b.entryAt("other") + 76, b.ids.at("VBA/dir")); }},
+        {"an entry outside", put("edge", 68, 5000)},
+        {"one name twice",
+         both(put("other", 64, 10, 2),
+              [](Built& b) { b.bytes.replace(b.entryAt("other"), 10, "E\0D\0G\0E\0\0", 10); })},
+        {"length of a name", put("edge", 64, 66, 2)},
+        {"odd length of a name", put("edge", 64, 9, 2)}, {"no name", put("edge", 64, 0, 2)},
+        {"loop of a stream",
+         [](Built& b) { b.set(b.fatEntryAt(b.startOf("Workbook") + 9), b.startOf("Workbook")); }},
+        {"two streams in one sector",
+         [](Built& b) { b.set(b.entryAt("edge") + 116, b.startOf("Workbook") + 5); }},
+        {"a stream in the table",
+         [](Built& b) { b.set(b.entryAt("edge") + 116, b.fatSectors[0]); }},
+        {"a stream outside", put("edge", 116, 5000)},
+        {"a chain through free sectors",
+         [](Built& b) { b.set(b.fatEntryAt(b.startOf("edge")), kFree); }},
+        {"a chain that ends early", [](Built& b) { b.set(b.fatEntryAt(b.startOf("edge")), kEnd); }},
+        {"a stream longer than its sectors", put("edge", 120, 5000)},
+        {"a stream longer than the file", put("edge", 120, 0xFFFFFFFF)},
+        {"loop of a mini stream",
+         [](Built& b) { b.set(b.miniFatEntryAt(b.startOf("VBA/dir") + 2), b.startOf("VBA/dir")); }},
+        {"two streams in one mini sector",
+         [](Built& b) { b.set(b.entryAt("below") + 116, b.startOf("VBA/dir")); }},
+        {"a mini stream outside", put("VBA/dir", 116, 5000)},
+        {"no mini sectors", put("", 120, 0)},
+        {"more mini sectors than there are", put("", 120, 1 << 20)},
+        {"loop of the mini table",
+         [](Built& b) { b.set(b.fatEntryAt(b.miniFatStart), b.miniFatStart); }},
+        {"cut in the middle", [](Built& b) { b.bytes.resize(b.bytes.size() / 2); }},
+    };
+    // clang-format on
     for (const Damage& row : table) {
         SCOPED_TRACE(row.name);
-        BuiltCompound built = buildCompound(mixedStreams());
+        Built built = buildCompound(mixedStreams());
         row.apply(built);
-        const auto error = test::thrownBy([&] { contentOf(built.bytes); });
-        ASSERT_TRUE(error.has_value());
-        EXPECT_EQ(error->kind(), row.kind) << error->what();
+        EXPECT_EQ(test::kindOf([&] { contentOf(built.bytes); }), row.kind);
     }
 }
 
 // Faults that leave all data whole.
 TEST(CompoundFile, AcceptsHarmlessDamage) {
     const Damage table[] = {
-        {"junk behind", [](BuiltCompound& b) { b.bytes += noise(333, 1); }},
+        {"junk behind", [](Built& b) { b.bytes += noise(333, 1); }},
         {"the unused end of the table is gone",
-         [](BuiltCompound& b) { b.bytes.resize(b.fatEntryAt(b.fatSectors[0]) + 4); }},
-        {"upper half of a size", [](BuiltCompound& b) { b.set(b.entryAt("edge") + 124, 77); }},
-        {"start of an empty stream",
-         [](BuiltCompound& b) { b.set(b.entryAt("empty") + 116, 5000); }},
-        {"child of a stream", [](BuiltCompound& b) { b.set(b.entryAt("edge") + 76, 2); }},
-        {"sibling of the root", [](BuiltCompound& b) { b.set(b.entryAt("") + 68, 2); }},
-        {"name of the root", [](BuiltCompound& b) { b.set16(b.entryAt("") + 64, 0); }},
-        {"colours", [](BuiltCompound& b) { b.setByte(b.entryAt("edge") + 67, 0); }},
+         [](Built& b) { b.bytes.resize(b.fatEntryAt(b.fatSectors[0]) + 4); }},
+        {"upper half of a size", put("edge", 124, 77)},
+        {"start of an empty stream", put("empty", 116, 5000)},
+        {"child of a stream", put("edge", 76, 2)},
+        {"sibling of the root", put("", 68, 2)},
+        {"name of the root", put("", 64, 0, 2)},
+        {"colours", put("edge", 67, 0, 1)},
         {"the mini stream runs into a stream",
-         [](BuiltCompound& b) {
-             std::uint32_t at = b.number(b.entryAt("") + 116);
+         [](Built& b) {
+             std::uint32_t at = b.startOf("");
              while (b.number(b.fatEntryAt(at)) != kEnd) at = b.number(b.fatEntryAt(at));
-             b.set(b.fatEntryAt(at), b.number(b.entryAt("Workbook") + 116));
+             b.set(b.fatEntryAt(at), b.startOf("Workbook"));
          }},
         {"the last sector of a stream is free",
-         [](BuiltCompound& b) {
-             b.set(b.fatEntryAt(b.number(b.entryAt("VBA/module") + 116) + 9000 / 512), kFree);
-             b.set(b.miniFatEntryAt(b.number(b.entryAt("below") + 116) + 4095 / 64), kFree);
+         [](Built& b) {
+             b.set(b.fatEntryAt(b.startOf("VBA/module") + 9000 / 512), kFree);
+             b.set(b.miniFatEntryAt(b.startOf("below") + 4095 / 64), kFree);
          }},
         {"the table does not know itself",
-         [](BuiltCompound& b) { b.set(b.fatEntryAt(b.fatSectors[0]), kFree); }},
+         [](Built& b) { b.set(b.fatEntryAt(b.fatSectors[0]), kFree); }},
     };
     for (const Damage& row : table) {
         SCOPED_TRACE(row.name);
-        BuiltCompound built = buildCompound(mixedStreams());
+        Built built = buildCompound(mixedStreams());
         row.apply(built);
         Streams streams = mixedStreams();
         EXPECT_EQ(contentOf(built.bytes), streams);
@@ -266,7 +251,7 @@ TEST(CompoundFile, AcceptsHarmlessDamage) {
 
 TEST(CompoundFile, AcceptsAShortLastSector) {
     // A file whose last sector is that of a stream: the tables stand in front.
-    BuiltCompound built = buildCompound({{"Workbook", noise(5000, 1)}, {"small", "abc"}});
+    Built built = buildCompound({{"Workbook", noise(5000, 1)}, {"small", "abc"}});
     const std::string moved = built.bytes.substr(built.sectorAt(9), 512);
     const auto last = static_cast<std::uint32_t>(built.bytes.size() / 512 - 1);
     built.bytes += moved;
@@ -293,10 +278,13 @@ TEST(CompoundFile, ReadsADeepTree) {
 
 // --- writing -------------------------------------------------------------------------------------
 
-TEST(CompoundFile, CopiesWithoutEdits) {
+TEST(CompoundFile, KeepsTheBytesWhereNothingChanges) {
     for (const unsigned shift : {9u, 12u}) {
-        const std::string bytes = buildCompound(mixedStreams(), shift).bytes + "tail";
-        EXPECT_EQ(rewritten(bytes, {}), bytes);
+        const std::string bytes = buildCompound(mixedStreams(), shift, true).bytes;
+        EXPECT_TRUE(rewritten(bytes + "tail", {}) == bytes + "tail");
+        for (const auto& [path, content] : mixedStreams()) {
+            EXPECT_TRUE(rewritten(bytes, {{Action::Replace, path, content}}) == bytes) << path;
+        }
     }
 }
 
@@ -324,13 +312,6 @@ TEST(CompoundFile, WritesEdits) {
     }
 }
 
-TEST(CompoundFile, EqualContentGivesEqualBytes) {
-    const std::string before = buildCompound(mixedStreams(), 9, true).bytes;
-    for (const auto& [path, content] : mixedStreams()) {
-        EXPECT_EQ(rewritten(before, {{Action::Replace, path, content}}), before) << path;
-    }
-}
-
 TEST(CompoundFile, ClearsWhatItGivesUp) {
     const std::string secret = "a text that must not stay behind; ";
     std::string large;
@@ -352,12 +333,11 @@ TEST(CompoundFile, AddsAndRemoves) {
     for (const unsigned shift : {9u, 12u}) {
         const std::string before = buildCompound(mixedStreams(), shift).bytes;
         Streams expected = mixedStreams();
-        std::vector<StreamEdit> edits = {{Action::Remove, "Workbook", ""},
-                                         {Action::Remove, "VBA/dir", ""},
-                                         {Action::Remove, "VBA/deep/er/code", ""}};
-        expected.erase("Workbook");
-        expected.erase("VBA/dir");
-        expected.erase("VBA/deep/er/code");
+        std::vector<StreamEdit> edits;
+        for (const char* path : {"Workbook", "VBA/dir", "VBA/deep/er/code"}) {
+            edits.push_back({Action::Remove, path, ""});
+            expected.erase(path);
+        }
         for (int i = 0; i < 40; ++i) {
             const std::string path = (i % 3 == 0 ? "VBA/n" : "n") + std::to_string(i * 37 % 100);
             expected[path] = noise(static_cast<std::size_t>(i) * 333, 8);
@@ -376,11 +356,7 @@ TEST(CompoundFile, AddsAndRemoves) {
 
 TEST(CompoundFile, RefusesImpossibleEdits) {
     const std::string before = buildCompound(mixedStreams()).bytes;
-    struct Row {
-        std::vector<StreamEdit> edits;
-        ErrorKind kind;
-    };
-    const Row table[] = {
+    const std::pair<std::vector<StreamEdit>, ErrorKind> table[] = {
         {{{Action::Replace, "none", "x"}}, ErrorKind::NotFound},
         {{{Action::Replace, "VBA", "x"}}, ErrorKind::NotFound},
         {{{Action::Remove, "", ""}}, ErrorKind::NotFound},
@@ -393,10 +369,9 @@ TEST(CompoundFile, RefusesImpossibleEdits) {
         {{{Action::Add, std::string(32, 'n'), "x"}}, ErrorKind::Argument},
         {{{Action::Replace, "edge", "x"}, {Action::Remove, "Edge", ""}}, ErrorKind::Argument},
     };
-    for (const Row& row : table) {
-        const auto error = test::thrownBy([&] { rewritten(before, row.edits); });
-        ASSERT_TRUE(error.has_value()) << row.edits.back().path;
-        EXPECT_EQ(error->kind(), row.kind) << error->what();
+    for (const auto& row : table) {
+        EXPECT_EQ(test::kindOf([&] { rewritten(before, row.first); }), row.second)
+            << row.first.back().path;
     }
 }
 

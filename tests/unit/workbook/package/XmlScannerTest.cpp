@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <random>
 
 #include "base/Error.h"
@@ -80,16 +79,7 @@ TEST(XmlScannerTest, AcceptsWellFormedDocumentsOnly) {
     }
 }
 
-TEST(XmlScannerTest, RefusesNulAnywhere) {
-    const std::string good = "<a b='c'>d<!--e--><![CDATA[f]]><?g h?></a>";
-    for (std::size_t i = 0; i <= good.size(); ++i) {
-        std::string bad = good;
-        bad.insert(i, 1, '\0');
-        EXPECT_FALSE(judgeByScanner(bad).isAccepted) << i;
-    }
-}
-
-TEST(XmlScannerTest, RefusesEveryTruncation) {
+TEST(XmlScannerTest, RefusesEveryTruncationAndNulAnywhere) {
     const std::string good =
         "<?xml version='1.0'?><a b='c&lt;'>d&#10;<!--e--><![CDATA[f]]><?g h?></a>";
     ASSERT_TRUE(judgeByScanner(good).isAccepted);
@@ -97,7 +87,11 @@ TEST(XmlScannerTest, RefusesEveryTruncation) {
         // In memory of its own, so that a read behind the end is seen by the sanitizers.
         const std::vector<char> cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(i));
         EXPECT_FALSE(judgeByScanner({cut.data(), cut.size()}).isAccepted) << i;
+        std::string bad = good;
+        bad.insert(i, 1, '\0');
+        EXPECT_FALSE(judgeByScanner(bad).isAccepted) << i;
     }
+    EXPECT_FALSE(judgeByScanner(good + '\0').isAccepted);
 }
 
 TEST(XmlScannerTest, RefusesDocumentTypes) {
@@ -154,33 +148,29 @@ TEST(XmlScannerTest, SkipsElements) {
     EXPECT_EQ(scanner.next(), XmlToken::EndOfInput);
 }
 
-std::string repeated(std::size_t count, const std::function<std::string(std::size_t)>& piece) {
+// "#" in a piece is its number.
+std::string repeated(std::size_t count, std::string_view piece) {
     std::string all;
-    for (std::size_t i = 0; i < count; ++i) all += piece(i);
+    for (std::size_t i = 0; i < count; ++i) {
+        for (const char c : piece) all += c == '#' ? std::to_string(i) : std::string(1, c);
+    }
     return all;
 }
 
 // Each would take minutes or crash if time were quadratic or the nesting recursive.
 TEST(XmlScannerTest, StaysLinearForHostileInput) {
     constexpr std::size_t kMany = 1'000'000;
-    const auto number = [](std::size_t i) { return std::to_string(i); };
     const std::string longUri(10'000'000, 'u');
     const std::string documents[] = {
-        repeated(kMany, [](std::size_t) { return "<a>"; }) +
-            repeated(kMany, [](std::size_t) { return "</a>"; }),
-        "<a" + repeated(kMany, [&](std::size_t i) { return " b" + number(i) + "=''"; }) + "/>",
+        repeated(kMany, "<a>") + repeated(kMany, "</a>"),
+        "<a" + repeated(kMany, " b#=''") + "/>",
         "<a b='" + std::string(100 * kMany, 'x') + "'/>",
-        "<a b='" + repeated(2 * kMany, [](std::size_t) { return "&lt;"; }) + "'/>",
+        "<a b='" + repeated(2 * kMany, "&lt;") + "'/>",
         "<a>" + std::string(50 * kMany, ']') + "</a>",
-        "<a" + repeated(kMany, [&](std::size_t i) { return " xmlns:p" + number(i) + "='u'"; }) +
-            repeated(kMany / 10,
-                     [&](std::size_t i) { return " p" + number(i) + ":b" + number(i) + "=''"; }) +
-            "/>",
-        repeated(kMany / 4,
-                 [&](std::size_t i) { return "<a xmlns:p" + number(i) + "='u' p0:b=''>"; }) +
-            repeated(kMany / 4, [](std::size_t) { return "</a>"; }),
+        "<a" + repeated(kMany, " xmlns:p#='u'") + repeated(kMany / 10, " p#:b#=''") + "/>",
+        repeated(kMany / 4, "<a xmlns:p#='u' p0:b=''>") + repeated(kMany / 4, "</a>"),
         "<a xmlns:p='" + longUri + "1' xmlns:q='" + longUri + "2'>" +
-            repeated(kMany / 10, [](std::size_t) { return "<b p:c='' q:c=''/>"; }) + "</a>",
+            repeated(kMany / 10, "<b p:c='' q:c=''/>") + "</a>",
     };
     for (const std::string& document : documents) {
         const auto start = std::chrono::steady_clock::now();
@@ -193,8 +183,7 @@ TEST(XmlScannerTest, StaysLinearForHostileInput) {
 }
 
 TEST(XmlScannerTest, FindsDoubleAttributesAmongMany) {
-    const std::string many =
-        repeated(5000, [](std::size_t i) { return " b" + std::to_string(i) + "=''"; });
+    const std::string many = repeated(5000, " b#=''");
     EXPECT_TRUE(judgeByScanner("<a" + many + "/>").isAccepted);
     EXPECT_FALSE(judgeByScanner("<a" + many + " b77=''/>").isAccepted);
     const std::string declared = " xmlns:p='u' xmlns:q='u' xmlns:r='v' p:x='' r:x='' x=''";
@@ -311,10 +300,8 @@ TEST(XmlTextTest, EscapesSoThatReadingGivesTheTextBack) {
 
 TEST(XmlTextTest, RefusesWhatXmlCannotHold) {
     for (const char* text : {"a\x01", "\x1F", "\xEF\xBF\xBF", "\xED\xA0\x80", "\xFF"}) {
-        const auto error = test::thrownBy([&] { xmlEscaped(text); });
-        ASSERT_TRUE(error) << text;
-        EXPECT_EQ(error->kind(), ErrorKind::Refused);
-        EXPECT_EQ(error->number(), 1004);
+        EXPECT_EQ(test::kindOf([&] { xmlEscaped(text); }), ErrorKind::Refused) << text;
+        EXPECT_EQ(test::numberOf([&] { xmlEscaped(text); }), 1004) << text;
     }
 }
 
